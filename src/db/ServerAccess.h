@@ -1,0 +1,86 @@
+#pragma once
+
+#include "db/ResultTable.h"
+
+#include <QElapsedTimer>
+#include <QObject>
+#include <QString>
+#include <QStringList>
+#include <array>
+#include <memory>
+
+namespace qormin::db {
+
+class LogBuffer;
+class Recordset;
+class ServerMessageLog;
+class SideConnection;
+
+// What the execution layer needs from the window that owns it.
+class ServerAccessHost {
+public:
+    virtual ~ServerAccessHost() = default;
+    virtual QString serverText(int side) const = 0;   // txtServer(side)
+    virtual QString userText(int side) const = 0;     // txtUserID(side)
+    virtual QString passwordText(int side) const = 0; // txtPW(side)
+    virtual void showConnectError(const QString& description) = 0; // message box, OK only
+    virtual void setBusyCursor(bool busy) = 0;
+};
+
+// The two side connections and the classic routines through which every statement runs
+// and every message is logged. Statements run on one worker thread per side; the calling
+// (window) thread waits in a local event loop, so callers stay sequential code.
+class ServerAccess : public QObject {
+    Q_OBJECT
+public:
+    explicit ServerAccess(ServerAccessHost& host, QObject* parent = nullptr);
+    ~ServerAccess() override;
+
+    void ConnectServer(int side);
+    void EnsureConnected(int side);
+    void ExecuteSQL(int side, const QString& sql);
+    // The third argument is accepted and never read, as callers have always passed one.
+    void OpenRecordset(int side, const QString& sql, const QVariant& unused, QString& result);
+    void ExecuteScript(int side, const QString& script);
+    void LogMessage(const QString& text, bool atEnd = false);
+    void LogError(const QString& text);
+    void StartTiming();
+    float ElapsedSeconds() const;
+
+    bool IsConnected(int side) const;
+    // cmdConnect: close the side's connection (if any) and forget that it was connected.
+    void closeConnection(int side);
+
+    Recordset& sharedRecordset();
+    LogBuffer& log();       // txtLog
+    LogBuffer& errors();    // txtErrs
+    ServerMessageLog& serverMessages();
+
+    // Cancels the statement running on either side; it then fails like any failed statement.
+    void cancelRunningStatement();
+    bool isStatementRunning() const;
+
+    // The ODBC driver used for Provider=SQLOLEDB; empty means found automatically.
+    void setDriverOverride(const QString& driver);
+    QString driverInUse() const;
+
+    // Script only: statements that could change a server are logged, marked
+    // "Not run (script only)" and collected instead of being sent.
+    void setScriptOnly(bool on);
+    bool scriptOnly() const;
+    QStringList withheldStatements() const;
+    void clearWithheldStatements();
+
+    // Lower level for record loops and operations that need the whole outcome.
+    SideConnection& side(int side);
+
+Q_SIGNALS:
+    void statementStarted(int side);
+    void statementFinished(int side);
+
+private:
+    struct State;
+    std::unique_ptr<State> m_state;
+};
+
+} // namespace qormin::db

@@ -1,0 +1,30 @@
+#include "db/TakeToken.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+struct TakeTokenCase {
+    const char* text;
+    const char* delimiter;
+    const char* token;
+    const char* rest;
+};
+
+class TakeTokenTest : public ::testing::TestWithParam<TakeTokenCase> {};
+
+TEST_P(TakeTokenTest, splitsAtFirstDelimiterIgnoringCase) {
+    const auto& c = GetParam();
+    QString text = QString::fromUtf8(c.text);
+    EXPECT_EQ(qormin::db::TakeToken(text, QString::fromUtf8(c.delimiter)), QString::fromUtf8(c.token));
+    EXPECT_EQ(text, QString::fromUtf8(c.rest));
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, TakeTokenTest,
+                         ::testing::Values(TakeTokenCase{" a ,b , c", ",", "a", "b , c"},
+                                           TakeTokenCase{"no delimiter  ", ",", "no delimiter", ""},
+                                           TakeTokenCase{"select 1\r\ngo\r\n x", "GO\r\n", "select 1", " x"},
+                                           TakeTokenCase{"LOGO\r\nrest", "GO\r\n", "LO", "rest"},
+                                           TakeTokenCase{"", ",", "", ""}));
+
+} // namespace
