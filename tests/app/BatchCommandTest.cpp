@@ -1,0 +1,103 @@
+#include "app/batch/BatchCommand.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using qormin::app::BatchCommand;
+using qormin::app::parseBatchLine;
+using Kind = BatchCommand::Kind;
+
+struct LineCase {
+    const char* name;
+    const char* line;
+    Kind kind;
+    const char* controlName;
+    const char* value;
+    int row;
+    int column; // -1: none
+};
+
+class BatchLineTest : public testing::TestWithParam<LineCase> {};
+
+TEST_P(BatchLineTest, parsesCommand) {
+    const LineCase& c = GetParam();
+    const auto result = parseBatchLine(QString::fromUtf8(c.line));
+    ASSERT_TRUE(result.command.has_value()) << result.error.toStdString();
+    EXPECT_EQ(result.command->kind, c.kind);
+    EXPECT_EQ(result.command->name, QString::fromUtf8(c.controlName));
+    EXPECT_EQ(result.command->value.toStdString(), std::string(c.value));
+    EXPECT_EQ(result.command->row, c.row);
+    EXPECT_EQ(result.command->column.value_or(-1), c.column);
+}
+
+const LineCase lineCases[] = {
+    {"emptyLine", "", Kind::None, "", "", 0, -1},
+    {"blankLine", "   \r", Kind::None, "", "", 0, -1},
+    {"comment", "# nightly backup", Kind::None, "", "", 0, -1},
+    {"indentedComment", "   # note", Kind::None, "", "", 0, -1},
+    {"setTakesRestOfLine", "set txtDB Patient Data  ", Kind::Set, "txtDB", "Patient Data  ", 0, -1},
+    {"setKeepsLeadingBlanksOfValue", "set txtDB   x", Kind::Set, "txtDB", "  x", 0, -1},
+    {"setEmptyValue", "set txtDB ", Kind::Set, "txtDB", "", 0, -1},
+    {"setWithoutValue", "set txtDB", Kind::Set, "txtDB", "", 0, -1},
+    {"setIndexedName", "set txtRestoreTO(3) E", Kind::Set, "txtRestoreTO(3)", "E", 0, -1},
+    {"setUnescapes", "set txtLog a\\r\\nb\\tc\\\\d", Kind::Set, "txtLog", "a\r\nb\tc\\d", 0, -1},
+    {"setUncPath", "set txtPath(0) \\\\\\\\srv\\\\backup\\\\", Kind::Set, "txtPath(0)", "\\\\srv\\backup\\",
+     0, -1},
+    {"setCrlfLineEnding", "set txtDB Billing\r", Kind::Set, "txtDB", "Billing", 0, -1},
+    {"setCheckBox", "set chkALL 1", Kind::Set, "chkALL", "1", 0, -1},
+    {"clickButton", "click cmdConnect(1)", Kind::Click, "cmdConnect(1)", "", 0, -1},
+    {"commandWordAnyCase", "CLICK cmdRefreshDB(0)", Kind::Click, "cmdRefreshDB(0)", "", 0, -1},
+    {"extraBlanksBetweenWords", "  click   cmdConnect(0)  ", Kind::Click, "cmdConnect(0)", "", 0, -1},
+    {"selectRow", "select GridDB(0) 3", Kind::Select, "GridDB(0)", "", 3, -1},
+    {"selectHeaderRowAndColumn", "select Grid2 0 2", Kind::Select, "Grid2", "", 0, 2},
+    {"doubleClick", "dblclick GridDB(1) 2", Kind::DoubleClick, "GridDB(1)", "", 2, -1},
+    {"page", "page 5", Kind::Page, "", "", 5, -1},
+    {"answerLowerCased", "answer YES", Kind::Answer, "", "yes", 0, -1},
+    {"answerOk", "answer ok", Kind::Answer, "", "ok", 0, -1},
+    {"openForm", "open frmHistorical", Kind::Open, "frmHistorical", "", 0, -1},
+    {"printFormControl", "print frmHistorical.txtYears", Kind::Print, "frmHistorical.txtYears", "", 0, -1},
+    {"wait", "wait 250", Kind::Wait, "", "", 250, -1},
+};
+
+INSTANTIATE_TEST_SUITE_P(Lines, BatchLineTest, testing::ValuesIn(lineCases),
+                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
+
+struct MalformedCase {
+    const char* name;
+    const char* line;
+    const char* errorContains;
+};
+
+class MalformedBatchLineTest : public testing::TestWithParam<MalformedCase> {};
+
+TEST_P(MalformedBatchLineTest, isRefusedWithReason) {
+    const auto result = parseBatchLine(QString::fromUtf8(GetParam().line));
+    EXPECT_FALSE(result.command.has_value());
+    EXPECT_TRUE(result.error.contains(QString::fromUtf8(GetParam().errorContains)))
+        << result.error.toStdString();
+}
+
+const MalformedCase malformedCases[] = {
+    {"unknownCommand", "press cmdConnect(0)", "unknown command \"press\""},
+    {"setWithoutName", "set", "control name"},
+    {"singleBackslashPath", "set txtBackupDrive p:\\backup\\", "unknown escape \\b"},
+    {"trailingSingleBackslash", "set txtPath(2) x\\", "single \\"},
+    {"clickWithoutName", "click", "one name"},
+    {"clickTwoNames", "click cmdConnect(0) cmdConnect(1)", "one name"},
+    {"selectWithoutRow", "select GridDB(0)", "NAME ROW"},
+    {"selectNegativeRow", "select GridDB(0) -1", "ROW must be"},
+    {"selectTextRow", "select GridDB(0) first", "ROW must be"},
+    {"selectBadColumn", "select Grid2 1 x", "COL must be"},
+    {"selectTooMany", "select Grid2 1 2 3", "NAME ROW"},
+    {"pageText", "page Options", "page index"},
+    {"pageMissing", "page", "one number"},
+    {"waitNegative", "wait -5", "milliseconds"},
+    {"answerMaybe", "answer maybe", "yes, no, ok"},
+    {"answerMissing", "answer", "yes, no, ok"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Lines, MalformedBatchLineTest, testing::ValuesIn(malformedCases),
+                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
+
+} // namespace
