@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+namespace qormin::dbfiles {
+
+// Backup, recovery-model and user-mode statements of the backup tab.
+class BackupStatements {
+public:
+    BackupStatements() = delete;
+
+    // txtBackupDrive's default; the folder is pasted verbatim, so it must end with "\".
+    static QString defaultBackupFolder();
+
+    static QString fullBackup(const QString& database, const QString& folder);
+    static QString logBackup(const QString& database, const QString& folder);
+    // cmdBackup's statements for one database: the full backup unless logOnly, then the log backup.
+    static QStringList backupDatabase(const QString& database, const QString& folder, bool logOnly);
+
+    static QString fullRecovery(const QString& database);   // cmdFullRecovery
+    static QString simpleRecovery(const QString& database); // cmdMakeSimple
+    static QString singleUser(const QString& database);     // Command1
+    static QString multiUser(const QString& database);      // Command2
+};
+
+} // namespace qormin::dbfiles
