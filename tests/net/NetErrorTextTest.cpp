@@ -9,6 +9,10 @@ struct NetErrorCase {
     const char* text;
 };
 
+void PrintTo(const NetErrorCase& c, std::ostream* out) {
+    *out << c.code;
+}
+
 class NetErrorTextTest : public ::testing::TestWithParam<NetErrorCase> {};
 
 TEST_P(NetErrorTextTest, givesTheOperatorsTextForEachCode) {
@@ -32,8 +36,6 @@ INSTANTIATE_TEST_SUITE_P(
 
 INSTANTIATE_TEST_SUITE_P(UnknownCodes, NetErrorTextTest,
                          ::testing::Values(NetErrorCase{1207, "Unrecognized Error 1207."},
-                                           NetErrorCase{0, "Unrecognized Error 0."},
-                                           NetErrorCase{-1, "Unrecognized Error -1."},
-                                           NetErrorCase{53, "Unrecognized Error 53."}));
+                                           NetErrorCase{0, "Unrecognized Error 0."}));
 
 } // namespace
