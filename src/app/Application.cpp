@@ -1,0 +1,183 @@
+#include "app/Application.h"
+
+#include "app/AppInfo.h"
+#include "app/PathMapper.h"
+#include "app/SettingsStore.h"
+#include "app/batch/BatchMessageBoxService.h"
+#include "app/batch/BatchRunner.h"
+#include "app/frmMain.h"
+#include "app/platform/LocalFileSystemService.h"
+#include "app/platform/PlatformServices.h"
+#include "app/platform/ProcessShellService.h"
+#include "app/platform/WidgetMessageBoxService.h"
+
+#ifdef QORMIN_HAS_DEMO
+#include "app/DemoServer.h"
+#endif
+
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTextStream>
+#include <QTimer>
+#include <cstring>
+
+namespace qormin::app {
+
+namespace {
+
+constexpr int usageExitCode = 2;
+
+struct Options {
+    bool batch = false;
+    QString batchFile;
+    QString settingsFile;
+    QString dataDirectory;
+    bool demo = false;
+    bool exitAfterPaint = false;
+};
+
+// Batch mode must choose the headless platform before the application object exists.
+bool batchRequested(int argc, char** argv) {
+    for (int i = 1; i < argc; ++i) {
+        if (std::strcmp(argv[i], "--batch") == 0 || std::strncmp(argv[i], "--batch=", 8) == 0)
+            return true;
+    }
+    return false;
+}
+
+std::optional<Options> parse(const QApplication& application, QTextStream& errors) {
+    QCommandLineParser parser;
+    parser.setApplicationDescription(applicationTitle());
+    parser.addHelpOption();
+    parser.addVersionOption();
+    const QCommandLineOption batch(
+        QStringLiteral("batch"), QStringLiteral("Run the commands of FILE (- for standard input) headless."),
+        QStringLiteral("FILE"));
+    const QCommandLineOption settings(QStringLiteral("settings"),
+                                      QStringLiteral("Keep the settings in the INI file FILE."),
+                                      QStringLiteral("FILE"));
+    const QCommandLineOption dataDir(QStringLiteral("data-dir"),
+                                     QStringLiteral("Folder of the program's text files."),
+                                     QStringLiteral("DIR"));
+    const QCommandLineOption demo(QStringLiteral("demo"),
+                                  QStringLiteral("Start the simulated server and connect both sides to it."));
+    const QCommandLineOption exitAfterPaint(QStringLiteral("exit-after-paint"),
+                                            QStringLiteral("End once start-up is done."));
+    parser.addOptions({batch, settings, dataDir, demo, exitAfterPaint});
+    if (!parser.parse(application.arguments())) {
+        errors << parser.errorText() << Qt::endl;
+        return std::nullopt;
+    }
+    if (parser.isSet(QStringLiteral("help")))
+        parser.showHelp(0);
+    if (parser.isSet(QStringLiteral("version")))
+        parser.showVersion();
+    if (!parser.positionalArguments().isEmpty()) {
+        errors << "unexpected argument: " << parser.positionalArguments().constFirst() << Qt::endl;
+        return std::nullopt;
+    }
+    Options options;
+    options.batch = parser.isSet(batch);
+    options.batchFile = parser.value(batch);
+    options.settingsFile = parser.value(settings);
+    options.dataDirectory =
+        parser.isSet(dataDir) ? parser.value(dataDir) : QCoreApplication::applicationDirPath();
+    options.demo = parser.isSet(demo);
+    options.exitAfterPaint = parser.isSet(exitAfterPaint);
+    return options;
+}
+
+std::unique_ptr<SettingsStore> openSettings(const Options& options, QTemporaryDir& demoFolder) {
+    if (!options.settingsFile.isEmpty())
+        return SettingsStore::openFile(options.settingsFile);
+    if (options.demo)
+        return SettingsStore::openFile(demoFolder.filePath(QStringLiteral("settings.ini")));
+    return SettingsStore::openDefault();
+}
+
+#ifdef QORMIN_HAS_DEMO
+void storeDemoLogins(SettingsStore& settings, const QString& address) {
+    for (const QString side : {QStringLiteral("0"), QStringLiteral("1")}) {
+        settings.saveSetting(QStringLiteral("MIR"), QStringLiteral("txtServer") + side, address);
+        settings.saveSetting(QStringLiteral("MIR"), QStringLiteral("DB") + side,
+                             QString::fromLatin1(DemoServer::password));
+        settings.saveSetting(QStringLiteral("MAIN"), QStringLiteral("txtUserID") + side,
+                             QString::fromLatin1(DemoServer::user));
+    }
+}
+#endif
+
+int runBatch(frmMain& window, BatchMessageBoxService& boxes, const Options& options, QTextStream& output,
+             QTextStream& errors) {
+    QFile file(options.batchFile);
+    const bool opened = options.batchFile == u"-" ? file.open(stdin, QIODevice::ReadOnly | QIODevice::Text)
+                                                  : file.open(QIODevice::ReadOnly | QIODevice::Text);
+    if (!opened) {
+        errors << "cannot read the batch file " << options.batchFile << ": " << file.errorString()
+               << Qt::endl;
+        return BatchRunner::malformedExitCode;
+    }
+    QTextStream input(&file);
+    window.Form_Load();
+    BatchRunner runner(window, boxes, output, errors);
+    return runner.run(input);
+}
+
+} // namespace
+
+int runApplication(int argc, char** argv) {
+    const bool headless = batchRequested(argc, argv);
+    if (headless)
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication application(argc, argv);
+    QApplication::setApplicationName(applicationTitle());
+    QApplication::setApplicationVersion(applicationVersion());
+    QTextStream output(stdout);
+    QTextStream errors(stderr);
+    const std::optional<Options> options = parse(application, errors);
+    if (!options)
+        return usageExitCode;
+
+    QTemporaryDir demoFolder;
+    std::unique_ptr<SettingsStore> settings = openSettings(*options, demoFolder);
+#ifdef QORMIN_HAS_DEMO
+    std::unique_ptr<DemoServer> demo;
+    if (options->demo) {
+        QString error;
+        demo = DemoServer::start(error);
+        if (!demo) {
+            errors << "the demo server did not start: " << error << Qt::endl;
+            return 1;
+        }
+        storeDemoLogins(*settings, demo->address());
+    }
+#else
+    if (options->demo) {
+        errors << "this build has no simulated server for --demo" << Qt::endl;
+        return 1;
+    }
+#endif
+    PathMapper paths = PathMapper::forThisSystem();
+    LocalFileSystemService files(paths);
+    ProcessShellService shell(paths);
+    WidgetMessageBoxService widgetBoxes;
+    BatchMessageBoxService batchBoxes(output, errors);
+    PlatformServices services{settings.get(),
+                              &paths,
+                              &files,
+                              &shell,
+                              options->batch ? static_cast<MessageBoxService*>(&batchBoxes) : &widgetBoxes,
+                              options->dataDirectory};
+    frmMain window(services);
+    widgetBoxes.setParentWindow(&window);
+    if (options->batch)
+        return runBatch(window, batchBoxes, *options, output, errors);
+    window.Form_Load();
+    if (options->exitAfterPaint)
+        return 0;
+    return application.exec();
+}
+
+} // namespace qormin::app

@@ -1,0 +1,47 @@
+#include "app/batch/BatchMessageBoxService.h"
+
+#include <QTextStream>
+
+namespace qormin::app {
+
+namespace {
+
+QString oneLine(QString text) {
+    text.replace(u'\\', QStringLiteral("\\\\"));
+    text.replace(u'\r', QStringLiteral("\\r"));
+    text.replace(u'\n', QStringLiteral("\\n"));
+    return text;
+}
+
+} // namespace
+
+BatchMessageBoxService::BatchMessageBoxService(QTextStream& output, QTextStream& warnings)
+    : m_output(output), m_warnings(warnings) {}
+
+void BatchMessageBoxService::queueAnswer(MessageBoxAnswer answer) {
+    m_answers.push_back(answer);
+}
+
+MessageBoxAnswer BatchMessageBoxService::MsgBox(const QString& text, MessageBoxButtons buttons,
+                                                const QString& /*title*/) {
+    MessageBoxAnswer answer = defaultAnswer(buttons);
+    if (!m_answers.empty()) {
+        const MessageBoxAnswer queued = m_answers.front();
+        m_answers.pop_front();
+        if (offers(buttons, queued))
+            answer = queued;
+        else
+            m_warnings << "warning: the box \"" << oneLine(text) << "\" has no " << answerName(queued)
+                       << " button; it takes " << answerName(answer) << Qt::endl;
+    }
+    m_output << "MSGBOX: " << oneLine(text) << " -> " << answerName(answer) << Qt::endl;
+    return answer;
+}
+
+QString BatchMessageBoxService::saveFileName(const QString& caption, const QString& /*suggestedName*/,
+                                             const QString& /*filter*/) {
+    m_output << "FILEDIALOG: " << oneLine(caption) << " -> cancelled" << Qt::endl;
+    return QString();
+}
+
+} // namespace qormin::app

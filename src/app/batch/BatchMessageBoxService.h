@@ -1,0 +1,31 @@
+#pragma once
+
+#include "app/platform/MessageBoxService.h"
+
+#include <QStringList>
+#include <deque>
+
+class QTextStream;
+
+namespace qormin::app {
+
+// Message boxes in batch mode: each is printed as "MSGBOX: <text> -> <answer>" and answered
+// from the queue the batch file fills ("answer yes"), or with its default button.
+class BatchMessageBoxService : public MessageBoxService {
+public:
+    BatchMessageBoxService(QTextStream& output, QTextStream& warnings);
+
+    void queueAnswer(MessageBoxAnswer answer);
+    std::size_t pendingAnswers() const { return m_answers.size(); }
+
+    MessageBoxAnswer MsgBox(const QString& text, MessageBoxButtons buttons, const QString& title) override;
+    QString saveFileName(const QString& caption, const QString& suggestedName,
+                         const QString& filter) override;
+
+private:
+    QTextStream& m_output;
+    QTextStream& m_warnings;
+    std::deque<MessageBoxAnswer> m_answers;
+};
+
+} // namespace qormin::app

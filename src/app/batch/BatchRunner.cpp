@@ -1,0 +1,276 @@
+#include "app/batch/BatchRunner.h"
+
+#include "app/LogView.h"
+#include "app/batch/BatchCommand.h"
+#include "app/batch/BatchMessageBoxService.h"
+#include "app/frmMain.h"
+#include "controls/FileListBox.h"
+#include "controls/FlexGrid.h"
+#include "db/LogBuffer.h"
+
+#include <QAbstractButton>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QEventLoop>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPlainTextEdit>
+#include <QSpinBox>
+#include <QTabWidget>
+#include <QTextEdit>
+#include <QTextStream>
+#include <QTimer>
+
+namespace qormin::app {
+
+namespace {
+
+using Kind = BatchCommand::Kind;
+
+std::optional<MessageBoxAnswer> answerOf(const QString& word) {
+    if (word == u"yes")
+        return MessageBoxAnswer::Yes;
+    if (word == u"no")
+        return MessageBoxAnswer::No;
+    if (word == u"ok")
+        return MessageBoxAnswer::Ok;
+    if (word == u"cancel")
+        return MessageBoxAnswer::Cancel;
+    return std::nullopt;
+}
+
+QString lines(QString text) {
+    text.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
+    return text;
+}
+
+QString listText(const QListWidget* list) {
+    QStringList items;
+    for (int i = 0; i < list->count(); ++i)
+        items.append(list->item(i)->text());
+    return items.join(u'\n');
+}
+
+void letEventsRun(int milliseconds) {
+    QEventLoop loop;
+    QTimer::singleShot(milliseconds, &loop, &QEventLoop::quit);
+    loop.exec();
+}
+
+QString rowError(int row, int rows) {
+    return QStringLiteral("row ") + QString::number(row) + QStringLiteral(" is out of range (rows 0 to ") +
+           QString::number(rows - 1) + u')';
+}
+
+} // namespace
+
+BatchRunner::BatchRunner(frmMain& window, BatchMessageBoxService& messageBoxes, QTextStream& output,
+                         QTextStream& errors)
+    : m_window(window), m_messageBoxes(messageBoxes), m_output(output), m_errors(errors) {}
+
+int BatchRunner::run(QTextStream& input) {
+    int lineNumber = 0;
+    QString line;
+    while (input.readLineInto(&line)) {
+        ++lineNumber;
+        const BatchParseResult parsed = parseBatchLine(line);
+        QString error = parsed.error;
+        if (parsed.command)
+            error = execute(*parsed.command);
+        if (!error.isEmpty()) {
+            m_errors << "batch line " << lineNumber << ": " << error << Qt::endl
+                     << "  " << line.trimmed() << Qt::endl;
+            return malformedExitCode;
+        }
+        m_output.flush();
+    }
+    if (m_messageBoxes.pendingAnswers() > 0)
+        m_errors << "warning: " << m_messageBoxes.pendingAnswers() << " queued answer(s) were not needed"
+                 << Qt::endl;
+    return 0;
+}
+
+QString BatchRunner::execute(const BatchCommand& command) {
+    if (command.kind == Kind::None)
+        return QString();
+    if (command.kind == Kind::Answer) {
+        m_messageBoxes.queueAnswer(*answerOf(command.value));
+        return QString();
+    }
+    if (command.kind == Kind::Wait) {
+        letEventsRun(command.row);
+        return QString();
+    }
+    if (command.kind == Kind::Page)
+        return page(command.row);
+    if (command.kind == Kind::Open) {
+        return m_window.openWindow(command.name) ? QString()
+                                                 : QStringLiteral("unknown window \"") + command.name + u'"';
+    }
+    QString error;
+    QWidget* control = find(command.name, error);
+    if (control == nullptr)
+        return error;
+    switch (command.kind) {
+    case Kind::Set:
+        return set(control, command.value);
+    case Kind::Click:
+        return click(control);
+    case Kind::Select:
+    case Kind::DoubleClick:
+        return clickRow(control, command);
+    case Kind::Print:
+        return print(control);
+    default:
+        return QStringLiteral("unsupported command");
+    }
+}
+
+QWidget* BatchRunner::find(const QString& name, QString& error) const {
+    const qsizetype dot = name.indexOf(u'.');
+    QWidget* scope = m_window.centralWidget();
+    QString controlName = name;
+    if (dot >= 0) {
+        const QString windowName = name.left(dot);
+        scope = m_window.findWindow(windowName);
+        if (scope == nullptr) {
+            error = QStringLiteral("window \"") + windowName + QStringLiteral("\" is not open (use: open ") +
+                    windowName + u')';
+            return nullptr;
+        }
+        controlName = name.mid(dot + 1);
+    }
+    QWidget* control = scope->findChild<QWidget*>(controlName);
+    if (control == nullptr)
+        error = QStringLiteral("unknown control \"") + name + u'"';
+    return control;
+}
+
+QString BatchRunner::set(QWidget* control, const QString& value) {
+    if (auto* check = qobject_cast<QCheckBox*>(control)) {
+        if (value != u"0" && value != u"1")
+            return QStringLiteral("a check box takes 0 or 1, not \"") + value + u'"';
+        check->setChecked(value == u"1");
+        return QString();
+    }
+    if (auto* edit = qobject_cast<QLineEdit*>(control)) {
+        edit->setText(value);
+        return QString();
+    }
+    if (auto* log = qobject_cast<LogView*>(control)) {
+        log->buffer().setText(value);
+        return QString();
+    }
+    if (auto* text = qobject_cast<QPlainTextEdit*>(control)) {
+        text->setPlainText(value);
+        return QString();
+    }
+    if (auto* text = qobject_cast<QTextEdit*>(control)) {
+        text->setPlainText(value);
+        return QString();
+    }
+    if (auto* combo = qobject_cast<QComboBox*>(control)) {
+        combo->setCurrentText(value);
+        return QString();
+    }
+    if (auto* spin = qobject_cast<QSpinBox*>(control)) {
+        bool ok = false;
+        const int number = value.toInt(&ok);
+        if (!ok)
+            return QStringLiteral("a number is needed, not \"") + value + u'"';
+        spin->setValue(number);
+        return QString();
+    }
+    return QStringLiteral("\"") + control->objectName() + QStringLiteral("\" has no text to set");
+}
+
+QString BatchRunner::click(QWidget* control) {
+    auto* button = qobject_cast<QAbstractButton*>(control);
+    if (button == nullptr)
+        return QStringLiteral("\"") + control->objectName() + QStringLiteral("\" is not a button");
+    if (!button->isEnabled())
+        return QStringLiteral("\"") + control->objectName() + QStringLiteral("\" is disabled");
+    button->click();
+    return QString();
+}
+
+// A double-click is what the mouse does: the row's click first, then the double-click.
+QString BatchRunner::clickRow(QWidget* control, const BatchCommand& command) {
+    const bool twice = command.kind == Kind::DoubleClick;
+    if (auto* grid = qobject_cast<controls::FlexGrid*>(control)) {
+        if (command.row >= grid->Rows())
+            return rowError(command.row, grid->Rows());
+        if (command.column && *command.column >= grid->Cols())
+            return QStringLiteral("column ") + QString::number(*command.column) +
+                   QStringLiteral(" is out of range");
+        grid->setRow(command.row);
+        grid->setCol(command.column.value_or(0));
+        Q_EMIT grid->Click();
+        if (twice)
+            Q_EMIT grid->DblClick();
+        return QString();
+    }
+    if (auto* files = qobject_cast<controls::FileListBox*>(control)) {
+        if (command.row >= files->ListCount())
+            return rowError(command.row, files->ListCount());
+        files->setListIndex(command.row);
+        Q_EMIT files->Click();
+        if (twice)
+            Q_EMIT files->DblClick();
+        return QString();
+    }
+    if (auto* list = qobject_cast<QListWidget*>(control)) {
+        if (command.row >= list->count())
+            return rowError(command.row, list->count());
+        list->setCurrentRow(command.row);
+        Q_EMIT list->itemClicked(list->item(command.row));
+        if (twice)
+            Q_EMIT list->itemDoubleClicked(list->item(command.row));
+        return QString();
+    }
+    return QStringLiteral("\"") + control->objectName() + QStringLiteral("\" is not a grid or a list");
+}
+
+QString BatchRunner::print(QWidget* control) {
+    QString text;
+    if (auto* check = qobject_cast<QCheckBox*>(control))
+        text = check->isChecked() ? QStringLiteral("1") : QStringLiteral("0");
+    else if (auto* edit = qobject_cast<QLineEdit*>(control))
+        text = edit->text();
+    else if (auto* log = qobject_cast<LogView*>(control))
+        text = log->buffer().text();
+    else if (auto* plain = qobject_cast<QPlainTextEdit*>(control))
+        text = plain->toPlainText();
+    else if (auto* rich = qobject_cast<QTextEdit*>(control))
+        text = rich->toPlainText();
+    else if (auto* label = qobject_cast<QLabel*>(control))
+        text = label->text();
+    else if (auto* grid = qobject_cast<controls::FlexGrid*>(control))
+        text = grid->toText();
+    else if (auto* list = qobject_cast<QListWidget*>(control))
+        text = listText(list);
+    else if (auto* combo = qobject_cast<QComboBox*>(control))
+        text = combo->currentText();
+    else if (auto* spin = qobject_cast<QSpinBox*>(control))
+        text = QString::number(spin->value());
+    else if (auto* tabs = qobject_cast<QTabWidget*>(control))
+        text = QString::number(tabs->currentIndex());
+    else if (auto* button = qobject_cast<QAbstractButton*>(control))
+        text = button->text();
+    else
+        return QStringLiteral("\"") + control->objectName() + QStringLiteral("\" has no text to print");
+    m_output << lines(text) << Qt::endl;
+    return QString();
+}
+
+QString BatchRunner::page(int index) {
+    QTabWidget* tabs = m_window.SSTab1();
+    if (index >= tabs->count())
+        return QStringLiteral("page ") + QString::number(index) + QStringLiteral(" does not exist (0 to ") +
+               QString::number(tabs->count() - 1) + u')';
+    tabs->setCurrentIndex(index);
+    return QString();
+}
+
+} // namespace qormin::app

@@ -1,0 +1,110 @@
+#pragma once
+
+#include "app/MainWindowContext.h"
+#include "db/ServerAccess.h"
+
+#include <QMainWindow>
+#include <memory>
+
+class QTabWidget;
+
+namespace qormin::app {
+
+struct PlatformServices;
+
+// The main window: two server columns, the shared controls, the tab strip SSTab1 with the tool
+// pages, and the log boxes. Handlers are named after their control and event; the pages of the
+// subsystems reach the shared controls through MainWindowContext.
+class frmMain : public QMainWindow, public MainWindowContext, public db::ServerAccessHost {
+    Q_OBJECT
+public:
+    static constexpr int timer1Milliseconds = 5000;
+    static constexpr int tmrDoEvMilliseconds = 100;
+    static constexpr int restoreDirHookPage = 5;
+    static constexpr int anonymizeHookPage = 9;
+    static constexpr int configAnonymizeHookPage = 10;
+
+    explicit frmMain(const PlatformServices& services, QWidget* parent = nullptr);
+    ~frmMain() override;
+
+    // Start-up: paints first, then restores the fields, connects the sides with a stored
+    // password, checks the folders and fills the defaults.
+    void Form_Load();
+
+    void cmdConnect_Click(int index);
+    void cmdRefreshDB_Click(int index) override;
+    void cmdDefaultPaths_Click(int index);
+    void GridDB_Click(int index) override;
+    void GridDB_DblClick(int index) override;
+    void Grid2_Click();
+    void SSTab1_Click(int previousTab);
+    void Timer1_Timer() override;
+    void tmrDoEv_Timer();
+    void txtRestoreDir_Change();
+    // Page hooks of the anonymisation pages; the anonymisation work registers what they run.
+    void cmdInitAnonymize();
+    void cmdInit();
+
+    QTabWidget* SSTab1() const;
+
+    // MainWindowContext
+    db::ServerAccess& serverAccess() override;
+    MessageBoxService& messageBoxes() override;
+    ShellService& shell() override;
+    FileSystemService& fileSystem() override;
+    PathMapper& pathMapper() override;
+    SettingsStore& settings() override;
+    QString dataDirectory() const override;
+    QLineEdit* txtDB() override;
+    QCheckBox* chkALL() override;
+    QCheckBox* chkStop() override;
+    QCheckBox* chkLogOnly() override;
+    QLineEdit* txtServer(int side) override;
+    QLineEdit* txtUserID(int side) override;
+    QLineEdit* txtPW(int side) override;
+    QLineEdit* txtServerUser(int side) override;
+    QLineEdit* txtServerPW(int side) override;
+    QLineEdit* txtLogDrive(int side) override;
+    QLineEdit* txtPath(int index) override;
+    QLineEdit* txtBackupDrive() override;
+    QLineEdit* txtRestoreTO(int index) override;
+    QLineEdit* txtRestoreDir() override;
+    controls::FlexGrid* GridDB(int side) override;
+    controls::FlexGrid* Grid2() override;
+    QLabel* lblDBCount(int side) override;
+    QLabel* lblcount() override;
+    controls::FileListBox* FileA() override;
+    controls::FileListBox* FileB() override;
+    controls::FileListBox* File1() override;
+    controls::FileListBox* File2() override;
+    controls::FileListBox* fileAttach() override;
+    bool stopRequested() override;
+    QWidget* page(int index) override;
+    QBoxLayout* sideButtons(int side) override;
+    QBoxLayout* pageToolArea(int index) override;
+    void addPageHook(int index, std::function<void()> hook) override;
+    void registerWindow(const QString& name, std::function<QWidget*(QWidget* parent)> create) override;
+    QWidget* openWindow(const QString& name) override;
+    QWidget* findWindow(const QString& name) const;
+
+    // ServerAccessHost
+    QString serverText(int side) const override;
+    QString userText(int side) const override;
+    QString passwordText(int side) const override;
+    void showConnectError(const QString& description) override;
+    void setBusyCursor(bool busy) override;
+
+private:
+    struct Parts;
+
+    void buildWindow();
+    void buildPages();
+    void connectHandlers();
+    void persistOnChange(QLineEdit* edit, const QString& control, int index);
+    void loadSide(int side);
+    void cmdSaveScript_Click();
+
+    std::unique_ptr<Parts> m_parts;
+};
+
+} // namespace qormin::app

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QWidget>
+
+class QBoxLayout;
+class QVBoxLayout;
+
+namespace qormin::app {
+
+class MainWindowContext;
+
+// "Main Tools": one tool column per side (buttons added by the subsystems, then the side's
+// backup-folder file list) and the shared backup folders between them.
+class MainToolsPage : public QWidget {
+    Q_OBJECT
+public:
+    explicit MainToolsPage(MainWindowContext& context, QWidget* parent = nullptr);
+
+    QBoxLayout* sideButtons(int side);
+    QBoxLayout* toolArea() const;
+
+private:
+    QVBoxLayout* m_sideButtons[2];
+    QVBoxLayout* m_toolArea;
+};
+
+} // namespace qormin::app

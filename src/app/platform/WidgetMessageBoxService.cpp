@@ -1,0 +1,76 @@
+#include "app/platform/WidgetMessageBoxService.h"
+
+#include "app/AppInfo.h"
+
+#include <QApplication>
+#include <QFileDialog>
+#include <QMessageBox>
+
+namespace qormin::app {
+
+namespace {
+
+QMessageBox::StandardButtons standardButtons(MessageBoxButtons buttons) {
+    switch (buttons) {
+    case MessageBoxButtons::OkCancel:
+        return QMessageBox::Ok | QMessageBox::Cancel;
+    case MessageBoxButtons::YesNo:
+        return QMessageBox::Yes | QMessageBox::No;
+    case MessageBoxButtons::YesNoCancel:
+        return QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel;
+    case MessageBoxButtons::Ok:
+        break;
+    }
+    return QMessageBox::Ok;
+}
+
+QMessageBox::StandardButton standardButton(MessageBoxAnswer answer) {
+    switch (answer) {
+    case MessageBoxAnswer::Cancel:
+        return QMessageBox::Cancel;
+    case MessageBoxAnswer::Yes:
+        return QMessageBox::Yes;
+    case MessageBoxAnswer::No:
+        return QMessageBox::No;
+    case MessageBoxAnswer::Ok:
+        break;
+    }
+    return QMessageBox::Ok;
+}
+
+MessageBoxAnswer answerOf(int button) {
+    switch (button) {
+    case QMessageBox::Cancel:
+        return MessageBoxAnswer::Cancel;
+    case QMessageBox::Yes:
+        return MessageBoxAnswer::Yes;
+    case QMessageBox::No:
+        return MessageBoxAnswer::No;
+    default:
+        return MessageBoxAnswer::Ok;
+    }
+}
+
+} // namespace
+
+MessageBoxAnswer WidgetMessageBoxService::MsgBox(const QString& text, MessageBoxButtons buttons,
+                                                 const QString& title) {
+    QMessageBox box(QMessageBox::NoIcon, title.isEmpty() ? applicationTitle() : title, text,
+                    standardButtons(buttons), m_parent);
+    box.setDefaultButton(standardButton(defaultAnswer(buttons)));
+    // A box raised while a handler shows the hourglass must still get a normal pointer.
+    const bool busy = QApplication::overrideCursor() != nullptr;
+    if (busy)
+        QApplication::setOverrideCursor(Qt::ArrowCursor);
+    const int button = box.exec();
+    if (busy)
+        QApplication::restoreOverrideCursor();
+    return answerOf(button);
+}
+
+QString WidgetMessageBoxService::saveFileName(const QString& caption, const QString& suggestedName,
+                                              const QString& filter) {
+    return QFileDialog::getSaveFileName(m_parent, caption, suggestedName, filter);
+}
+
+} // namespace qormin::app
