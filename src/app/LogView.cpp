@@ -34,19 +34,18 @@ LogView::LogView(db::LogBuffer& buffer, QWidget* parent) : QPlainTextEdit(parent
             [this](const QString& text) { setPlainText(shown(text)); });
 }
 
+// The line break goes in even next to an empty text, exactly as the buffer's text has it.
 void LogView::prependLine(const QString& line) {
-    const bool wasEmpty = document()->isEmpty();
     QTextCursor cursor(document());
     cursor.movePosition(QTextCursor::Start);
-    cursor.insertText(wasEmpty ? shown(line) : shown(line) + u'\n');
+    cursor.insertText(shown(line) + u'\n');
     verticalScrollBar()->setValue(0);
 }
 
 void LogView::appendLine(const QString& line) {
-    const bool wasEmpty = document()->isEmpty();
     QTextCursor cursor(document());
     cursor.movePosition(QTextCursor::End);
-    cursor.insertText(wasEmpty ? shown(line) : u'\n' + shown(line));
+    cursor.insertText(u'\n' + shown(line));
 }
 
 void LogView::contextMenuEvent(QContextMenuEvent* event) {

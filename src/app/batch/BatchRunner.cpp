@@ -59,8 +59,10 @@ void letEventsRun(int milliseconds) {
 }
 
 QString rowError(int row, int rows) {
-    return QStringLiteral("row ") + QString::number(row) + QStringLiteral(" is out of range (rows 0 to ") +
-           QString::number(rows - 1) + u')';
+    const QString range = rows == 0 ? QStringLiteral("it has no rows")
+                                    : QStringLiteral("rows 0 to ") + QString::number(rows - 1);
+    return QStringLiteral("row ") + QString::number(row) + QStringLiteral(" is out of range (") + range +
+           u')';
 }
 
 } // namespace

@@ -1,0 +1,135 @@
+#include "QStringPrinter.h"
+#include "WindowHarness.h"
+
+#include "controls/FlexGrid.h"
+#include "db/ResultTable.h"
+
+#include <QCheckBox>
+#include <QLineEdit>
+#include <QVBoxLayout>
+#include <gtest/gtest.h>
+
+namespace {
+
+using qormin::test::WindowHarness;
+
+TEST(BatchModeTest, setFiresTheChangeHandlerAndPrintShowsTheText) {
+    WindowHarness harness;
+    harness.load();
+    const auto result = harness.runBatch(QStringLiteral("# a comment\n"
+                                                        "\n"
+                                                        "set txtDB Patient_Data\n"
+                                                        "set chkALL 1\n"
+                                                        "set txtServer(1) a\\tb\n"
+                                                        "print txtDB\n"
+                                                        "print chkALL\n"
+                                                        "print chkStop\n"
+                                                        "print txtServer(1)\n"
+                                                        "print cmdConnect(0)\n"
+                                                        "page 2\n"
+                                                        "print SSTab1\n"));
+    EXPECT_EQ(result.exitCode, 0) << result.errors.toStdString();
+    EXPECT_EQ(result.output, QStringLiteral("Patient_Data\n1\n0\na\tb\nConnect\n2\n"));
+    EXPECT_TRUE(harness.window().chkALL()->isChecked());
+    EXPECT_EQ(harness.settings().getSetting(QStringLiteral("MIR"), QStringLiteral("txtServer1")),
+              QStringLiteral("a\tb"));
+}
+
+TEST(BatchModeTest, printOfAGridGivesTabSeparatedRowsWithTheHeaderFirst) {
+    WindowHarness harness;
+    harness.load();
+    auto table = std::make_shared<qormin::db::ResultTable>();
+    table->columns = {{QStringLiteral("TableName"), 0, 0, 0, true},
+                      {QStringLiteral("RowCounts"), 0, 0, 0, true}};
+    table->rows = {{QStringLiteral("tbPatient"), qlonglong(5)}};
+    harness.window().Grid2()->bind(table);
+    const auto result = harness.runBatch(QStringLiteral("print Grid2\n"));
+    EXPECT_EQ(result.output, QStringLiteral("TableName\tRowCounts\ntbPatient\t5\n"));
+}
+
+TEST(BatchModeTest, gridClickOnTheHeaderRowPutsTheColumnNameIntoTxtDB) {
+    WindowHarness harness;
+    harness.load();
+    auto table = std::make_shared<qormin::db::ResultTable>();
+    table->columns = {{QStringLiteral("name"), 0, 0, 0, true}};
+    table->rows = {{QStringLiteral("Billing")}, {QStringLiteral("Station")}};
+    harness.window().GridDB(1)->bind(table);
+    ASSERT_EQ(harness.runBatch(QStringLiteral("select GridDB(1) 2\n")).exitCode, 0);
+    EXPECT_EQ(harness.window().txtDB()->text(), QStringLiteral("Station"));
+    ASSERT_EQ(harness.runBatch(QStringLiteral("select GridDB(1) 0\n")).exitCode, 0);
+    EXPECT_EQ(harness.window().txtDB()->text(), QStringLiteral("name"));
+}
+
+TEST(BatchModeTest, messageBoxIsPrintedWithTheAnswerUsed) {
+    WindowHarness harness;
+    harness.load();
+    const auto result = harness.runBatch(QStringLiteral("click cmdSaveScript\n"
+                                                        "answer yes\n"
+                                                        "click cmdSaveScript\n"));
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.output, QStringLiteral("MSGBOX: No statements have been withheld yet. -> ok\n"
+                                            "MSGBOX: No statements have been withheld yet. -> ok\n"));
+    EXPECT_TRUE(result.errors.contains(QStringLiteral("has no yes button"))) << result.errors.toStdString();
+}
+
+TEST(BatchModeTest, subsidiaryWindowControlsAreNamedAfterTheWindow) {
+    WindowHarness harness;
+    harness.load();
+    harness.window().registerWindow(QStringLiteral("frmHistorical"), [](QWidget* parent) {
+        auto* window = new QWidget(parent);
+        auto* years = new QLineEdit(window);
+        years->setObjectName(QStringLiteral("txtYears"));
+        (new QVBoxLayout(window))->addWidget(years);
+        return window;
+    });
+    const auto result = harness.runBatch(QStringLiteral("open frmHistorical\n"
+                                                        "set frmHistorical.txtYears 5\n"
+                                                        "print frmHistorical.txtYears\n"));
+    EXPECT_EQ(result.exitCode, 0) << result.errors.toStdString();
+    EXPECT_EQ(result.output, QStringLiteral("5\n"));
+}
+
+struct FailureCase {
+    const char* name;
+    const char* script;
+    int line;
+    const char* reason;
+};
+
+class BatchFailureTest : public testing::TestWithParam<FailureCase> {};
+
+// The run stops at the faulty line with exit status 2; nothing after it runs.
+TEST_P(BatchFailureTest, stopsAtTheLineAndNamesIt) {
+    WindowHarness harness;
+    harness.load();
+    const FailureCase& c = GetParam();
+    const auto result = harness.runBatch(QStringLiteral("set txtDB before\n") + QString::fromUtf8(c.script) +
+                                         QStringLiteral("\nset txtDB after\n"));
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_TRUE(result.errors.startsWith(QStringLiteral("batch line ") + QString::number(c.line) +
+                                         QStringLiteral(": ")))
+        << result.errors.toStdString();
+    EXPECT_TRUE(result.errors.contains(QString::fromUtf8(c.reason))) << result.errors.toStdString();
+    EXPECT_EQ(harness.window().txtDB()->text(), QStringLiteral("before"));
+}
+
+const FailureCase failureCases[] = {
+    {"unknownControl", "click cmdBackup(7)", 2, "unknown control \"cmdBackup(7)\""},
+    {"unknownCommand", "push cmdConnect(0)", 2, "unknown command \"push\""},
+    {"unescapedBackslash", "set txtBackupDrive p:\\backup", 2, "unknown escape \\b"},
+    {"checkBoxValue", "set chkALL yes", 2, "0 or 1"},
+    {"clickOnALabel", "click lblcount", 2, "is not a button"},
+    {"clickDisabledButton", "click cmdCancelStatement", 2, "is disabled"},
+    {"selectBeyondTheRows", "select GridDB(0) 1", 2, "row 1 is out of range"},
+    {"selectOnATextBox", "select txtDB 0", 2, "not a grid or a list"},
+    {"pageBeyondTheTabs", "page 15", 2, "page 15 does not exist"},
+    {"unknownWindow", "open frmNothing", 2, "unknown window \"frmNothing\""},
+    {"windowNotOpen", "print frmHistorical.txtYears", 2, "is not open"},
+    {"setOnAButton", "set cmdConnect(0) x", 2, "has no text to set"},
+    {"afterCommentLines", "# one\n\n# two\nwait", 5, "one number"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Scripts, BatchFailureTest, testing::ValuesIn(failureCases),
+                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
+
+} // namespace

@@ -1,0 +1,147 @@
+#include "controls/FlexGrid.h"
+#include "QStringPrinter.h"
+#include "db/ResultTable.h"
+
+#include <QAbstractItemModel>
+#include <QHeaderView>
+#include <QSignalSpy>
+#include <QTest>
+#include <gtest/gtest.h>
+
+namespace {
+
+using qormin::controls::FlexGrid;
+using qormin::db::ResultTable;
+
+std::shared_ptr<const ResultTable> databases() {
+    auto table = std::make_shared<ResultTable>();
+    table->columns = {{QStringLiteral("name"), 0, 0, 0, true}, {QStringLiteral("size_kb"), 0, 0, 0, true}};
+    table->rows = {{QStringLiteral("Billing"), qlonglong(2048)},
+                   {QStringLiteral("Patient_Data"), QVariant()},
+                   {QStringLiteral("Station"), qlonglong(12)}};
+    return table;
+}
+
+struct CellCase {
+    int row;
+    int column;
+    const char* text;
+};
+
+class BoundGridCellTest : public testing::TestWithParam<CellCase> {};
+
+// Row 0 is the header row, as loops that start at row 0 expect to see it.
+TEST_P(BoundGridCellTest, textMatrixNumbersHeaderRowZero) {
+    FlexGrid grid;
+    grid.bind(databases());
+    const CellCase& c = GetParam();
+    EXPECT_EQ(grid.TextMatrix(c.row, c.column), QString::fromUtf8(c.text));
+}
+
+INSTANTIATE_TEST_SUITE_P(Cells, BoundGridCellTest,
+                         testing::Values(CellCase{0, 0, "name"}, CellCase{0, 1, "size_kb"},
+                                         CellCase{1, 0, "Billing"}, CellCase{1, 1, "2048"},
+                                         CellCase{2, 1, ""}, CellCase{3, 0, "Station"}, CellCase{4, 0, ""},
+                                         CellCase{-1, 0, ""}, CellCase{1, 2, ""}));
+
+TEST(FlexGridTest, boundGridCountsHeaderRowAndStartsOnFirstDataRow) {
+    FlexGrid grid;
+    EXPECT_EQ(grid.Rows(), 0);
+    ASSERT_TRUE(grid.bind(databases()));
+    EXPECT_EQ(grid.Rows(), 4);
+    EXPECT_EQ(grid.Cols(), 2);
+    EXPECT_EQ(grid.Row(), 1);
+    EXPECT_EQ(grid.model()->rowCount(), 3);
+    EXPECT_EQ(grid.model()->headerData(0, Qt::Horizontal).toString(), QStringLiteral("name"));
+}
+
+TEST(FlexGridTest, emptyResultLeavesOnlyTheHeaderRow) {
+    FlexGrid grid;
+    auto table = std::make_shared<ResultTable>();
+    table->columns = {{QStringLiteral("name"), 0, 0, 0, true}};
+    grid.bind(table);
+    EXPECT_EQ(grid.Rows(), 1);
+    EXPECT_EQ(grid.Row(), 0);
+}
+
+TEST(FlexGridTest, closedRecordSetLeavesGridAsItWas) {
+    FlexGrid grid;
+    grid.bind(databases());
+    EXPECT_FALSE(grid.bind(nullptr));
+    EXPECT_EQ(grid.Rows(), 4);
+    EXPECT_EQ(grid.TextMatrix(1, 0), QStringLiteral("Billing"));
+}
+
+TEST(FlexGridTest, changingACellKeepsTheBoundResultUntouched) {
+    const auto table = databases();
+    FlexGrid grid;
+    grid.bind(table);
+    grid.setTextMatrix(1, 0, QStringLiteral("Billing2"));
+    grid.setTextMatrix(0, 1, QStringLiteral("KB"));
+    EXPECT_EQ(grid.TextMatrix(1, 0), QStringLiteral("Billing2"));
+    EXPECT_EQ(grid.TextMatrix(3, 0), QStringLiteral("Station"));
+    EXPECT_EQ(grid.model()->headerData(1, Qt::Horizontal).toString(), QStringLiteral("KB"));
+    EXPECT_EQ(table->rows[0][0].toString(), QStringLiteral("Billing"));
+}
+
+TEST(FlexGridTest, addItemSplitsTabsAndStartsBelowHeaderRow) {
+    FlexGrid grid;
+    grid.AddItem(QStringLiteral("Patient_Files..tbPatientDocs\tConversionTime"));
+    grid.AddItem(QStringLiteral("Station..tbstationlogs\tTransDate\textra"));
+    EXPECT_EQ(grid.Rows(), 3);
+    EXPECT_EQ(grid.Cols(), 3);
+    EXPECT_EQ(grid.TextMatrix(1, 1), QStringLiteral("ConversionTime"));
+    EXPECT_EQ(grid.TextMatrix(2, 2), QStringLiteral("extra"));
+    EXPECT_EQ(grid.TextMatrix(1, 2), QString());
+    EXPECT_EQ(grid.Row(), 1);
+    grid.setRows(0);
+    EXPECT_EQ(grid.Rows(), 0);
+}
+
+TEST(FlexGridTest, columnWidthIsInTwips) {
+    FlexGrid grid;
+    grid.bind(databases());
+    grid.setColWidth(0, 3000);
+    EXPECT_EQ(grid.columnWidth(0), 200);
+    EXPECT_EQ(grid.ColWidth(0), 3000);
+}
+
+TEST(FlexGridTest, rowOutsideTheGridIsIgnored) {
+    FlexGrid grid;
+    grid.bind(databases());
+    grid.setRow(3);
+    grid.setRow(4);
+    grid.setRow(-1);
+    EXPECT_EQ(grid.Row(), 3);
+    grid.setRow(0);
+    EXPECT_EQ(grid.Row(), 0);
+}
+
+TEST(FlexGridTest, mouseClickMakesTheRowCurrentThenRaisesClick) {
+    FlexGrid grid;
+    grid.resize(400, 300);
+    grid.bind(databases());
+    grid.show();
+    QSignalSpy clicks(&grid, &FlexGrid::Click);
+    int rowSeenByHandler = -1;
+    QObject::connect(&grid, &FlexGrid::Click, [&] { rowSeenByHandler = grid.Row(); });
+    const QRect cell = grid.visualRect(grid.model()->index(2, 0));
+    QTest::mouseClick(grid.viewport(), Qt::LeftButton, {}, cell.center());
+    EXPECT_EQ(clicks.count(), 1);
+    EXPECT_EQ(rowSeenByHandler, 3);
+    QSignalSpy doubleClicks(&grid, &FlexGrid::DblClick);
+    const QPoint second = grid.visualRect(grid.model()->index(0, 1)).center();
+    QTest::mouseClick(grid.viewport(), Qt::LeftButton, {}, second);
+    QTest::mouseDClick(grid.viewport(), Qt::LeftButton, {}, second);
+    EXPECT_EQ(doubleClicks.count(), 1);
+    EXPECT_EQ(grid.Row(), 1);
+    EXPECT_EQ(grid.Col(), 1);
+}
+
+TEST(FlexGridTest, textJoinsCellsWithTabsAndRowsWithLineFeeds) {
+    FlexGrid grid;
+    grid.bind(databases());
+    EXPECT_EQ(grid.toText(), QStringLiteral("name\tsize_kb\nBilling\t2048\nPatient_Data\t\nStation\t12"));
+}
+
+} // namespace

@@ -1,0 +1,70 @@
+#include "WindowHarness.h"
+
+#include "app/batch/BatchRunner.h"
+#include "app/platform/PlatformServices.h"
+
+#include <QDir>
+
+namespace qormin::test {
+
+int RecordingShellService::run(const QString& commandLine, bool /*wait*/) {
+    commands.append(commandLine);
+    return 0;
+}
+
+bool RecordingShellService::openFolder(const QString& folder) {
+    commands.append(QStringLiteral("open ") + folder);
+    return true;
+}
+
+WindowHarness::WindowHarness()
+    : m_settings(app::SettingsStore::openFile(m_root.filePath(QStringLiteral("settings.ini")))),
+      m_paths(app::PathMapper::Platform::Posix, m_root.filePath(QStringLiteral("gvfs")),
+              m_root.filePath(QStringLiteral("drives"))),
+      m_files(m_paths), m_outputStream(&m_output), m_errorStream(&m_errors),
+      m_messageBoxes(m_outputStream, m_errorStream) {
+    open();
+}
+
+WindowHarness::~WindowHarness() = default;
+
+void WindowHarness::open() {
+    app::PlatformServices services{m_settings.get(), &m_paths,
+                                   &m_files,         &m_shell,
+                                   &m_messageBoxes,  m_root.filePath(QStringLiteral("data"))};
+    m_window = std::make_unique<app::frmMain>(services);
+}
+
+QString WindowHarness::settingsFile() const {
+    return m_root.filePath(QStringLiteral("settings.ini"));
+}
+
+QString WindowHarness::folder(const QString& name) const {
+    QDir(m_root.path()).mkpath(name);
+    return m_root.filePath(name);
+}
+
+void WindowHarness::load() {
+    m_window->Form_Load();
+}
+
+void WindowHarness::restart() {
+    m_window.reset();
+    m_settings = app::SettingsStore::openFile(settingsFile());
+    open();
+    load();
+}
+
+BatchResult WindowHarness::runBatch(const QString& script) {
+    QString text = script;
+    QTextStream input(&text);
+    const qsizetype outputBefore = m_output.size();
+    const qsizetype errorsBefore = m_errors.size();
+    app::BatchRunner runner(*m_window, m_messageBoxes, m_outputStream, m_errorStream);
+    const int exitCode = runner.run(input);
+    m_outputStream.flush();
+    m_errorStream.flush();
+    return {exitCode, m_output.mid(outputBefore), m_errors.mid(errorsBefore)};
+}
+
+} // namespace qormin::test

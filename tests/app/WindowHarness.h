@@ -1,0 +1,67 @@
+#pragma once
+
+#include "app/PathMapper.h"
+#include "app/SettingsStore.h"
+#include "app/batch/BatchMessageBoxService.h"
+#include "app/frmMain.h"
+#include "app/platform/LocalFileSystemService.h"
+#include "app/platform/ShellService.h"
+
+#include <QStringList>
+#include <QTemporaryDir>
+#include <QTextStream>
+#include <memory>
+
+namespace qormin::test {
+
+// Commands the window would have run, kept instead of being run.
+class RecordingShellService : public app::ShellService {
+public:
+    int run(const QString& commandLine, bool wait) override;
+    bool openFolder(const QString& folder) override;
+    QStringList commands;
+};
+
+struct BatchResult {
+    int exitCode = 0;
+    QString output;
+    QString errors;
+};
+
+// A main window on a settings file of its own, with message boxes answered the batch way
+// (printed as "MSGBOX: ..." into output()). restart() closes the window and opens a new one
+// on the same settings file, as a second run of the program would.
+class WindowHarness {
+public:
+    WindowHarness();
+    ~WindowHarness();
+
+    app::frmMain& window() { return *m_window; }
+    app::SettingsStore& settings() { return *m_settings; }
+    QString settingsFile() const;
+    QString folder(const QString& name) const; // a folder inside the harness's temporary root
+    QString output() const { return m_output; }
+    QString errors() const { return m_errors; }
+    RecordingShellService& shell() { return m_shell; }
+
+    void load(); // Form_Load
+    void restart();
+    BatchResult runBatch(const QString& script);
+
+private:
+    void open();
+
+    QTemporaryDir m_root;
+    std::unique_ptr<app::SettingsStore> m_settings;
+    app::PathMapper m_paths;
+    app::LocalFileSystemService m_files;
+    RecordingShellService m_shell;
+    QString m_output;
+    QString m_errors;
+    QTextStream m_outputStream;
+    QTextStream m_errorStream;
+    app::BatchMessageBoxService m_messageBoxes;
+    std::unique_ptr<app::frmMain> m_window;
+};
+
+} // namespace qormin::test
