@@ -17,7 +17,9 @@
 
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QElapsedTimer>
 #include <QFile>
+#include <QPixmap>
 #include <QTemporaryDir>
 #include <QTextStream>
 #include <QTimer>
@@ -36,6 +38,7 @@ struct Options {
     QString dataDirectory;
     bool demo = false;
     bool exitAfterPaint = false;
+    QString screenshotFile;
 };
 
 // Batch mode must choose the headless platform before the application object exists.
@@ -65,7 +68,10 @@ std::optional<Options> parse(const QApplication& application, QTextStream& error
                                   QStringLiteral("Start the simulated server and connect both sides to it."));
     const QCommandLineOption exitAfterPaint(QStringLiteral("exit-after-paint"),
                                             QStringLiteral("End once start-up is done."));
-    parser.addOptions({batch, settings, dataDir, demo, exitAfterPaint});
+    const QCommandLineOption screenshot(
+        QStringLiteral("screenshot"),
+        QStringLiteral("Save a picture of the window to FILE when the run ends."), QStringLiteral("FILE"));
+    parser.addOptions({batch, settings, dataDir, demo, exitAfterPaint, screenshot});
     if (!parser.parse(application.arguments())) {
         errors << parser.errorText() << Qt::endl;
         return std::nullopt;
@@ -86,6 +92,7 @@ std::optional<Options> parse(const QApplication& application, QTextStream& error
         parser.isSet(dataDir) ? parser.value(dataDir) : QCoreApplication::applicationDirPath();
     options.demo = parser.isSet(demo);
     options.exitAfterPaint = parser.isSet(exitAfterPaint);
+    options.screenshotFile = parser.value(screenshot);
     return options;
 }
 
@@ -125,9 +132,21 @@ int runBatch(frmMain& window, BatchMessageBoxService& boxes, const Options& opti
     return runner.run(input);
 }
 
+bool saveScreenshot(QWidget& window, const QString& file, QTextStream& errors) {
+    if (file.isEmpty())
+        return true;
+    QCoreApplication::processEvents();
+    if (window.grab().save(file))
+        return true;
+    errors << "the picture could not be saved to " << file << Qt::endl;
+    return false;
+}
+
 } // namespace
 
 int runApplication(int argc, char** argv) {
+    QElapsedTimer sinceStart;
+    sinceStart.start();
     const bool headless = batchRequested(argc, argv);
     if (headless)
         qputenv("QT_QPA_PLATFORM", "offscreen");
@@ -172,11 +191,19 @@ int runApplication(int argc, char** argv) {
                               options->dataDirectory};
     frmMain window(services);
     widgetBoxes.setParentWindow(&window);
-    if (options->batch)
-        return runBatch(window, batchBoxes, *options, output, errors);
+    if (options->batch) {
+        const int status = runBatch(window, batchBoxes, *options, output, errors);
+        saveScreenshot(window, options->screenshotFile, errors);
+        return status;
+    }
+    qint64 paintedAfter = -1;
+    QObject::connect(&window, &frmMain::painted, [&] { paintedAfter = sinceStart.elapsed(); });
     window.Form_Load();
-    if (options->exitAfterPaint)
-        return 0;
+    if (options->exitAfterPaint) {
+        errors << "start-up: painted after " << paintedAfter << " ms, ready after " << sinceStart.elapsed()
+               << " ms" << Qt::endl;
+        return saveScreenshot(window, options->screenshotFile, errors) ? 0 : 1;
+    }
     return application.exec();
 }
 

@@ -9,6 +9,7 @@ namespace qormin::app {
 //   --data-dir DIR      the folder of the program's text files
 //   --demo              start the simulated server and connect both sides to it
 //   --exit-after-paint  end once start-up is done (start-up time measurements)
+//   --screenshot FILE   save a picture of the window when the run ends
 int runApplication(int argc, char** argv);
 
 } // namespace qormin::app

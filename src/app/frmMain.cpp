@@ -322,6 +322,7 @@ void frmMain::Form_Load() {
     p.SSTab1->setCurrentIndex(0);
     show();
     QCoreApplication::processEvents();
+    Q_EMIT painted();
     setBusyCursor(true);
     // The shell and the ODBC driver choice are ready before anything connects.
     p.options->load();

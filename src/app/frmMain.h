@@ -94,6 +94,10 @@ public:
     void showConnectError(const QString& description) override;
     void setBusyCursor(bool busy) override;
 
+Q_SIGNALS:
+    // Start-up has shown and painted the window; the slow steps follow.
+    void painted();
+
 private:
     struct Parts;
 

@@ -3,7 +3,6 @@
 #include "app/MainWindowContext.h"
 #include "controls/FileListBox.h"
 
-#include <QFormLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -36,19 +35,21 @@ MainToolsPage::MainToolsPage(MainWindowContext& context, QWidget* parent)
     for (QVBoxLayout* buttons : m_sideButtons)
         buttons->setSpacing(3);
 
-    auto* shared = new QGroupBox(tr("Shared"), this);
-    auto* sharedLayout = new QVBoxLayout(shared);
-    auto* folders = new QFormLayout;
-    folders->addRow(tr("backup drive / path:"), context.txtBackupDrive());
-    folders->addRow(tr("Shared backup folder:"), context.txtPath(2));
-    sharedLayout->addLayout(folders);
-    sharedLayout->addLayout(m_toolArea);
-    sharedLayout->addStretch(1);
+    auto* folders = new QHBoxLayout;
+    folders->addWidget(new QLabel(tr("backup drive / path:"), this));
+    folders->addWidget(context.txtBackupDrive(), 1);
+    folders->addSpacing(12);
+    folders->addWidget(new QLabel(tr("Shared backup folder:"), this));
+    folders->addWidget(context.txtPath(2), 1);
 
-    auto* layout = new QHBoxLayout(this);
-    layout->addWidget(sideBox(tr("Left server (0)"), m_sideButtons[0], context.FileA(), this), 3);
-    layout->addWidget(shared, 2);
-    layout->addWidget(sideBox(tr("Right server (1)"), m_sideButtons[1], context.FileB(), this), 3);
+    auto* columns = new QHBoxLayout;
+    columns->addWidget(sideBox(tr("Left server (0)"), m_sideButtons[0], context.FileA(), this), 1);
+    columns->addLayout(m_toolArea);
+    columns->addWidget(sideBox(tr("Right server (1)"), m_sideButtons[1], context.FileB(), this), 1);
+
+    auto* layout = new QVBoxLayout(this);
+    layout->addLayout(folders);
+    layout->addLayout(columns, 1);
 }
 
 QBoxLayout* MainToolsPage::sideButtons(int side) {

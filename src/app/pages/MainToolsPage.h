@@ -9,8 +9,8 @@ namespace qormin::app {
 
 class MainWindowContext;
 
-// "Main Tools": one tool column per side (buttons added by the subsystems, then the side's
-// backup-folder file list) and the shared backup folders between them.
+// "Main Tools": the shared backup folders on top, then one tool column per side (buttons added by
+// the subsystems, beside the side's backup-folder file list) with a shared tool area between them.
 class MainToolsPage : public QWidget {
     Q_OBJECT
 public:
