@@ -1,0 +1,164 @@
+#include "QStringPrinter.h"
+#include "WindowHarness.h"
+
+#include "controls/FlexGrid.h"
+#include "db/LogBuffer.h"
+#include "db/ServerAccess.h"
+#include "sim/SimServer.h"
+
+#include <QLabel>
+#include <QLineEdit>
+#include <gtest/gtest.h>
+
+namespace {
+
+using qormin::test::WindowHarness;
+
+const char* const hospitalScenario = R"({
+  "login": {"user": "sa", "password": "secret"},
+  "databases": ["Billing", "Patient_Data", "Station"],
+  "rules": [
+    {"exact": "SELECT name FROM sys.databases where database_id >= 5 order by name ",
+     "response": {"result": {"columns": ["name:nvarchar(128)"],
+                             "rows": [["Billing"], ["Patient_Data"], ["Station"]]
+}
+}
+},
+    {"prefix": " SELECT     t.NAME AS TableName,", "database": "Billing",
+     "response": {"result": {"columns": ["TableName:nvarchar(128)", "SchemaName:nvarchar(128)", "RowCounts:bigint",
+                                         "TotalSpaceKB:bigint", "UsedSpaceKB:bigint", "UnusedSpaceKB:bigint"],
+                             "rows": [["tbBillDailyBill", "dbo", 120000, 8000, 7800, 200],
+                                      ["tbCashAssessment", "dbo", 500, 64, 56, 8]]}}},
+    {"exact": "SELECT CONVERT(bigint, rows) as RCNT from sysindexes WHERE id = OBJECT_ID('tbCashAssessment') AND indid < 2",
+     "response": {"result": {"columns": ["RCNT:bigint"], "rows": [[500]]}}}
+  ]
+})";
+
+class SimulatedServer {
+public:
+    SimulatedServer() {
+        QString error;
+        auto scenario = qormin::sim::Scenario::fromJson(QByteArray(hospitalScenario), &error);
+        EXPECT_TRUE(scenario.has_value()) << error.toStdString();
+        m_server = std::make_unique<qormin::sim::SimServer>(std::move(*scenario));
+        EXPECT_TRUE(m_server->start(0, &error)) << error.toStdString();
+    }
+    QString address() const { return m_server->address(); }
+    QStringList batches() const {
+        QStringList texts;
+        for (const auto& entry : m_server->transcript()) {
+            if (entry.kind == QStringLiteral("batch"))
+                texts.append(entry.text);
+        }
+        return texts;
+    }
+    int logins() const {
+        int count = 0;
+        for (const auto& entry : m_server->transcript())
+            count += entry.kind == QStringLiteral("login") ? 1 : 0;
+        return count;
+    }
+
+private:
+    std::unique_ptr<qormin::sim::SimServer> m_server;
+};
+
+void storeSide(WindowHarness& harness, int side, const QString& server, const QString& password) {
+    const QString index = QString::number(side);
+    harness.settings().saveSetting(QStringLiteral("MIR"), QStringLiteral("txtServer") + index, server);
+    harness.settings().saveSetting(QStringLiteral("MIR"), QStringLiteral("DB") + index, password);
+}
+
+const QString databaseList =
+    QStringLiteral("SELECT name FROM sys.databases where database_id >= 5 order by name ");
+
+TEST(DatabaseListTest, startUpConnectsOnlyTheSideWithAStoredPassword) {
+    SimulatedServer server;
+    WindowHarness harness;
+    storeSide(harness, 0, server.address(), QString());
+    storeSide(harness, 1, server.address(), QStringLiteral("secret"));
+    harness.load();
+    auto& window = harness.window();
+    EXPECT_FALSE(window.serverAccess().IsConnected(0));
+    EXPECT_TRUE(window.serverAccess().IsConnected(1));
+    EXPECT_EQ(server.logins(), 1);
+    EXPECT_EQ(server.batches().count(databaseList), 1);
+    EXPECT_EQ(window.GridDB(0)->Rows(), 0);
+    EXPECT_EQ(window.lblDBCount(0)->text(), QString());
+    EXPECT_EQ(window.GridDB(1)->TextMatrix(3, 0), QStringLiteral("Station"));
+    EXPECT_EQ(harness.output(), QString());
+}
+
+TEST(DatabaseListTest, countIncludesTheHeaderRowAndClickPicksTheDatabase) {
+    SimulatedServer server;
+    WindowHarness harness;
+    storeSide(harness, 0, server.address(), QStringLiteral("secret"));
+    harness.load();
+    auto& window = harness.window();
+    EXPECT_EQ(window.lblDBCount(0)->text(), QStringLiteral("4"));
+    EXPECT_EQ(window.GridDB(0)->TextMatrix(0, 0), QStringLiteral("name"));
+    EXPECT_EQ(window.GridDB(0)->ColWidth(0), 3000);
+    const auto result =
+        harness.runBatch(QStringLiteral("select GridDB(0) 2\nprint txtDB\nprint GridDB(0)\n"));
+    EXPECT_EQ(result.exitCode, 0) << result.errors.toStdString();
+    EXPECT_EQ(result.output, QStringLiteral("Patient_Data\nname\nBilling\nPatient_Data\nStation\n"));
+}
+
+// The table list of a database picked in the right grid comes from the left server, whose
+// connection then stays in that database.
+TEST(DatabaseListTest, rightGridDoubleClickListsTablesThroughTheLeftServer) {
+    SimulatedServer left;
+    SimulatedServer right;
+    WindowHarness harness;
+    storeSide(harness, 0, left.address(), QStringLiteral("secret"));
+    storeSide(harness, 1, right.address(), QStringLiteral("secret"));
+    harness.load();
+    const auto result = harness.runBatch(QStringLiteral("dblclick GridDB(1) 1\n"
+                                                        "print lblcount\n"
+                                                        "select Grid2 2\n"));
+    ASSERT_EQ(result.exitCode, 0) << result.errors.toStdString();
+    EXPECT_EQ(result.output, QStringLiteral("2\n"));
+    auto& window = harness.window();
+    EXPECT_EQ(window.txtDB()->text(), QStringLiteral("Billing"));
+    EXPECT_EQ(window.Grid2()->TextMatrix(0, 0), QStringLiteral("TableName"));
+    EXPECT_EQ(window.Grid2()->TextMatrix(1, 0), QStringLiteral("tbBillDailyBill"));
+    EXPECT_EQ(window.Grid2()->ColWidth(0), 2300);
+    const QStringList leftBatches = left.batches();
+    ASSERT_GE(leftBatches.size(), 4);
+    EXPECT_EQ(leftBatches.mid(leftBatches.size() - 3, 1), QStringList{QStringLiteral("use Billing")});
+    EXPECT_TRUE(leftBatches.at(leftBatches.size() - 2)
+                    .startsWith(QStringLiteral(" SELECT     t.NAME AS TableName,")));
+    EXPECT_EQ(leftBatches.last(),
+              QStringLiteral("SELECT CONVERT(bigint, rows) as RCNT from sysindexes WHERE id = "
+                             "OBJECT_ID('tbCashAssessment') AND indid < 2"));
+    EXPECT_EQ(right.batches(), QStringList{databaseList});
+    EXPECT_TRUE(window.serverAccess().log().text().startsWith(QStringLiteral("ROWS: 500\r\n")));
+}
+
+TEST(DatabaseListTest, failedLoginShowsTheServersMessageAndStartUpGoesOn) {
+    SimulatedServer server;
+    WindowHarness harness;
+    storeSide(harness, 0, server.address(), QStringLiteral("wrong"));
+    harness.load();
+    EXPECT_EQ(harness.output(), QStringLiteral("MSGBOX: Login failed for user 'sa'. -> ok\n"));
+    EXPECT_FALSE(harness.window().serverAccess().IsConnected(0));
+    EXPECT_TRUE(harness.window().serverAccess().log().text().startsWith(QStringLiteral("checking path ")));
+    EXPECT_EQ(harness.window().windowTitle(), QStringLiteral("QORMIN DB Tools v.8.0.0.68"));
+}
+
+TEST(DatabaseListTest, connectButtonReconnectsWithTheCurrentTexts) {
+    SimulatedServer server;
+    WindowHarness harness;
+    storeSide(harness, 0, server.address(), QStringLiteral("wrong"));
+    harness.load();
+    const auto result = harness.runBatch(QStringLiteral("set txtPW(0) secret\n"
+                                                        "click cmdConnect(0)\n"
+                                                        "click cmdRefreshDB(0)\n"
+                                                        "print lblDBCount(0)\n"));
+    ASSERT_EQ(result.exitCode, 0) << result.errors.toStdString();
+    EXPECT_EQ(result.output, QStringLiteral("4\n"));
+    EXPECT_TRUE(harness.window().serverAccess().IsConnected(0));
+    EXPECT_TRUE(harness.window().serverAccess().log().text().contains(QStringLiteral("Connected.")));
+}
+
+} // namespace
