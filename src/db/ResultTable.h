@@ -44,6 +44,8 @@ struct StatementOutcome {
     std::vector<ResultTable> resultSets;
     std::vector<qint64> rowCounts;
     std::vector<ServerMessage> messages; // in arrival order
+    bool connectionLost = false;         // the link to the server broke: the connection is dead
+    bool withheld = false;               // script only: the statement was not sent
 };
 
 } // namespace qormin::db

@@ -15,14 +15,15 @@ class LogBuffer;
 class Recordset;
 class ServerMessageLog;
 class SideConnection;
+struct ConnectOutcome;
 
 // What the execution layer needs from the window that owns it.
 class ServerAccessHost {
 public:
     virtual ~ServerAccessHost() = default;
-    virtual QString serverText(int side) const = 0;   // txtServer(side)
-    virtual QString userText(int side) const = 0;     // txtUserID(side)
-    virtual QString passwordText(int side) const = 0; // txtPW(side)
+    virtual QString serverText(int side) const = 0;                // txtServer(side)
+    virtual QString userText(int side) const = 0;                  // txtUserID(side)
+    virtual QString passwordText(int side) const = 0;              // txtPW(side)
     virtual void showConnectError(const QString& description) = 0; // message box, OK only
     virtual void setBusyCursor(bool busy) = 0;
 };
@@ -52,8 +53,8 @@ public:
     void closeConnection(int side);
 
     Recordset& sharedRecordset();
-    LogBuffer& log();       // txtLog
-    LogBuffer& errors();    // txtErrs
+    LogBuffer& log();    // txtLog
+    LogBuffer& errors(); // txtErrs
     ServerMessageLog& serverMessages();
 
     // Cancels the statement running on either side; it then fails like any failed statement.
@@ -74,12 +75,19 @@ public:
     // Lower level for record loops and operations that need the whole outcome.
     SideConnection& side(int side);
 
+    // How long a connect attempt may take before it fails (15 s unless a test shortens it).
+    void setLoginTimeout(int seconds);
+
 Q_SIGNALS:
     void statementStarted(int side);
     void statementFinished(int side);
 
 private:
     struct State;
+
+    bool withhold(const QString& sql, bool logStatement);
+    ConnectOutcome openSide(int side, const QString& providerString);
+
     std::unique_ptr<State> m_state;
 };
 

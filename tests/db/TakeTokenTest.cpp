@@ -20,11 +20,14 @@ TEST_P(TakeTokenTest, splitsAtFirstDelimiterIgnoringCase) {
     EXPECT_EQ(text, QString::fromUtf8(c.rest));
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, TakeTokenTest,
-                         ::testing::Values(TakeTokenCase{" a ,b , c", ",", "a", "b , c"},
-                                           TakeTokenCase{"no delimiter  ", ",", "no delimiter", ""},
-                                           TakeTokenCase{"select 1\r\ngo\r\n x", "GO\r\n", "select 1", " x"},
-                                           TakeTokenCase{"LOGO\r\nrest", "GO\r\n", "LO", "rest"},
-                                           TakeTokenCase{"", ",", "", ""}));
+INSTANTIATE_TEST_SUITE_P(
+    Cases, TakeTokenTest,
+    ::testing::Values(TakeTokenCase{" a ,b , c", ",", "a", "b , c"},
+                      TakeTokenCase{"no delimiter  ", ",", "no delimiter", ""},
+                      // Only blanks are trimmed: the line break before GO stays.
+                      TakeTokenCase{"select 1\r\ngo\r\n x", "GO\r\n", "select 1\r\n", " x"},
+                      TakeTokenCase{"LOGO\r\nrest", "GO\r\n", "LO", "rest"},
+                      TakeTokenCase{"\tx \r\n", ";", "\tx \r\n", ""}, TakeTokenCase{"a;;b", ";", "a", ";b"},
+                      TakeTokenCase{"", ",", "", ""}));
 
 } // namespace

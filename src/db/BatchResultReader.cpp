@@ -1,0 +1,136 @@
+#include "db/BatchResultReader.h"
+
+#include "db/OdbcStatement.h"
+
+#include <sql.h>
+#include <sqlext.h>
+
+namespace qormin::db {
+
+BatchResultReader::BatchResultReader(OdbcStatement& statement, ResultRetention retention, MessageSink sink)
+    : m_statement(statement), m_retention(retention), m_sink(std::move(sink)) {}
+
+StatementOutcome BatchResultReader::execute(const QString& sql) {
+    return drain(m_statement.execDirect(sql));
+}
+
+StatementOutcome BatchResultReader::drain(short rc) {
+    m_outcome = StatementOutcome();
+    m_keptFirst = false;
+    for (;;) {
+        absorb(rc);
+        if (mustStop(rc)) {
+            break;
+        }
+        if (SQL_SUCCEEDED(rc)) {
+            readCurrentResult();
+            if (mustStop(rc)) {
+                break;
+            }
+        }
+        rc = m_statement.moreResults();
+        if (rc == SQL_NO_DATA) {
+            break;
+        }
+    }
+    m_statement.closeCursor();
+    return std::move(m_outcome);
+}
+
+// A cancel, a timeout or a dead link ends the batch; any other error is one statement of
+// the batch failing while the rest still has to be read.
+bool BatchResultReader::mustStop(short rc) const {
+    if (rc == SQL_INVALID_HANDLE || rc == SQL_STILL_EXECUTING || rc == SQL_NEED_DATA) {
+        return true;
+    }
+    if (m_outcome.cancelled || m_outcome.connectionLost) {
+        return true;
+    }
+    return rc == SQL_ERROR && !m_lastCallHadDiagnostics;
+}
+
+void BatchResultReader::absorb(short rc) {
+    m_lastCallHadDiagnostics = false;
+    if (rc == SQL_SUCCESS || rc == SQL_NO_DATA) {
+        return;
+    }
+    const auto diagnostics = m_statement.diagnostics();
+    m_lastCallHadDiagnostics = !diagnostics.empty();
+    for (const auto& diagnostic : diagnostics) {
+        if (diagnostic.sqlState == QLatin1String("HY008") || diagnostic.sqlState == QLatin1String("HYT00")) {
+            m_outcome.cancelled = true;
+        }
+        if (diagnostic.isCommunicationFailure()) {
+            m_outcome.connectionLost = true;
+        }
+        ServerMessage message = diagnostic.toServerMessage();
+        if (rc == SQL_ERROR && !diagnostic.isInformational()) {
+            message.severity = std::max(message.severity, 11);
+        }
+        if (m_sink) {
+            m_sink(message);
+        }
+        m_outcome.messages.push_back(std::move(message));
+    }
+    if (rc != SQL_ERROR) {
+        return;
+    }
+    m_outcome.succeeded = false;
+    if (!m_outcome.errorDescription.isEmpty()) {
+        return;
+    }
+    m_outcome.errorDescription = errorDescription(diagnostics);
+    if (m_outcome.errorDescription.isEmpty()) {
+        m_outcome.errorDescription =
+            QStringLiteral("The statement failed without a message from the driver.");
+    }
+}
+
+void BatchResultReader::readCurrentResult() {
+    const int columnCount = m_statement.resultColumnCount();
+    if (columnCount > 0) {
+        readResultSet(columnCount);
+        return;
+    }
+    const qint64 count = m_statement.rowCount();
+    if (count >= 0) {
+        m_outcome.rowCounts.push_back(count);
+    }
+}
+
+void BatchResultReader::readResultSet(int columnCount) {
+    const bool keep = m_retention == ResultRetention::AllResultSets ||
+                      (m_retention == ResultRetention::FirstResultSet && !m_keptFirst);
+    ResultTable table;
+    if (keep) {
+        table.columns.reserve(static_cast<size_t>(columnCount));
+        for (int column = 0; column < columnCount; ++column) {
+            table.columns.push_back(m_statement.describeColumn(column));
+        }
+    }
+    for (;;) {
+        const short rc = m_statement.fetch();
+        if (rc == SQL_NO_DATA) {
+            break;
+        }
+        absorb(rc);
+        if (!SQL_SUCCEEDED(rc)) {
+            break;
+        }
+        if (!keep) {
+            continue;
+        }
+        std::vector<QVariant> row;
+        row.reserve(table.columns.size());
+        for (int column = 0; column < columnCount; ++column) {
+            row.push_back(m_statement.value(column, table.columns[static_cast<size_t>(column)]));
+        }
+        table.rows.push_back(std::move(row));
+    }
+    if (keep) {
+        m_outcome.resultSets.push_back(std::move(table));
+        m_keptFirst = true;
+    }
+}
+
+} // namespace qormin::db

@@ -1,0 +1,157 @@
+#include "db/ConnectionString.h"
+
+#include <QStringList>
+
+namespace qormin::db {
+
+namespace {
+
+struct ProviderSettings {
+    QString provider;
+    QString server;
+    QString user;
+    QString password;
+    QString database;
+    bool hasUser = false;
+    bool hasPassword = false;
+    bool hasDatabase = false;
+};
+
+const QString formatError =
+    QStringLiteral("Format of the initialization string does not conform to the OLE DB specification.");
+const QString providerError = QStringLiteral("Provider cannot be found. It may not be properly installed.");
+
+bool isOneOf(const QString& key, std::initializer_list<const char*> names) {
+    for (const char* name : names) {
+        if (key.compare(QLatin1String(name), Qt::CaseInsensitive) == 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// Returns false for a segment without "=" (the provider refuses the whole string then).
+bool applySegment(const QString& segment, ProviderSettings& settings) {
+    if (segment.trimmed().isEmpty()) {
+        return true;
+    }
+    const qsizetype equals = segment.indexOf(QLatin1Char('='));
+    if (equals < 0) {
+        return false;
+    }
+    const QString key = segment.left(equals).trimmed();
+    const QString value = segment.mid(equals + 1);
+    if (isOneOf(key, {"Provider"})) {
+        settings.provider = value.trimmed();
+    } else if (isOneOf(key, {"Server", "Data Source", "Address", "Addr", "Network Address"})) {
+        settings.server = value;
+    } else if (isOneOf(key, {"UID", "User ID"})) {
+        settings.user = value;
+        settings.hasUser = true;
+    } else if (isOneOf(key, {"Password", "PWD"})) {
+        settings.password = value;
+        settings.hasPassword = true;
+    } else if (isOneOf(key, {"Database", "Initial Catalog"})) {
+        settings.database = value;
+        settings.hasDatabase = true;
+    }
+    return true;
+}
+
+bool isKnownProvider(const QString& provider) {
+    return provider.isEmpty() || isOneOf(provider, {"SQLOLEDB", "SQLOLEDB.1", "SQLNCLI", "SQLNCLI10",
+                                                    "SQLNCLI11", "MSOLEDBSQL", "MSOLEDBSQL19"});
+}
+
+// ODBC values with characters that would end or confuse the pair go in braces ("}" doubled).
+QString odbcValue(const QString& value) {
+    static const QString special = QStringLiteral(";{}=");
+    bool needsBraces = !value.isEmpty() && (value.front().isSpace() || value.back().isSpace());
+    for (const QChar character : value) {
+        needsBraces = needsBraces || special.contains(character);
+    }
+    if (!needsBraces) {
+        return value;
+    }
+    QString braced = value;
+    braced.replace(QLatin1Char('}'), QLatin1String("}}"));
+    return QLatin1Char('{') + braced + QLatin1Char('}');
+}
+
+void appendPair(QString& text, const QString& key, const QString& value) {
+    text += key + QLatin1Char('=') + odbcValue(value) + QLatin1Char(';');
+}
+
+// FreeTDS takes the port separately; a named instance stays in Server (FreeTDS asks the
+// browser service for its port).
+void appendFreeTdsServer(QString& text, QString server) {
+    if (server.startsWith(QLatin1String("tcp:"), Qt::CaseInsensitive)) {
+        server = server.mid(4);
+    }
+    QString port;
+    const qsizetype comma = server.indexOf(QLatin1Char(','));
+    if (comma >= 0) {
+        port = server.mid(comma + 1).trimmed();
+        server = server.left(comma);
+    }
+    if (server.trimmed() == QLatin1String(".") ||
+        server.trimmed().compare(QLatin1String("(local)"), Qt::CaseInsensitive) == 0) {
+        server = QStringLiteral("localhost");
+    }
+    appendPair(text, QStringLiteral("Server"), server);
+    if (!port.isEmpty()) {
+        appendPair(text, QStringLiteral("Port"), port);
+    }
+}
+
+} // namespace
+
+QString buildConnectionString(const QString& server, const QString& user, const QString& password) {
+    return QStringLiteral("Provider=SQLOLEDB;Persist Security Info=True;Server=") + server +
+           QStringLiteral(";UID=") + user + QStringLiteral(";Database=MASTER ") +
+           QStringLiteral(";Password=") + password;
+}
+
+DriverKind driverKindOf(const QString& driver) {
+    return driver.contains(QLatin1String("tds"), Qt::CaseInsensitive) ? DriverKind::FreeTds
+                                                                      : DriverKind::SqlServer;
+}
+
+OdbcConnectionText translateConnectionString(const QString& providerString, const QString& driver) {
+    ProviderSettings settings;
+    const QStringList segments = providerString.split(QLatin1Char(';'));
+    for (const QString& segment : segments) {
+        if (!applySegment(segment, settings)) {
+            return {QString(), formatError};
+        }
+    }
+    if (!isKnownProvider(settings.provider)) {
+        return {QString(), providerError};
+    }
+    const DriverKind kind = driverKindOf(driver);
+    QString text = QStringLiteral("Driver={") +
+                   QString(driver).replace(QLatin1Char('}'), QLatin1String("}}")) + QStringLiteral("};");
+    if (kind == DriverKind::FreeTds) {
+        appendFreeTdsServer(text, settings.server);
+    } else {
+        appendPair(text, QStringLiteral("Server"), settings.server);
+    }
+    if (settings.hasUser) {
+        appendPair(text, QStringLiteral("UID"), settings.user);
+    }
+    if (settings.hasPassword) {
+        appendPair(text, QStringLiteral("PWD"), settings.password);
+    }
+    if (settings.hasDatabase) {
+        appendPair(text, QStringLiteral("Database"), settings.database);
+    }
+    if (kind == DriverKind::FreeTds) {
+        text += QStringLiteral("TDS_Version=7.4;ClientCharset=UTF-8;");
+    } else if (driver.contains(QLatin1String("Driver 18"), Qt::CaseInsensitive)) {
+        // The old provider never encrypted; driver 18 would refuse a server without a trusted certificate.
+        text += QStringLiteral("Encrypt=Optional;");
+    }
+    return {text, QString()};
+}
+
+} // namespace qormin::db

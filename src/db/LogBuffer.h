@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QObject>
+#include <QString>
+#include <vector>
+
+namespace qormin::db {
+
+// The text of a log box (txtLog, txtErrs). prepend(line) makes the text line + CRLF + old
+// text, append(line) makes old text + CRLF + line, exactly; each costs O(1) instead of
+// copying the whole text, and views follow through the signals instead of re-reading it.
+class LogBuffer : public QObject {
+    Q_OBJECT
+public:
+    explicit LogBuffer(QObject* parent = nullptr);
+
+    void prepend(const QString& line);
+    void append(const QString& line);
+    void clear();
+    // Replaces the whole text (a user editing the box); later lines go around it.
+    void setText(const QString& text);
+
+    QString text() const;
+    // Lines added since the last clear() or setText().
+    qsizetype lineCount() const;
+    bool isEmpty() const;
+
+Q_SIGNALS:
+    void prepended(const QString& line); // the text now starts with line + CRLF
+    void appended(const QString& line);  // the text now ends with CRLF + line
+    void cleared();
+    void replaced(const QString& text);
+
+private:
+    std::vector<QString> m_prepended; // oldest first, so the newest is at the back
+    QString m_middle;
+    std::vector<QString> m_appended;
+    qsizetype m_size = 0;
+};
+
+} // namespace qormin::db

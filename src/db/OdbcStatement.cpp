@@ -1,0 +1,464 @@
+#include "db/OdbcStatement.h"
+
+#include "db/OdbcConnection.h"
+#include "db/OdbcText.h"
+
+#include <QDateTime>
+#include <sql.h>
+#include <sqlext.h>
+
+#include <cstring>
+
+namespace qormin::db {
+
+namespace {
+
+// SQL Server types that the generic ODBC headers do not name.
+constexpr int sqlServerTime = -154;
+
+constexpr SQLLEN chunkBytes = 64 * 1024;
+
+enum class ParameterClass { Integer, BigInteger, Bit, Floating, Decimal, Date, Timestamp, Binary, Text };
+
+ParameterClass classify(int sqlType) {
+    switch (sqlType) {
+    case SQL_INTEGER:
+    case SQL_SMALLINT:
+    case SQL_TINYINT:
+        return ParameterClass::Integer;
+    case SQL_BIGINT:
+        return ParameterClass::BigInteger;
+    case SQL_BIT:
+        return ParameterClass::Bit;
+    case SQL_REAL:
+    case SQL_FLOAT:
+    case SQL_DOUBLE:
+        return ParameterClass::Floating;
+    case SQL_DECIMAL:
+    case SQL_NUMERIC:
+        return ParameterClass::Decimal;
+    case SQL_TYPE_DATE:
+        return ParameterClass::Date;
+    case SQL_TYPE_TIMESTAMP:
+        return ParameterClass::Timestamp;
+    case SQL_BINARY:
+    case SQL_VARBINARY:
+    case SQL_LONGVARBINARY:
+        return ParameterClass::Binary;
+    default:
+        return ParameterClass::Text;
+    }
+}
+
+bool isNull(const QVariant& value) {
+    return !value.isValid() || value.isNull();
+}
+
+QString textOf(const QVariant& value) {
+    switch (value.typeId()) {
+    case QMetaType::QDateTime:
+        return value.toDateTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz"));
+    case QMetaType::QDate:
+        return value.toDate().toString(QStringLiteral("yyyy-MM-dd"));
+    case QMetaType::QTime:
+        return value.toTime().toString(QStringLiteral("HH:mm:ss.zzz"));
+    case QMetaType::Bool:
+        return value.toBool() ? QStringLiteral("1") : QStringLiteral("0");
+    case QMetaType::Double:
+        return QString::number(value.toDouble(), 'g', 17);
+    default:
+        return value.toString();
+    }
+}
+
+QDateTime dateTimeOf(const QVariant& value, bool& ok) {
+    ok = true;
+    if (value.typeId() == QMetaType::QDateTime) {
+        return value.toDateTime();
+    }
+    if (value.typeId() == QMetaType::QDate) {
+        return value.toDate().startOfDay();
+    }
+    const QString text = value.toString().trimmed();
+    for (const auto* format : {"yyyy-MM-dd HH:mm:ss.zzz", "yyyy-MM-dd HH:mm:ss", "yyyy-MM-ddTHH:mm:ss.zzz",
+                               "yyyy-MM-ddTHH:mm:ss", "yyyy-MM-dd"}) {
+        QDateTime parsed = QDateTime::fromString(text, QLatin1String(format));
+        if (parsed.isValid()) {
+            return parsed;
+        }
+    }
+    ok = false;
+    return {};
+}
+
+} // namespace
+
+// Memory a bound parameter points at; it must outlive the execution.
+struct OdbcStatement::BoundParameter {
+    std::vector<char> data;
+    SQLLEN indicator = 0;
+};
+
+OdbcStatement::OdbcStatement(OdbcConnection& connection) {
+    SQLHSTMT handle = SQL_NULL_HSTMT;
+    if (connection.handle() != nullptr &&
+        SQL_SUCCEEDED(SQLAllocHandle(SQL_HANDLE_STMT, connection.handle(), &handle))) {
+        m_handle = handle;
+    }
+}
+
+OdbcStatement::~OdbcStatement() {
+    if (m_handle != nullptr) {
+        SQLFreeHandle(SQL_HANDLE_STMT, m_handle);
+    }
+}
+
+void OdbcStatement::setQueryTimeout(int seconds) {
+    SQLSetStmtAttrW(m_handle, SQL_ATTR_QUERY_TIMEOUT,
+                    reinterpret_cast<SQLPOINTER>(static_cast<SQLULEN>(seconds)), 0);
+}
+
+short OdbcStatement::execDirect(const QString& sql) {
+    auto text = toSqlWide(sql);
+    return SQLExecDirectW(m_handle, text.data(), static_cast<SQLINTEGER>(text.size() - 1));
+}
+
+short OdbcStatement::moreResults() {
+    return SQLMoreResults(m_handle);
+}
+
+short OdbcStatement::fetch() {
+    return SQLFetch(m_handle);
+}
+
+int OdbcStatement::resultColumnCount() {
+    SQLSMALLINT count = 0;
+    if (!SQL_SUCCEEDED(SQLNumResultCols(m_handle, &count))) {
+        return 0;
+    }
+    return count;
+}
+
+ColumnInfo OdbcStatement::describeColumn(int index) {
+    ColumnInfo column;
+    SQLWCHAR name[512] = {};
+    SQLSMALLINT nameLength = 0;
+    SQLSMALLINT dataType = 0;
+    SQLULEN size = 0;
+    SQLSMALLINT digits = 0;
+    SQLSMALLINT nullable = SQL_NULLABLE_UNKNOWN;
+    const SQLRETURN rc = SQLDescribeColW(m_handle, static_cast<SQLUSMALLINT>(index + 1), name, 512,
+                                         &nameLength, &dataType, &size, &digits, &nullable);
+    if (!SQL_SUCCEEDED(rc)) {
+        return column;
+    }
+    column.name = fromSqlWide(name, std::min<qsizetype>(nameLength, 511));
+    column.sqlType = dataType;
+    column.size = static_cast<qint64>(size);
+    column.decimalDigits = digits;
+    column.nullable = nullable != SQL_NO_NULLS;
+    return column;
+}
+
+QVariant OdbcStatement::value(int index, const ColumnInfo& column) {
+    const auto number = static_cast<SQLUSMALLINT>(index + 1);
+    SQLLEN indicator = 0;
+    switch (column.sqlType) {
+    case SQL_INTEGER:
+    case SQL_SMALLINT:
+    case SQL_TINYINT: {
+        SQLINTEGER value = 0;
+        if (!SQL_SUCCEEDED(SQLGetData(m_handle, number, SQL_C_SLONG, &value, 0, &indicator)) ||
+            indicator == SQL_NULL_DATA) {
+            return {};
+        }
+        return static_cast<int>(value);
+    }
+    case SQL_BIGINT: {
+        SQLBIGINT value = 0;
+        if (!SQL_SUCCEEDED(SQLGetData(m_handle, number, SQL_C_SBIGINT, &value, 0, &indicator)) ||
+            indicator == SQL_NULL_DATA) {
+            return {};
+        }
+        return static_cast<qlonglong>(value);
+    }
+    case SQL_BIT: {
+        unsigned char value = 0;
+        if (!SQL_SUCCEEDED(SQLGetData(m_handle, number, SQL_C_BIT, &value, 0, &indicator)) ||
+            indicator == SQL_NULL_DATA) {
+            return {};
+        }
+        return value != 0;
+    }
+    case SQL_REAL:
+    case SQL_FLOAT:
+    case SQL_DOUBLE: {
+        double value = 0;
+        if (!SQL_SUCCEEDED(SQLGetData(m_handle, number, SQL_C_DOUBLE, &value, 0, &indicator)) ||
+            indicator == SQL_NULL_DATA) {
+            return {};
+        }
+        return value;
+    }
+    case SQL_TYPE_DATE: {
+        SQL_DATE_STRUCT value{};
+        if (!SQL_SUCCEEDED(SQLGetData(m_handle, number, SQL_C_TYPE_DATE, &value, 0, &indicator)) ||
+            indicator == SQL_NULL_DATA) {
+            return {};
+        }
+        return QDate(value.year, value.month, value.day);
+    }
+    case SQL_TYPE_TIMESTAMP: {
+        SQL_TIMESTAMP_STRUCT value{};
+        if (!SQL_SUCCEEDED(SQLGetData(m_handle, number, SQL_C_TYPE_TIMESTAMP, &value, 0, &indicator)) ||
+            indicator == SQL_NULL_DATA) {
+            return {};
+        }
+        const int milliseconds = static_cast<int>(value.fraction / 1000000);
+        return QDateTime(QDate(value.year, value.month, value.day),
+                         QTime(value.hour, value.minute, value.second, milliseconds));
+    }
+    case SQL_TYPE_TIME:
+    case sqlServerTime:
+        return readTime(index);
+    case SQL_BINARY:
+    case SQL_VARBINARY:
+    case SQL_LONGVARBINARY:
+        return readBinary(index);
+    default:
+        return readText(index);
+    }
+}
+
+QVariant OdbcStatement::readText(int column) {
+    const auto number = static_cast<SQLUSMALLINT>(column + 1);
+    m_scratch.resize(chunkBytes);
+    QString text;
+    for (;;) {
+        SQLLEN indicator = 0;
+        const SQLRETURN rc =
+            SQLGetData(m_handle, number, SQL_C_WCHAR, m_scratch.data(), chunkBytes, &indicator);
+        if (rc == SQL_NO_DATA) {
+            return text;
+        }
+        if (!SQL_SUCCEEDED(rc) || indicator == SQL_NULL_DATA) {
+            return text.isNull() ? QVariant() : QVariant(text);
+        }
+        const SQLLEN room = chunkBytes - static_cast<SQLLEN>(sizeof(SQLWCHAR));
+        const SQLLEN bytes = (indicator == SQL_NO_TOTAL || indicator > room) ? room : indicator;
+        const auto* characters = reinterpret_cast<const SQLWCHAR*>(m_scratch.data());
+        text +=
+            fromSqlWide(characters, static_cast<qsizetype>(bytes / static_cast<SQLLEN>(sizeof(SQLWCHAR))));
+        if (text.isNull()) {
+            text = QLatin1String("");
+        }
+        if (rc == SQL_SUCCESS) {
+            return text;
+        }
+    }
+}
+
+QVariant OdbcStatement::readBinary(int column) {
+    const auto number = static_cast<SQLUSMALLINT>(column + 1);
+    m_scratch.resize(chunkBytes);
+    QByteArray bytes;
+    bool any = false;
+    for (;;) {
+        SQLLEN indicator = 0;
+        const SQLRETURN rc =
+            SQLGetData(m_handle, number, SQL_C_BINARY, m_scratch.data(), chunkBytes, &indicator);
+        if (rc == SQL_NO_DATA) {
+            return bytes;
+        }
+        if (!SQL_SUCCEEDED(rc) || indicator == SQL_NULL_DATA) {
+            return any ? QVariant(bytes) : QVariant();
+        }
+        any = true;
+        const SQLLEN length = (indicator == SQL_NO_TOTAL || indicator > chunkBytes) ? chunkBytes : indicator;
+        bytes.append(m_scratch.data(), static_cast<qsizetype>(length));
+        if (rc == SQL_SUCCESS) {
+            return bytes;
+        }
+    }
+}
+
+QVariant OdbcStatement::readTime(int column) {
+    const QVariant text = readText(column);
+    if (!text.isValid()) {
+        return {};
+    }
+    // "hh:mm:ss[.fffffff]": QTime holds milliseconds, so the fraction is cut to three digits.
+    const QString value = text.toString();
+    const qsizetype dot = value.indexOf(QLatin1Char('.'));
+    const QString whole = dot < 0 ? value : value.left(dot);
+    QString fraction = dot < 0 ? QString() : value.mid(dot + 1).left(3);
+    while (fraction.size() < 3) {
+        fraction += QLatin1Char('0');
+    }
+    QTime time = QTime::fromString(whole, QStringLiteral("HH:mm:ss"));
+    return time.isValid() ? QVariant(time.addMSecs(fraction.toInt())) : text;
+}
+
+qint64 OdbcStatement::rowCount() {
+    SQLLEN count = -1;
+    if (!SQL_SUCCEEDED(SQLRowCount(m_handle, &count))) {
+        return -1;
+    }
+    return count;
+}
+
+bool OdbcStatement::cancel() {
+    return SQL_SUCCEEDED(SQLCancel(m_handle));
+}
+
+void OdbcStatement::closeCursor() {
+    SQLFreeStmt(m_handle, SQL_CLOSE);
+}
+
+std::vector<OdbcDiagnostic> OdbcStatement::diagnostics() const {
+    return readDiagnostics(SQL_HANDLE_STMT, m_handle);
+}
+
+void OdbcStatement::resetParameters() {
+    SQLFreeStmt(m_handle, SQL_RESET_PARAMS);
+    m_parameters.clear();
+}
+
+void OdbcStatement::bindParameter(int number, const ColumnInfo& target, const QVariant& value) {
+    auto& parameter = *m_parameters.emplace_back(std::make_unique<BoundParameter>());
+    ParameterClass kind = classify(target.sqlType);
+    SQLSMALLINT cType = SQL_C_WCHAR;
+    SQLSMALLINT sqlType = SQL_WVARCHAR;
+    SQLULEN columnSize = 1;
+    SQLSMALLINT digits = 0;
+    auto store = [&parameter](const void* data, size_t size) {
+        parameter.data.resize(size);
+        std::memcpy(parameter.data.data(), data, size);
+        parameter.indicator = static_cast<SQLLEN>(size);
+    };
+    const bool null = isNull(value);
+    bool converted = true;
+    switch (kind) {
+    case ParameterClass::Integer: {
+        const qlonglong number64 = value.toLongLong(&converted);
+        converted = null || (converted && number64 >= INT32_MIN && number64 <= INT32_MAX);
+        const SQLINTEGER number32 = static_cast<SQLINTEGER>(number64);
+        store(&number32, sizeof number32);
+        cType = SQL_C_SLONG;
+        sqlType = static_cast<SQLSMALLINT>(target.sqlType);
+        break;
+    }
+    case ParameterClass::BigInteger: {
+        const SQLBIGINT number64 = value.toLongLong(&converted);
+        converted = converted || null;
+        store(&number64, sizeof number64);
+        cType = SQL_C_SBIGINT;
+        sqlType = SQL_BIGINT;
+        break;
+    }
+    case ParameterClass::Bit: {
+        unsigned char bit = 0;
+        if (value.typeId() == QMetaType::QString) {
+            const QString text = value.toString().trimmed();
+            converted = text == QLatin1String("1") || text == QLatin1String("0") ||
+                        text.compare(QLatin1String("true"), Qt::CaseInsensitive) == 0 ||
+                        text.compare(QLatin1String("false"), Qt::CaseInsensitive) == 0;
+            bit =
+                (text == QLatin1String("1") || text.compare(QLatin1String("true"), Qt::CaseInsensitive) == 0);
+        } else {
+            bit = value.toBool() ? 1 : 0;
+        }
+        converted = converted || null;
+        store(&bit, sizeof bit);
+        cType = SQL_C_BIT;
+        sqlType = SQL_BIT;
+        break;
+    }
+    case ParameterClass::Floating: {
+        const double floating = value.toDouble(&converted);
+        converted = converted || null;
+        store(&floating, sizeof floating);
+        cType = SQL_C_DOUBLE;
+        sqlType = static_cast<SQLSMALLINT>(target.sqlType);
+        columnSize = target.sqlType == SQL_REAL ? 24 : 53;
+        break;
+    }
+    case ParameterClass::Decimal: {
+        const QByteArray text = textOf(value).trimmed().toLatin1();
+        store(text.constData(), static_cast<size_t>(text.size()));
+        cType = SQL_C_CHAR;
+        sqlType = static_cast<SQLSMALLINT>(target.sqlType);
+        columnSize = static_cast<SQLULEN>(std::max<qint64>(target.size, 1));
+        digits = static_cast<SQLSMALLINT>(target.decimalDigits);
+        break;
+    }
+    case ParameterClass::Date:
+    case ParameterClass::Timestamp: {
+        const QDateTime moment = null ? QDateTime() : dateTimeOf(value, converted);
+        if (kind == ParameterClass::Date) {
+            SQL_DATE_STRUCT date{};
+            date.year = static_cast<SQLSMALLINT>(moment.date().year());
+            date.month = static_cast<SQLUSMALLINT>(moment.date().month());
+            date.day = static_cast<SQLUSMALLINT>(moment.date().day());
+            store(&date, sizeof date);
+            cType = SQL_C_TYPE_DATE;
+            sqlType = SQL_TYPE_DATE;
+            columnSize = 10;
+            break;
+        }
+        SQL_TIMESTAMP_STRUCT stamp{};
+        stamp.year = static_cast<SQLSMALLINT>(moment.date().year());
+        stamp.month = static_cast<SQLUSMALLINT>(moment.date().month());
+        stamp.day = static_cast<SQLUSMALLINT>(moment.date().day());
+        stamp.hour = static_cast<SQLUSMALLINT>(moment.time().hour());
+        stamp.minute = static_cast<SQLUSMALLINT>(moment.time().minute());
+        stamp.second = static_cast<SQLUSMALLINT>(moment.time().second());
+        digits = static_cast<SQLSMALLINT>(std::clamp(target.decimalDigits, 0, 7));
+        // The fraction may not be finer than the column's precision, or the driver refuses it.
+        SQLUINTEGER granularity = 1000000000;
+        for (int digit = 0; digit < digits; ++digit) {
+            granularity /= 10;
+        }
+        const SQLUINTEGER nanoseconds = static_cast<SQLUINTEGER>(moment.time().msec()) * 1000000U;
+        stamp.fraction = nanoseconds / granularity * granularity;
+        store(&stamp, sizeof stamp);
+        cType = SQL_C_TYPE_TIMESTAMP;
+        sqlType = SQL_TYPE_TIMESTAMP;
+        columnSize = static_cast<SQLULEN>(std::max<qint64>(target.size, digits > 0 ? 20 + digits : 19));
+        break;
+    }
+    case ParameterClass::Binary: {
+        const QByteArray bytes =
+            value.typeId() == QMetaType::QByteArray ? value.toByteArray() : value.toString().toUtf8();
+        store(bytes.constData(), static_cast<size_t>(bytes.size()));
+        cType = SQL_C_BINARY;
+        sqlType = bytes.size() > 8000 ? SQL_LONGVARBINARY : SQL_VARBINARY;
+        columnSize = static_cast<SQLULEN>(std::max<qsizetype>(bytes.size(), 1));
+        break;
+    }
+    case ParameterClass::Text:
+        break;
+    }
+    if (kind == ParameterClass::Text || !converted) {
+        // Text, and any value that does not fit its column's type: the server converts it, or
+        // reports why it cannot, exactly as for a literal.
+        const auto wide = toSqlWide(textOf(value));
+        const auto characters = wide.size() - 1;
+        store(wide.data(), characters * sizeof(SQLWCHAR));
+        cType = SQL_C_WCHAR;
+        sqlType = characters > 4000 ? SQL_WLONGVARCHAR : SQL_WVARCHAR;
+        columnSize = std::max<SQLULEN>(characters, 1);
+        digits = 0;
+    }
+    if (null) {
+        parameter.indicator = SQL_NULL_DATA;
+        if (parameter.data.empty()) {
+            parameter.data.resize(sizeof(SQLWCHAR));
+        }
+    }
+    SQLBindParameter(m_handle, static_cast<SQLUSMALLINT>(number), SQL_PARAM_INPUT, cType, sqlType, columnSize,
+                     digits, parameter.data.data(), static_cast<SQLLEN>(parameter.data.size()),
+                     &parameter.indicator);
+}
+
+} // namespace qormin::db

@@ -1,0 +1,294 @@
+#include "db/ServerAccess.h"
+
+#include "db/ConnectionString.h"
+#include "db/DriverLocator.h"
+#include "db/LogBuffer.h"
+#include "db/ReadOnlyStatement.h"
+#include "db/Recordset.h"
+#include "db/ScriptSplitter.h"
+#include "db/ServerMessageLog.h"
+#include "db/SideConnection.h"
+
+#include <QCoreApplication>
+
+namespace qormin::db {
+
+namespace {
+
+constexpr int connectCommandTimeout = 3600;
+constexpr int executeCommandTimeout = 10000;
+constexpr int loginTimeoutSeconds = 15;
+
+const QString notRunText = QStringLiteral("Not run (script only)");
+
+void yieldToEventLoop() {
+    if (QCoreApplication::instance() != nullptr) {
+        QCoreApplication::processEvents();
+    }
+}
+
+bool isSide(int side) {
+    return side == 0 || side == 1;
+}
+
+} // namespace
+
+struct ServerAccess::State {
+    explicit State(ServerAccessHost& owner) : host(owner) {}
+
+    ServerAccessHost& host;
+    std::array<std::unique_ptr<SideConnection>, 2> sides;
+    std::array<bool, 2> isConnected{false, false};
+    Recordset recordset;
+    LogBuffer* log = nullptr;
+    LogBuffer* errors = nullptr;
+    ServerMessageLog* serverMessages = nullptr;
+    QElapsedTimer timer;
+    QString driverOverride;
+    QString detectedDriver;
+    bool scriptOnly = false;
+    QStringList withheld;
+    int loginTimeout = loginTimeoutSeconds;
+};
+
+ServerAccess::ServerAccess(ServerAccessHost& host, QObject* parent)
+    : QObject(parent), m_state(std::make_unique<State>(host)) {
+    m_state->log = new LogBuffer(this);
+    m_state->errors = new LogBuffer(this);
+    m_state->serverMessages = new ServerMessageLog(this);
+    m_state->timer.start();
+    for (int index = 0; index < 2; ++index) {
+        auto connection = std::make_unique<SideConnection>(index);
+        connect(connection.get(), &SideConnection::serverMessage, m_state->serverMessages,
+                &ServerMessageLog::add);
+        connect(connection.get(), &SideConnection::statementStarted, this, &ServerAccess::statementStarted);
+        connect(connection.get(), &SideConnection::statementFinished, this, &ServerAccess::statementFinished);
+        // A dead link is not worth keeping: the next statement on the side connects again.
+        connect(connection.get(), &SideConnection::connectionLost, this,
+                [this](int side) { m_state->isConnected[static_cast<size_t>(side)] = false; });
+        connection->setWithholdCheck([this](const QString& sql) { return withhold(sql, true); });
+        m_state->sides[static_cast<size_t>(index)] = std::move(connection);
+    }
+}
+
+ServerAccess::~ServerAccess() {
+    cancelRunningStatement();
+}
+
+bool ServerAccess::withhold(const QString& sql, bool logStatement) {
+    if (!m_state->scriptOnly || isReadOnlyStatement(sql)) {
+        return false;
+    }
+    if (logStatement) {
+        LogMessage(sql);
+    }
+    LogMessage(notRunText);
+    m_state->withheld.append(sql);
+    return true;
+}
+
+ConnectOutcome ServerAccess::openSide(int side, const QString& providerString) {
+    const QString driver = driverInUse();
+    OdbcConnectionText odbc = translateConnectionString(providerString, driver);
+    if (!odbc.error.isEmpty()) {
+        return {false, odbc.error, false};
+    }
+    SideConnection& connection = *m_state->sides[static_cast<size_t>(side)];
+    ConnectOutcome outcome = connection.open(odbc.text, m_state->loginTimeout);
+    const QString fallback = DriverLocator::fallbackLibrary();
+    if (outcome.connected || !outcome.driverNotLoaded || !m_state->driverOverride.isEmpty() ||
+        driver == fallback) {
+        return outcome;
+    }
+    // The registered name did not load (a relative library path in odbcinst.ini, say): try the library
+    // itself.
+    odbc = translateConnectionString(providerString, fallback);
+    ConnectOutcome retry = connection.open(odbc.text, m_state->loginTimeout);
+    if (!retry.driverNotLoaded) {
+        m_state->detectedDriver = fallback;
+        return retry;
+    }
+    return outcome;
+}
+
+void ServerAccess::ConnectServer(int side) {
+    if (!isSide(side) || m_state->isConnected[static_cast<size_t>(side)]) {
+        return;
+    }
+    auto& host = m_state->host;
+    const QString providerString =
+        buildConnectionString(host.serverText(side), host.userText(side), host.passwordText(side));
+    m_state->sides[static_cast<size_t>(side)]->setCommandTimeout(connectCommandTimeout);
+    const ConnectOutcome outcome = openSide(side, providerString);
+    if (!outcome.connected) {
+        host.showConnectError(outcome.errorDescription);
+        return;
+    }
+    LogMessage(QStringLiteral("Connected."));
+    m_state->isConnected[static_cast<size_t>(side)] = true;
+}
+
+void ServerAccess::EnsureConnected(int side) {
+    if (isSide(side) && !m_state->isConnected[static_cast<size_t>(side)]) {
+        ConnectServer(side);
+    }
+}
+
+void ServerAccess::ExecuteSQL(int side, const QString& sql) {
+    if (!isSide(side)) {
+        return;
+    }
+    auto& host = m_state->host;
+    host.setBusyCursor(true);
+    LogMessage(QStringLiteral("Running SQL.."));
+    EnsureConnected(side);
+    LogMessage(sql);
+    if (withhold(sql, false)) {
+        host.setBusyCursor(false);
+        return;
+    }
+    SideConnection& connection = *m_state->sides[static_cast<size_t>(side)];
+    connection.setCommandTimeout(executeCommandTimeout);
+    const StatementOutcome outcome = connection.execute(sql, ResultRetention::Nothing);
+    host.setBusyCursor(false);
+    LogMessage(outcome.succeeded ? QStringLiteral("Done") : outcome.errorDescription);
+}
+
+void ServerAccess::OpenRecordset(int side, const QString& sql, const QVariant& /*unused*/, QString& result) {
+    m_state->recordset.close();
+    if (!isSide(side)) {
+        return;
+    }
+    auto& host = m_state->host;
+    host.setBusyCursor(true);
+    EnsureConnected(side);
+    if (withhold(sql, true)) {
+        host.setBusyCursor(false);
+        result.clear();
+        return;
+    }
+    StatementOutcome outcome =
+        m_state->sides[static_cast<size_t>(side)]->execute(sql, ResultRetention::FirstResultSet);
+    host.setBusyCursor(false);
+    if (!outcome.succeeded) {
+        result = outcome.errorDescription + QLatin1Char(' ') + sql;
+        return;
+    }
+    if (!outcome.resultSets.empty()) {
+        m_state->recordset.open(std::move(outcome.resultSets.front()));
+    }
+    result = QString();
+}
+
+void ServerAccess::ExecuteScript(int side, const QString& script) {
+    const ScriptSplit split = splitScript(script);
+    for (const ScriptStep& step : split.steps) {
+        if (step.logged) {
+            LogMessage(step.text);
+        }
+        yieldToEventLoop();
+        if (!step.text.isEmpty()) {
+            ExecuteSQL(side, step.text);
+        }
+    }
+}
+
+void ServerAccess::LogMessage(const QString& text, bool atEnd) {
+    if (atEnd) {
+        m_state->log->append(text);
+    } else {
+        m_state->log->prepend(text);
+    }
+    yieldToEventLoop();
+}
+
+void ServerAccess::LogError(const QString& text) {
+    m_state->errors->prepend(text);
+    yieldToEventLoop();
+}
+
+void ServerAccess::StartTiming() {
+    m_state->timer.restart();
+}
+
+float ServerAccess::ElapsedSeconds() const {
+    return static_cast<float>(static_cast<double>(m_state->timer.elapsed()) / 1000.0);
+}
+
+bool ServerAccess::IsConnected(int side) const {
+    return isSide(side) && m_state->isConnected[static_cast<size_t>(side)];
+}
+
+void ServerAccess::closeConnection(int side) {
+    if (!isSide(side)) {
+        return;
+    }
+    m_state->sides[static_cast<size_t>(side)]->close();
+    m_state->isConnected[static_cast<size_t>(side)] = false;
+}
+
+Recordset& ServerAccess::sharedRecordset() {
+    return m_state->recordset;
+}
+
+LogBuffer& ServerAccess::log() {
+    return *m_state->log;
+}
+
+LogBuffer& ServerAccess::errors() {
+    return *m_state->errors;
+}
+
+ServerMessageLog& ServerAccess::serverMessages() {
+    return *m_state->serverMessages;
+}
+
+void ServerAccess::cancelRunningStatement() {
+    for (auto& connection : m_state->sides) {
+        connection->cancel();
+    }
+}
+
+bool ServerAccess::isStatementRunning() const {
+    return m_state->sides[0]->isRunning() || m_state->sides[1]->isRunning();
+}
+
+void ServerAccess::setDriverOverride(const QString& driver) {
+    m_state->driverOverride = driver;
+}
+
+QString ServerAccess::driverInUse() const {
+    if (!m_state->driverOverride.isEmpty()) {
+        return m_state->driverOverride;
+    }
+    if (m_state->detectedDriver.isEmpty()) {
+        m_state->detectedDriver = DriverLocator::defaultDriver();
+    }
+    return m_state->detectedDriver;
+}
+
+void ServerAccess::setScriptOnly(bool on) {
+    m_state->scriptOnly = on;
+}
+
+bool ServerAccess::scriptOnly() const {
+    return m_state->scriptOnly;
+}
+
+QStringList ServerAccess::withheldStatements() const {
+    return m_state->withheld;
+}
+
+void ServerAccess::clearWithheldStatements() {
+    m_state->withheld.clear();
+}
+
+void ServerAccess::setLoginTimeout(int seconds) {
+    m_state->loginTimeout = seconds;
+}
+
+SideConnection& ServerAccess::side(int side) {
+    return *m_state->sides[static_cast<size_t>(side == 1 ? 1 : 0)];
+}
+
+} // namespace qormin::db
