@@ -1,5 +1,7 @@
 #include "db/TakeToken.h"
 
+#include "QStringPrinter.h"
+
 #include <gtest/gtest.h>
 
 namespace {
