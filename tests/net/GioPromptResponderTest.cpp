@@ -1,0 +1,97 @@
+#include "net/GioPromptResponder.h"
+
+#include <gtest/gtest.h>
+#include <vector>
+
+namespace {
+
+using qormin::net::GioPromptResponder;
+using qormin::net::ShareCredentials;
+
+struct Step {
+    const char* output;
+    const char* expectedInput;
+    bool expectedClose;
+};
+
+struct ConversationCase {
+    const char* name;
+    const char* domain;
+    std::vector<Step> steps;
+    bool refused;
+    bool unexpected;
+};
+
+void PrintTo(const ConversationCase& c, std::ostream* out) {
+    *out << c.name;
+}
+
+class GioPromptResponderTest : public ::testing::TestWithParam<ConversationCase> {};
+
+TEST_P(GioPromptResponderTest, answersEachPromptOnce) {
+    const ConversationCase& c = GetParam();
+    GioPromptResponder responder(ShareCredentials{QStringLiteral("administrator"),
+                                                  QString::fromUtf8(c.domain), QStringLiteral("pä ss")});
+    for (const Step& step : c.steps) {
+        const auto answer = responder.read(QByteArray(step.output));
+        EXPECT_EQ(answer.input, QByteArray(step.expectedInput)) << step.output;
+        EXPECT_EQ(answer.closeInput, step.expectedClose) << step.output;
+    }
+    EXPECT_EQ(responder.credentialsRefused(), c.refused);
+    EXPECT_EQ(responder.unexpectedQuestion(), c.unexpected);
+}
+
+constexpr const char* header = "Authentication Required\nEnter user and password for share \xe2\x80\x9c"
+                               "backup\xe2\x80\x9d on \xe2\x80\x9csrv\xe2\x80\x9d:\n";
+
+INSTANTIATE_TEST_SUITE_P(
+    Conversations, GioPromptResponderTest,
+    ::testing::Values(
+        ConversationCase{"userDomainPassword",
+                         "HOSP",
+                         {{header, "", false},
+                          {"User [guest]: ", "administrator\n", false},
+                          {"Domain [WORKGROUP]: ", "HOSP\n", false},
+                          {"Password: ", "p\xc3\xa4 ss\n", false}},
+                         false,
+                         false},
+        ConversationCase{"emptyDomainKeepsTheDefault",
+                         "",
+                         {{"User: ", "administrator\n", false},
+                          {"Domain [WORKGROUP]: ", "\n", false},
+                          {"Password: ", "p\xc3\xa4 ss\n", false}},
+                         false,
+                         false},
+        ConversationCase{"promptInPieces",
+                         "",
+                         {{"Kerberos auth with 'guest@WORKGROUP' not possible\nUs", "", false},
+                          {"er [guest]: ", "administrator\n", false}},
+                         false,
+                         false},
+        ConversationCase{"secondRoundMeansRefused",
+                         "",
+                         {{"User [guest]: ", "administrator\n", false},
+                          {"Domain [WORKGROUP]: ", "\n", false},
+                          {"Password: ", "p\xc3\xa4 ss\n", false},
+                          {header, "", false},
+                          {"User [administrator]: ", "", true}},
+                         true,
+                         false},
+        ConversationCase{"passwordAskedTwiceMeansRefused",
+                         "",
+                         {{"Password: ", "p\xc3\xa4 ss\n", false}, {"\nPassword: ", "", true}},
+                         true,
+                         false},
+        ConversationCase{"questionWithChoicesIsNotAnswered",
+                         "",
+                         {{"Can't verify the identity\n[1] Connect anyway\n[2] Cancel\nChoice: ", "", true}},
+                         false,
+                         true},
+        ConversationCase{"plainOutputIsNoPrompt",
+                         "",
+                         {{"Mounted smb://srv/backup\n", "", false}, {"User: someone\n", "", false}},
+                         false,
+                         false}),
+    [](const auto& testInfo) { return std::string(testInfo.param.name); });
+
+} // namespace

@@ -1,0 +1,116 @@
+#include "GvfsTestSession.h"
+
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QStandardPaths>
+#include <QThread>
+
+namespace qormin::test {
+
+namespace {
+
+QString firstExisting(const QStringList& paths) {
+    for (const QString& path : paths) {
+        if (QFileInfo(path).isExecutable())
+            return path;
+    }
+    return QString();
+}
+
+bool isMounted(const QString& folder) {
+    QFile mounts(QStringLiteral("/proc/self/mounts"));
+    if (!mounts.open(QIODevice::ReadOnly))
+        return false;
+    return mounts.readAll().contains(' ' + folder.toUtf8() + ' ');
+}
+
+// What GVfs needs besides the gio tool; the first thing missing is the reason.
+QString missingPiece() {
+    const QStringList libexec{QStringLiteral("/usr/libexec/"), QStringLiteral("/usr/lib/gvfs/")};
+    const auto inLibexec = [&](const QString& name) {
+        return firstExisting({libexec.at(0) + name, libexec.at(1) + name});
+    };
+    if (QStandardPaths::findExecutable(QStringLiteral("dbus-daemon")).isEmpty())
+        return QStringLiteral("dbus-daemon is not installed (package dbus)");
+    if (QStandardPaths::findExecutable(QStringLiteral("gio")).isEmpty())
+        return QStringLiteral("gio is not installed (package libglib2.0-bin)");
+    if (inLibexec(QStringLiteral("gvfsd")).isEmpty())
+        return QStringLiteral("gvfsd is not installed (package gvfs)");
+    if (inLibexec(QStringLiteral("gvfsd-smb")).isEmpty())
+        return QStringLiteral("the GVfs SMB backend is not installed (package gvfs-backends)");
+    if (inLibexec(QStringLiteral("gvfsd-fuse")).isEmpty())
+        return QStringLiteral("gvfsd-fuse is not installed (package gvfs-fuse)");
+    QFile fuse(QStringLiteral("/dev/fuse"));
+    if (!fuse.open(QIODevice::ReadWrite))
+        return QStringLiteral("/dev/fuse cannot be opened: ") + fuse.errorString();
+    return QString();
+}
+
+} // namespace
+
+GvfsTestSession::~GvfsTestSession() {
+    stop();
+}
+
+QString GvfsTestSession::gvfsFolder() const {
+    return m_folder.filePath(QStringLiteral("runtime/gvfs"));
+}
+
+bool GvfsTestSession::start(QString& whyNot) {
+    whyNot = missingPiece();
+    if (!whyNot.isEmpty())
+        return false;
+    const QString runtime = m_folder.filePath(QStringLiteral("runtime"));
+    QDir().mkpath(runtime);
+    QFile::setPermissions(runtime, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    const QString address = QStringLiteral("unix:path=") + m_folder.filePath(QStringLiteral("bus"));
+    m_environment = QProcessEnvironment::systemEnvironment();
+    m_environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), address);
+    m_environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime);
+    // The volume monitors of a desktop (udisks, MTP, ...) have nothing to do here.
+    m_environment.insert(QStringLiteral("GVFS_REMOTE_VOLUME_MONITOR_IGNORE"), QStringLiteral("1"));
+    // The bus starts gvfsd and gvfsd-fuse with its own environment: they must see the
+    // session's runtime folder, or the FUSE folder lands in ~/.cache/gvfs.
+    m_bus.setProcessEnvironment(m_environment);
+    m_bus.setProgram(QStringLiteral("dbus-daemon"));
+    m_bus.setArguments({QStringLiteral("--session"), QStringLiteral("--nofork"),
+                        QStringLiteral("--nopidfile"), QStringLiteral("--address=") + address});
+    m_bus.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    m_bus.start();
+    if (!m_bus.waitForStarted()) {
+        whyNot = QStringLiteral("dbus-daemon did not start: ") + m_bus.errorString();
+        return false;
+    }
+    const QDeadlineTimer deadline(std::chrono::seconds(10));
+    while (!QFileInfo::exists(m_folder.filePath(QStringLiteral("bus"))) && !deadline.hasExpired())
+        QThread::msleep(20);
+    return true;
+}
+
+void GvfsTestSession::stop() {
+    if (m_bus.state() != QProcess::NotRunning) {
+        m_bus.terminate();
+        if (!m_bus.waitForFinished(10000))
+            m_bus.kill();
+        m_bus.waitForFinished();
+    }
+    releaseFuseMount();
+}
+
+// gvfsd-fuse leaves when its bus goes; until its folder is unmounted the temporary folder
+// must not be removed, or removing it would walk into the share.
+void GvfsTestSession::releaseFuseMount() {
+    const QString folder = gvfsFolder();
+    const QDeadlineTimer deadline(std::chrono::seconds(10));
+    while (isMounted(folder) && !deadline.hasExpired())
+        QThread::msleep(50);
+    if (!isMounted(folder))
+        return;
+    QProcess::execute(QStringLiteral("fusermount3"), {QStringLiteral("-u"), QStringLiteral("-z"), folder});
+    if (isMounted(folder))
+        m_folder.setAutoRemove(false);
+}
+
+} // namespace qormin::test
