@@ -8,6 +8,7 @@
 #include "app/SettingsStore.h"
 #include "app/SettingsTable.h"
 #include "app/SideColumn.h"
+#include "app/SubsystemTools.h"
 #include "app/pages/MainToolsPage.h"
 #include "app/pages/OptionsPage.h"
 #include "app/pages/RestoreDirPage.h"
@@ -119,6 +120,7 @@ frmMain::frmMain(const PlatformServices& services, QWidget* parent)
     setWindowTitle(applicationTitle());
     buildWindow();
     buildPages();
+    installSubsystemTools(*this);
     connectHandlers();
     resize(1280, 800);
 }

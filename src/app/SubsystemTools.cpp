@@ -1,0 +1,12 @@
+#include "app/SubsystemTools.h"
+
+#include "app/MainWindowContext.h"
+
+namespace qormin::app {
+
+// One line per subsystem, in the order their buttons should appear.
+void installSubsystemTools(MainWindowContext& context) {
+    (void)context;
+}
+
+} // namespace qormin::app
