@@ -1,0 +1,32 @@
+#include "sim/Rule.h"
+
+namespace qormin::sim {
+
+std::optional<QStringList> Rule::matches(const QString& statement, const QString& currentDatabase) const {
+    if (!database.isEmpty() && database.compare(currentDatabase, Qt::CaseInsensitive) != 0) {
+        return std::nullopt;
+    }
+    const Qt::CaseSensitivity sensitivity = caseSensitive ? Qt::CaseSensitive : Qt::CaseInsensitive;
+    switch (match) {
+    case Match::Exact:
+        if (statement.compare(text, sensitivity) == 0) {
+            return QStringList{statement};
+        }
+        return std::nullopt;
+    case Match::Prefix:
+        if (statement.startsWith(text, sensitivity)) {
+            return QStringList{statement};
+        }
+        return std::nullopt;
+    case Match::Regex: {
+        const auto found = regex.match(statement);
+        if (!found.hasMatch()) {
+            return std::nullopt;
+        }
+        return found.capturedTexts();
+    }
+    }
+    return std::nullopt;
+}
+
+} // namespace qormin::sim

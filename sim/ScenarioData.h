@@ -1,0 +1,29 @@
+#pragma once
+
+#include "sim/Rule.h"
+
+#include <QStringList>
+#include <optional>
+#include <vector>
+
+namespace qormin::sim {
+
+struct LoginCheck {
+    QString user;
+    QString password;
+};
+
+// Everything a scenario file declares, ready for the connections to use (read-only, shared).
+struct ScenarioData {
+    std::optional<LoginCheck> login;
+    QStringList databases; // empty: every name is accepted
+    QString serverName = QStringLiteral("QORMINSIM");
+    std::vector<Rule> rules;
+    std::vector<ResponseStep> defaultResponse;
+    int hangLimitMilliseconds = 120'000;
+
+    // The declared spelling of `name` (case-insensitive); empty when the database is unknown.
+    QString knownDatabase(const QString& name) const;
+};
+
+} // namespace qormin::sim

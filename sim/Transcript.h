@@ -1,0 +1,27 @@
+#pragma once
+
+#include "sim/TranscriptEntry.h"
+
+#include <QFile>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+namespace qormin::sim {
+
+// Thread-safe record of what every connection received, kept in memory and optionally appended
+// to a file as JSON lines (flushed per line, so a crash loses nothing already seen).
+class Transcript {
+public:
+    void setFile(const QString& path);
+    void append(QJsonObject json);
+    std::vector<TranscriptEntry> entries() const;
+    void clear();
+
+private:
+    mutable std::mutex m_mutex;
+    std::vector<TranscriptEntry> m_entries;
+    std::unique_ptr<QFile> m_file;
+};
+
+} // namespace qormin::sim

@@ -1,0 +1,75 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+#include <ostream>
+#include <sql.h>
+#include <sqlext.h>
+#include <vector>
+
+// Readable QString values in assertion failures.
+inline void PrintTo(const QString& text, std::ostream* stream) {
+    *stream << '"' << text.toStdString() << '"';
+}
+
+namespace qormin::test {
+
+// Raw ODBC calls, as a client of the simulated server makes them; every result is drained.
+class OdbcClient {
+public:
+    struct Message {
+        QString state;
+        int number = 0;
+        QString text;
+    };
+    struct Table {
+        QStringList columns;
+        std::vector<QStringList> rows; // cells as text; NULL as "<null>", binary as upper-case hex
+    };
+    struct Outcome {
+        bool succeeded = false;
+        std::vector<Table> tables;
+        std::vector<SQLLEN> rowCounts; // one per result without columns
+        std::vector<Message> messages;
+        QString messageText(int number) const;
+    };
+    static constexpr const char* nullText = "<null>";
+
+    OdbcClient();
+    ~OdbcClient();
+    OdbcClient(const OdbcClient&) = delete;
+    OdbcClient& operator=(const OdbcClient&) = delete;
+
+    bool connect(const QString& connectionString);
+    void disconnect();
+    Outcome execute(const QString& sql);
+    // Sends `sql` with the given parameters bound (SQLBindParameter), then drains the results.
+    struct Parameter {
+        SQLSMALLINT valueType;
+        SQLSMALLINT parameterType;
+        SQLULEN columnSize;
+        SQLSMALLINT decimalDigits;
+        QByteArray data; // the C value's bytes
+        bool isNull = false;
+    };
+    Outcome execute(const QString& sql, const std::vector<Parameter>& parameters);
+    // Runs `sql` and reads only the first row, then cancels the rest (SQLCancel).
+    Outcome executeAndCancel(const QString& sql);
+    SQLHDBC connection() const { return m_connection; }
+    SQLHSTMT statement() const { return m_statement; }
+    const std::vector<Message>& connectMessages() const { return m_connectMessages; }
+
+    static std::vector<Message> diagnostics(SQLSMALLINT handleType, SQLHANDLE handle);
+
+private:
+    void drain(SQLRETURN result, Outcome& outcome);
+    Table readTable(SQLSMALLINT columnCount);
+    QString readCell(SQLUSMALLINT column, SQLSMALLINT sqlType);
+
+    SQLHENV m_environment = SQL_NULL_HENV;
+    SQLHDBC m_connection = SQL_NULL_HDBC;
+    SQLHSTMT m_statement = SQL_NULL_HSTMT;
+    std::vector<Message> m_connectMessages;
+};
+
+} // namespace qormin::test

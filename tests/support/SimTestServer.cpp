@@ -1,0 +1,73 @@
+#include "SimTestServer.h"
+
+#include <gtest/gtest.h>
+
+namespace qormin::test {
+
+namespace {
+
+bool isDriverBookkeeping(const sim::TranscriptEntry& entry) {
+    const QString procedure = entry.json.value(QLatin1String("procedure")).toString();
+    return procedure.compare(QLatin1String("sp_prepare"), Qt::CaseInsensitive) == 0 ||
+           procedure.compare(QLatin1String("sp_unprepare"), Qt::CaseInsensitive) == 0;
+}
+
+} // namespace
+
+std::unique_ptr<SimTestServer> SimTestServer::fromJson(const QByteArray& json) {
+    QString error;
+    auto scenario = sim::Scenario::fromJson(json, &error);
+    if (!scenario) {
+        ADD_FAILURE() << "scenario does not parse: " << error.toStdString();
+        return nullptr;
+    }
+    return std::make_unique<SimTestServer>(std::move(*scenario));
+}
+
+std::unique_ptr<SimTestServer> SimTestServer::fromFile(const QString& path) {
+    QString error;
+    auto scenario = sim::Scenario::fromFile(path, &error);
+    if (!scenario) {
+        ADD_FAILURE() << "scenario does not parse: " << error.toStdString();
+        return nullptr;
+    }
+    return std::make_unique<SimTestServer>(std::move(*scenario));
+}
+
+SimTestServer::SimTestServer(sim::Scenario scenario) : m_server(std::move(scenario)) {
+    QString error;
+    m_running = m_server.start(0, &error);
+    if (!m_running) {
+        ADD_FAILURE() << "simulated server does not start: " << error.toStdString();
+    }
+}
+
+QString SimTestServer::connectionString(const QString& user, const QString& password,
+                                        const QString& database) const {
+    return QStringLiteral("Driver=FreeTDS;Server=127.0.0.1;Port=%1;TDS_Version=7.4;UID=%2;PWD=%3;Database=%4;"
+                          "ClientCharset=UTF-8")
+        .arg(port())
+        .arg(user, password, database);
+}
+
+std::vector<sim::TranscriptEntry> SimTestServer::requests() const {
+    std::vector<sim::TranscriptEntry> result;
+    for (auto& entry : m_server.transcript()) {
+        const bool carriesStatement =
+            entry.kind == QLatin1String("batch") || entry.kind == QLatin1String("rpc");
+        if (carriesStatement && !isDriverBookkeeping(entry)) {
+            result.push_back(std::move(entry));
+        }
+    }
+    return result;
+}
+
+QStringList SimTestServer::statements() const {
+    QStringList texts;
+    for (const auto& entry : requests()) {
+        texts.append(entry.text);
+    }
+    return texts;
+}
+
+} // namespace qormin::test
