@@ -1,0 +1,112 @@
+#include "net/SendKeysParser.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using qormin::net::KeyStroke;
+using qormin::net::SendKeysParser;
+using Key = KeyStroke::Key;
+
+KeyStroke text(char16_t c) {
+    return KeyStroke{Key::Character, c};
+}
+KeyStroke key(Key k) {
+    return KeyStroke{k};
+}
+KeyStroke withControl(KeyStroke s) {
+    s.control = true;
+    return s;
+}
+KeyStroke withShift(KeyStroke s) {
+    s.shift = true;
+    return s;
+}
+KeyStroke withAlt(KeyStroke s) {
+    s.alt = true;
+    return s;
+}
+
+std::vector<KeyStroke> textOf(std::u16string_view s) {
+    std::vector<KeyStroke> strokes;
+    for (const char16_t c : s)
+        strokes.push_back(text(c));
+    return strokes;
+}
+
+std::vector<KeyStroke> operator+(std::vector<KeyStroke> a, const std::vector<KeyStroke>& b) {
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+}
+
+struct ParseCase {
+    const char* name;
+    std::u16string keys;
+    std::vector<KeyStroke> strokes;
+};
+
+void PrintTo(const ParseCase& c, std::ostream* out) {
+    *out << c.name;
+}
+
+class SendKeysParserTest : public ::testing::TestWithParam<ParseCase> {};
+
+TEST_P(SendKeysParserTest, readsTheKeys) {
+    const auto result = SendKeysParser::parse(GetParam().keys);
+    EXPECT_EQ(result.error, "");
+    EXPECT_EQ(result.strokes, GetParam().strokes);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Notation, SendKeysParserTest,
+    ::testing::Values(
+        // What the share buttons send.
+        ParseCase{"twoDowns", u"{DOWN}{DOWN}", {key(Key::Down), key(Key::Down)}},
+        ParseCase{"userThenTab", u"administrator{TAB}",
+                  textOf(u"administrator") + std::vector{key(Key::Tab)}},
+        ParseCase{"passwordWithAt", u"harbor@579", textOf(u"harbor@579")},
+        ParseCase{"enter", u"{ENTER}", {key(Key::Enter)}},
+        ParseCase{"driveLeft", u"X: {ENTER}", textOf(u"X: ") + std::vector{key(Key::Enter)}},
+        ParseCase{"driveRight", u"y: {ENTER}", textOf(u"y: ") + std::vector{key(Key::Enter)}},
+        // The rest of the notation.
+        ParseCase{"tildeIsEnter", u"a~", {text(u'a'), key(Key::Enter)}},
+        ParseCase{"namesIgnoreCase", u"{down}{Esc}", {key(Key::Down), key(Key::Escape)}},
+        ParseCase{"repeatCount", u"{LEFT 3}", {key(Key::Left), key(Key::Left), key(Key::Left)}},
+        ParseCase{"repeatedCharacter", u"{x 2}", {text(u'x'), text(u'x')}},
+        ParseCase{"bracedSpecials", u"{+}{^}{%}{~}{(}{{}{}}", textOf(u"+^%~({}")},
+        ParseCase{"functionKey", u"{F12}", {KeyStroke{Key::Function, 0, 12}}},
+        ParseCase{"controlOnNextKeyOnly", u"^cv", {withControl(text(u'c')), text(u'v')}},
+        ParseCase{"modifiersCombine", u"+^{END}", {withShift(withControl(key(Key::End)))}},
+        ParseCase{"groupHoldsTheModifier", u"%(fx)y", {withAlt(text(u'f')), withAlt(text(u'x')), text(u'y')}},
+        ParseCase{"unicodeText", u"pä\u20ac", textOf(u"pä\u20ac")}, ParseCase{"empty", u"", {}}),
+    [](const auto& testInfo) { return std::string(testInfo.param.name); });
+
+struct RefusedCase {
+    const char* name;
+    std::u16string keys;
+    const char* error;
+};
+
+void PrintTo(const RefusedCase& c, std::ostream* out) {
+    *out << c.name;
+}
+
+class SendKeysParserRefusesTest : public ::testing::TestWithParam<RefusedCase> {};
+
+TEST_P(SendKeysParserRefusesTest, saysWhatIsWrong) {
+    EXPECT_EQ(SendKeysParser::parse(GetParam().keys).error, GetParam().error);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Notation, SendKeysParserRefusesTest,
+    ::testing::Values(RefusedCase{"unknownName", u"ab{NOPE}", "unknown key {NOPE} at position 3"},
+                      RefusedCase{"openBrace", u"{ENTER", "a \"{\" without its \"}\" at position 1"},
+                      RefusedCase{"closingBrace", u"a}", "a \"}\" without its \"{\" at position 2"},
+                      RefusedCase{"openGroup", u"+(ab", "a \"(\" without its \")\" at position 2"},
+                      RefusedCase{"closingParenthesis", u"a)", "a \")\" without its \"(\" at position 2"},
+                      RefusedCase{"modifierAtTheEnd", u"a^", "a modifier without a key at position 2"},
+                      RefusedCase{"badRepeat", u"{DOWN x}", "not a repeat count in {DOWN x} at position 1"},
+                      RefusedCase{"functionOutOfRange", u"{F17}", "unknown key {F17} at position 1"}),
+    [](const auto& testInfo) { return std::string(testInfo.param.name); });
+
+} // namespace
