@@ -1,12 +1,14 @@
 #include "app/SubsystemTools.h"
 
 #include "app/MainWindowContext.h"
+#include "tablecopy/TableCopyInstaller.h"
 
 namespace qormin::app {
 
 // One line per subsystem, in the order their buttons should appear.
 void installSubsystemTools(MainWindowContext& context) {
     (void)context;
+    tablecopy::installTableCopyTools(context);
 }
 
 } // namespace qormin::app
