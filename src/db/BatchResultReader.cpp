@@ -7,8 +7,13 @@
 
 namespace qormin::db {
 
-BatchResultReader::BatchResultReader(OdbcStatement& statement, ResultRetention retention, MessageSink sink)
-    : m_statement(statement), m_retention(retention), m_sink(std::move(sink)) {}
+namespace {
+const QString cancelledText = QStringLiteral("Operation was cancelled");
+}
+
+BatchResultReader::BatchResultReader(OdbcStatement& statement, ResultRetention retention, MessageSink sink,
+                                     const std::atomic<bool>* cancelWanted)
+    : m_statement(statement), m_retention(retention), m_sink(std::move(sink)), m_cancelWanted(cancelWanted) {}
 
 StatementOutcome BatchResultReader::execute(const QString& sql) {
     return drain(m_statement.execDirect(sql));
@@ -39,7 +44,10 @@ StatementOutcome BatchResultReader::drain(short rc) {
 
 // A cancel, a timeout or a dead link ends the batch; any other error is one statement of
 // the batch failing while the rest still has to be read.
-bool BatchResultReader::mustStop(short rc) const {
+bool BatchResultReader::mustStop(short rc) {
+    if (cancelIfWanted()) {
+        return true;
+    }
     if (rc == SQL_INVALID_HANDLE || rc == SQL_STILL_EXECUTING || rc == SQL_NEED_DATA) {
         return true;
     }
@@ -47,6 +55,23 @@ bool BatchResultReader::mustStop(short rc) const {
         return true;
     }
     return rc == SQL_ERROR && !m_lastCallHadDiagnostics;
+}
+
+// Cancels from this thread, between calls, and marks the batch as cancelled; the cursor close
+// that follows reads what the server still sends up to its acknowledgement.
+bool BatchResultReader::cancelIfWanted() {
+    if (m_cancelWanted == nullptr || !m_cancelWanted->load()) {
+        return false;
+    }
+    if (!m_outcome.cancelled) {
+        m_statement.cancel();
+        m_outcome.cancelled = true;
+        m_outcome.succeeded = false;
+    }
+    if (m_outcome.errorDescription.isEmpty()) {
+        m_outcome.errorDescription = cancelledText;
+    }
+    return true;
 }
 
 void BatchResultReader::absorb(short rc) {
@@ -114,7 +139,7 @@ void BatchResultReader::readResultSet(int columnCount) {
             break;
         }
         absorb(rc);
-        if (!SQL_SUCCEEDED(rc)) {
+        if (!SQL_SUCCEEDED(rc) || cancelIfWanted()) {
             break;
         }
         if (!keep) {

@@ -3,6 +3,7 @@
 #include "db/ResultRetention.h"
 #include "db/ResultTable.h"
 
+#include <atomic>
 #include <functional>
 
 namespace qormin::db {
@@ -17,7 +18,10 @@ class BatchResultReader {
 public:
     using MessageSink = std::function<void(const ServerMessage&)>;
 
-    BatchResultReader(OdbcStatement& statement, ResultRetention retention, MessageSink sink);
+    // cancelWanted, when given, is polled between driver calls: a cancel that reached the
+    // driver while no call was under way would otherwise only close the cursor.
+    BatchResultReader(OdbcStatement& statement, ResultRetention retention, MessageSink sink,
+                      const std::atomic<bool>* cancelWanted = nullptr);
 
     StatementOutcome execute(const QString& sql);
     // For a statement already executed (parameterised): rc is what the execution returned.
@@ -27,11 +31,13 @@ private:
     void absorb(short rc);
     void readCurrentResult();
     void readResultSet(int columnCount);
-    bool mustStop(short rc) const;
+    bool mustStop(short rc);
+    bool cancelIfWanted();
 
     OdbcStatement& m_statement;
     ResultRetention m_retention;
     MessageSink m_sink;
+    const std::atomic<bool>* m_cancelWanted;
     StatementOutcome m_outcome;
     bool m_keptFirst = false;
     bool m_lastCallHadDiagnostics = false;

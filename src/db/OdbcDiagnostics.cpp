@@ -63,8 +63,17 @@ std::optional<RawRecord> rawRecord(short handleType, void* handle, SQLSMALLINT r
 } // namespace
 
 bool OdbcDiagnostic::isCommunicationFailure() const {
-    return sqlState == QLatin1String("08S01") || sqlState == QLatin1String("08003") ||
-           sqlState == QLatin1String("08007");
+    if (sqlState == QLatin1String("08S01") || sqlState == QLatin1String("08003") ||
+        sqlState == QLatin1String("08007")) {
+        return true;
+    }
+    // FreeTDS reports a connection the server closed as its own client messages: read failed,
+    // write failed, unexpected end of file.
+    constexpr int readFailed = 20004;
+    constexpr int writeFailed = 20006;
+    constexpr int unexpectedEndOfFile = 20017;
+    return sqlState == QLatin1String("01000") &&
+           (nativeError == readFailed || nativeError == writeFailed || nativeError == unexpectedEndOfFile);
 }
 
 ServerMessage OdbcDiagnostic::toServerMessage() const {

@@ -18,7 +18,7 @@ namespace qormin::db {
 namespace {
 
 const QString closedConnectionError = QStringLiteral("Operation is not allowed when the object is closed.");
-const QString cancelledError = QStringLiteral("Operation canceled");
+const QString cancelledError = QStringLiteral("Operation was cancelled");
 
 bool canWaitInEventLoop() {
     return QCoreApplication::instance() != nullptr && QThread::currentThread()->eventDispatcher() != nullptr;
@@ -41,9 +41,9 @@ struct SideConnection::Worker {
     std::atomic<int> commandTimeout{3600};
     std::atomic<int> pendingJobs{0};
 
-    std::mutex runningMutex; // guards running and cancelRequested
+    std::mutex runningMutex; // guards running
     OdbcStatement* running = nullptr;
-    bool cancelRequested = false;
+    std::atomic<bool> cancelRequested{false};
 };
 
 SideConnection::SideConnection(int side, QObject* parent)
@@ -78,19 +78,34 @@ void SideConnection::runOnWorker(std::function<void()> job) {
         finishJob();
         return;
     }
+    // The worker wakes the loop under the lock, and the loop is only left once the job is
+    // over, so the wake-up can neither be lost nor reach a loop that is gone.
+    struct Wait {
+        std::mutex mutex;
+        QEventLoop* loop = nullptr;
+        bool finished = false;
+    };
+    auto wait = std::make_shared<Wait>();
     QEventLoop loop;
-    std::atomic<bool> finished{false};
+    wait->loop = &loop;
     QMetaObject::invokeMethod(
         m_worker->context.get(),
-        [&job, &loop, &finished] {
+        [&job, wait] {
             job();
-            // Post the wake-up before raising the flag: once the flag is up the loop may go.
-            QMetaObject::invokeMethod(&loop, &QEventLoop::quit, Qt::QueuedConnection);
-            finished = true;
+            std::lock_guard lock(wait->mutex);
+            wait->finished = true;
+            if (wait->loop != nullptr) {
+                QMetaObject::invokeMethod(wait->loop, &QEventLoop::quit, Qt::QueuedConnection);
+            }
         },
         Qt::QueuedConnection);
-    while (!finished) {
+    for (;;) {
         loop.exec();
+        std::lock_guard lock(wait->mutex);
+        if (wait->finished) {
+            wait->loop = nullptr;
+            break;
+        }
     }
     finishJob();
 }
@@ -167,8 +182,7 @@ StatementOutcome SideConnection::runStatement(const std::function<StatementOutco
         statement.setQueryTimeout(m_worker->commandTimeout);
         {
             std::lock_guard lock(m_worker->runningMutex);
-            if (m_worker->cancelRequested) {
-                m_worker->cancelRequested = false;
+            if (m_worker->cancelRequested.exchange(false)) {
                 outcome = failedOutcome(cancelledError);
                 outcome.cancelled = true;
                 return;
@@ -194,7 +208,9 @@ StatementOutcome SideConnection::runStatement(const std::function<StatementOutco
 
 StatementOutcome SideConnection::execute(const QString& sql, ResultRetention retention) {
     return runStatement([this, &sql, retention](OdbcStatement& statement) {
-        BatchResultReader reader(statement, retention, [this](const ServerMessage& m) { forwardMessage(m); });
+        BatchResultReader reader(
+            statement, retention, [this](const ServerMessage& m) { forwardMessage(m); },
+            &m_worker->cancelRequested);
         return reader.execute(sql);
     });
 }
@@ -207,19 +223,26 @@ StatementOutcome SideConnection::executeWithParameters(const QString& sql,
             const ColumnInfo target = index < targets.size() ? targets[index] : ColumnInfo{};
             statement.bindParameter(static_cast<int>(index) + 1, target, values[index]);
         }
-        BatchResultReader reader(statement, ResultRetention::AllResultSets,
-                                 [this](const ServerMessage& m) { forwardMessage(m); });
+        BatchResultReader reader(
+            statement, ResultRetention::AllResultSets, [this](const ServerMessage& m) { forwardMessage(m); },
+            &m_worker->cancelRequested);
         return reader.drain(statement.execDirect(sql));
     });
 }
 
+// Two paths, because neither alone is reliable with FreeTDS: SQLCancel from this thread
+// interrupts a call that blocks in the driver (a statement that hangs), while the flag lets
+// the worker cancel between calls (a statement streaming messages), where a cross-thread
+// SQLCancel only closes the cursor and the batch would look finished.
 void SideConnection::cancel() {
     std::lock_guard lock(m_worker->runningMutex);
-    if (m_worker->running != nullptr) {
-        m_worker->running->cancel();
+    if (m_worker->pendingJobs == 0) {
         return;
     }
-    m_worker->cancelRequested = m_worker->pendingJobs > 0;
+    m_worker->cancelRequested = true;
+    if (m_worker->running != nullptr) {
+        m_worker->running->cancel();
+    }
 }
 
 bool SideConnection::isRunning() const {

@@ -1,0 +1,354 @@
+#include "FakeServerAccessHost.h"
+#include "QStringPrinter.h"
+#include "SimTestServer.h"
+
+#include "db/LogBuffer.h"
+#include "db/Recordset.h"
+#include "db/ResultTableModel.h"
+#include "db/ServerMessageLog.h"
+#include "db/SideConnection.h"
+
+#include <QDateTime>
+#include <QTcpServer>
+#include <QTimer>
+#include <gtest/gtest.h>
+
+namespace {
+
+using qormin::db::ServerAccess;
+using qormin::test::FakeServerAccessHost;
+using qormin::test::SimTestServer;
+
+const QByteArray scenario = R"json({
+  "login": {"user": "sa", "password": "demo"},
+  "rules": [
+    {"exact": "USE Nowhere", "response": {"error": {"number": 911, "severity": 16, "text": "Database 'Nowhere' does not exist. Make sure that the name is entered correctly."}}},
+    {"exact": "SELECT name FROM sys.databases where database_id >= 5 order by name ",
+     "response": {"result": {"columns": ["name:nvarchar(128)"], "rows": [["Billing"], ["Patient_Data"]]}}},
+    {"exact": "select * from missing", "response": {"error": {"number": 208, "severity": 16, "text": "Invalid object name 'missing'."}}},
+    {"prefix": "BACKUP DATABASE", "response": [
+      {"progress": {"every": 10, "pace": 1}},
+      {"info": {"number": 3014, "text": "BACKUP DATABASE successfully processed 1234 pages in 0.100 seconds (96.406 MB/sec)."}}]},
+    {"exact": "SELECT 1 PRINT 'a' SELECT 2", "response": [
+      {"result": {"columns": ["a:int"], "rows": [[1]]}},
+      {"info": "a"},
+      {"result": {"columns": ["b:int"], "rows": [[2]]}}]},
+    {"exact": "raise then select", "response": [
+      {"error": {"number": 50000, "severity": 16, "text": "first"}},
+      {"result": {"columns": ["b:int"], "rows": [[2]]}}]},
+    {"exact": "waitfor delay '01:00:00'", "response": {"hang": true}},
+    {"exact": "slow restore", "response": {"progress": {"every": 1, "pace": 100}}},
+    {"exact": "drop me", "response": {"drop": true}}
+  ]
+})json";
+
+class ServerAccessTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        m_server = SimTestServer::fromJson(scenario);
+        ASSERT_TRUE(m_server && m_server->isRunning());
+        m_host.server[0] = m_server->address();
+        m_host.server[1] = m_server->address();
+        m_access = std::make_unique<ServerAccess>(m_host);
+    }
+
+    // The log's lines, newest first.
+    QStringList logLines() const {
+        QStringList lines = m_access->log().text().split(QStringLiteral("\r\n"));
+        if (!lines.isEmpty() && lines.back().isEmpty()) {
+            lines.removeLast();
+        }
+        return lines;
+    }
+
+    // Calls action on the window thread once the server has received the statement.
+    void whenServerReceives(const QString& text, std::function<void()> action) {
+        auto* poll = new QTimer(m_access.get());
+        QObject::connect(poll, &QTimer::timeout, poll, [this, poll, text, action] {
+            if (m_server->statements().contains(text)) {
+                poll->stop();
+                poll->deleteLater();
+                action();
+            }
+        });
+        poll->start(5);
+    }
+
+    bool attentionSent() const {
+        for (const auto& entry : m_server->transcript()) {
+            if (entry.kind == QLatin1String("attention")) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    std::unique_ptr<SimTestServer> m_server;
+    FakeServerAccessHost m_host;
+    std::unique_ptr<ServerAccess> m_access;
+};
+
+TEST_F(ServerAccessTest, connectLogsConnectedOnceAndMarksTheSide) {
+    m_access->ConnectServer(0);
+    m_access->ConnectServer(0);
+    EXPECT_TRUE(m_access->IsConnected(0));
+    EXPECT_FALSE(m_access->IsConnected(1));
+    EXPECT_EQ(m_access->log().text(), QStringLiteral("Connected.\r\n"));
+    EXPECT_TRUE(m_host.errorBoxes.isEmpty());
+    EXPECT_EQ(m_server->server().connectionCount(), 1);
+}
+
+struct ConnectFailureCase {
+    const char* name;
+    const char* password;
+    const char* box;
+};
+
+class ConnectFailureTest : public ServerAccessTest,
+                           public ::testing::WithParamInterface<ConnectFailureCase> {};
+
+TEST_P(ConnectFailureTest, showsTheReasonInABoxAndStaysDisconnected) {
+    m_host.password[0] = QString::fromUtf8(GetParam().password);
+    m_access->ConnectServer(0);
+    EXPECT_FALSE(m_access->IsConnected(0));
+    EXPECT_EQ(m_host.errorBoxes, QStringList{QString::fromUtf8(GetParam().box)});
+    EXPECT_EQ(m_access->log().text(), QString());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, ConnectFailureTest,
+    ::testing::Values(ConnectFailureCase{"wrongPassword", "wrong", "Login failed for user 'sa'."},
+                      ConnectFailureCase{"semicolonCutsThePassword", "demo;x",
+                                         "Format of the initialization string does not conform to the OLE DB "
+                                         "specification."},
+                      ConnectFailureCase{"semicolonAndKeyCutsThePassword", "de;mo=1",
+                                         "Login failed for user 'sa'."}),
+    [](const auto& testInfo) { return std::string(testInfo.param.name); });
+
+TEST_F(ServerAccessTest, closedPortFailsWithTheDriversReason) {
+    QTcpServer probe;
+    ASSERT_TRUE(probe.listen(QHostAddress::LocalHost));
+    m_host.server[0] = QStringLiteral("127.0.0.1,%1").arg(probe.serverPort());
+    probe.close();
+    m_access->ConnectServer(0);
+    EXPECT_FALSE(m_access->IsConnected(0));
+    EXPECT_EQ(m_host.errorBoxes, QStringList{QStringLiteral(
+                                     "Unable to connect: Adaptive Server is unavailable or does not exist")});
+}
+
+TEST_F(ServerAccessTest, silentServerGivesUpAfterTheLoginTimeout) {
+    QTcpServer silent;
+    ASSERT_TRUE(silent.listen(QHostAddress::LocalHost));
+    m_host.server[0] = QStringLiteral("127.0.0.1,%1").arg(silent.serverPort());
+    m_access->setLoginTimeout(1);
+    m_access->ConnectServer(0);
+    EXPECT_FALSE(m_access->IsConnected(0));
+    EXPECT_EQ(m_host.errorBoxes, QStringList{QStringLiteral("Timeout expired")});
+}
+
+TEST_F(ServerAccessTest, failedConnectIsRetriedByTheNextStatement) {
+    m_host.password[0] = QStringLiteral("wrong");
+    m_access->ExecuteSQL(0, QStringLiteral("SELECT 1"));
+    EXPECT_EQ(logLines(), (QStringList{QStringLiteral("Operation is not allowed when the object is closed."),
+                                       QStringLiteral("SELECT 1"), QStringLiteral("Running SQL..")}));
+    m_host.password[0] = QStringLiteral("demo");
+    m_access->ExecuteSQL(0, QStringLiteral("SELECT 2"));
+    EXPECT_EQ(logLines().mid(0, 4),
+              (QStringList{QStringLiteral("Done"), QStringLiteral("SELECT 2"), QStringLiteral("Connected."),
+                           QStringLiteral("Running SQL..")}));
+    EXPECT_EQ(m_host.errorBoxes.size(), 1);
+}
+
+struct ExecuteCase {
+    const char* name;
+    const char* sql;
+    const char* lastLine;
+};
+
+class ExecuteSqlTest : public ServerAccessTest, public ::testing::WithParamInterface<ExecuteCase> {};
+
+TEST_P(ExecuteSqlTest, logsRunningTheStatementAndDoneOrTheServersError) {
+    const QString sql = QString::fromUtf8(GetParam().sql);
+    m_access->ExecuteSQL(0, sql);
+    EXPECT_EQ(logLines(), (QStringList{QString::fromUtf8(GetParam().lastLine), sql,
+                                       QStringLiteral("Connected."), QStringLiteral("Running SQL..")}));
+    EXPECT_EQ(m_access->errors().text(), QString());
+    EXPECT_EQ(m_host.busyChanges, (QList<bool>{true, false}));
+    EXPECT_EQ(m_server->statements(), QStringList{sql});
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, ExecuteSqlTest,
+    ::testing::Values(
+        ExecuteCase{"success", "UPDATE t SET a = 1", "Done"},
+        ExecuteCase{"serverError", "select * from missing", "Invalid object name 'missing'."},
+        ExecuteCase{"errorBeforeLaterResults", "raise then select", "first"},
+        ExecuteCase{"unknownDatabase", "USE Nowhere",
+                    "Database 'Nowhere' does not exist. Make sure that the name is entered correctly."}),
+    [](const auto& testInfo) { return std::string(testInfo.param.name); });
+
+TEST_F(ServerAccessTest, openRecordsetHoldsTheFirstResultSetAndLogsNothing) {
+    QString result = QStringLiteral("stale");
+    m_access->OpenRecordset(
+        0, QStringLiteral("SELECT name FROM sys.databases where database_id >= 5 order by name "), QVariant(),
+        result);
+    EXPECT_EQ(result, QString());
+    auto& recordset = m_access->sharedRecordset();
+    ASSERT_TRUE(recordset.isOpen());
+    EXPECT_EQ(recordset.RecordCount(), 2);
+    EXPECT_EQ(recordset.field(QStringLiteral("NAME")).toString(), QStringLiteral("Billing"));
+    EXPECT_EQ(m_access->log().text(), QStringLiteral("Connected.\r\n"));
+
+    m_access->OpenRecordset(0, QStringLiteral("SELECT 1 PRINT 'a' SELECT 2"), QVariant(), result);
+    EXPECT_EQ(recordset.fieldName(0), QStringLiteral("a"));
+    EXPECT_EQ(recordset.RecordCount(), 1);
+}
+
+TEST_F(ServerAccessTest, failedOpenRecordsetReturnsDescriptionAndSqlAndLeavesItClosed) {
+    QString result;
+    m_access->OpenRecordset(
+        0, QStringLiteral("SELECT name FROM sys.databases where database_id >= 5 order by name "), QVariant(),
+        result);
+    ASSERT_TRUE(m_access->sharedRecordset().isOpen());
+    m_access->OpenRecordset(0, QStringLiteral("select * from missing"), QVariant(), result);
+    EXPECT_EQ(result, QStringLiteral("Invalid object name 'missing'. select * from missing"));
+    EXPECT_FALSE(m_access->sharedRecordset().isOpen());
+    EXPECT_EQ(m_access->log().text(), QStringLiteral("Connected.\r\n"));
+}
+
+TEST_F(ServerAccessTest, useOnOpenRecordsetSwitchesTheSidesDatabaseForLaterStatements) {
+    QString result;
+    m_access->OpenRecordset(0, QStringLiteral("use Billing"), QVariant(), result);
+    EXPECT_EQ(result, QString());
+    EXPECT_FALSE(m_access->sharedRecordset().isOpen());
+    m_access->ExecuteSQL(0, QStringLiteral("SELECT 1"));
+    const auto requests = m_server->requests();
+    ASSERT_EQ(requests.size(), 2U);
+    EXPECT_EQ(requests[1].database, QStringLiteral("Billing"));
+}
+
+TEST_F(ServerAccessTest, backupProgressIsReadToTheEndAndReachesTheServerMessages) {
+    int messagesWhileRunning = 0;
+    QObject::connect(
+        &m_access->serverMessages(), &qormin::db::ServerMessageLog::added, m_access.get(),
+        [this, &messagesWhileRunning] { messagesWhileRunning += m_access->isStatementRunning() ? 1 : 0; });
+    m_access->ExecuteSQL(0, QStringLiteral("BACKUP DATABASE [Billing] TO DISK = 'X:\\Billing.BAK'"));
+    m_access->ExecuteSQL(0, QStringLiteral("SELECT 1"));
+    EXPECT_EQ(logLines().at(3), QStringLiteral("Done"));
+    const auto& entries = m_access->serverMessages().entries();
+    ASSERT_EQ(entries.size(), 11U);
+    EXPECT_EQ(entries.front().message.text, QStringLiteral("10 percent processed."));
+    EXPECT_EQ(entries.front().message.number, 3211);
+    EXPECT_FALSE(entries.front().message.isError());
+    EXPECT_EQ(entries.back().message.number, 3014);
+    // Shown while the statement ran, not after it.
+    EXPECT_EQ(messagesWhileRunning, 11);
+    const auto requests = m_server->requests();
+    ASSERT_EQ(requests.size(), 2U);
+    EXPECT_TRUE(requests[1].json.value(QLatin1String("previousResponseComplete")).toBool());
+    EXPECT_FALSE(attentionSent());
+}
+
+TEST_F(ServerAccessTest, cancelEndsAHungStatementAndTheSideStaysUsable) {
+    whenServerReceives(QStringLiteral("waitfor delay '01:00:00'"),
+                       [this] { m_access->cancelRunningStatement(); });
+    m_access->ExecuteSQL(0, QStringLiteral("waitfor delay '01:00:00'"));
+    EXPECT_EQ(logLines().at(0), QStringLiteral("Operation was cancelled"));
+    m_access->ExecuteSQL(0, QStringLiteral("SELECT 1"));
+    EXPECT_EQ(logLines().at(0), QStringLiteral("Done"));
+    EXPECT_TRUE(m_access->IsConnected(0));
+    // The server has answered the next statement, so it has seen the cancel by now.
+    EXPECT_TRUE(attentionSent());
+}
+
+TEST_F(ServerAccessTest, cancelEndsAStreamingStatementAndTheSideStaysUsable) {
+    QObject::connect(&m_access->serverMessages(), &qormin::db::ServerMessageLog::added, m_access.get(),
+                     [this] { m_access->cancelRunningStatement(); });
+    m_access->ExecuteSQL(0, QStringLiteral("slow restore"));
+    EXPECT_LT(m_access->serverMessages().entries().size(), 100U);
+    EXPECT_EQ(logLines().at(0), QStringLiteral("Operation was cancelled"));
+    m_access->ExecuteSQL(0, QStringLiteral("SELECT 1"));
+    EXPECT_EQ(logLines().at(0), QStringLiteral("Done"));
+    EXPECT_TRUE(attentionSent());
+}
+
+TEST_F(ServerAccessTest, droppedConnectionIsLoggedAndTheNextStatementReconnects) {
+    m_access->ExecuteSQL(0, QStringLiteral("drop me"));
+    EXPECT_NE(logLines().at(0), QStringLiteral("Done"));
+    EXPECT_FALSE(m_access->IsConnected(0));
+    m_access->ExecuteSQL(0, QStringLiteral("SELECT 1"));
+    EXPECT_EQ(logLines().mid(0, 3), (QStringList{QStringLiteral("Done"), QStringLiteral("SELECT 1"),
+                                                 QStringLiteral("Connected.")}));
+    EXPECT_EQ(m_server->server().connectionCount(), 2);
+}
+
+TEST_F(ServerAccessTest, executeScriptRunsEachCleanedBatchThroughExecuteSql) {
+    m_access->ExecuteScript(0, QStringLiteral("A;\r\nGO\r\n-- note\r\nSELECT 1\r\nGO\r\nBC"));
+    EXPECT_EQ(m_server->statements(),
+              (QStringList{QStringLiteral("A\r"), QStringLiteral("SELECT 1\r"), QStringLiteral("B")}));
+    EXPECT_EQ(
+        logLines(),
+        (QStringList{QStringLiteral("Done"), QStringLiteral("B"), QStringLiteral("Running SQL.."),
+                     QStringLiteral("B"), QStringLiteral("Done"), QStringLiteral("SELECT 1\r"),
+                     QStringLiteral("Running SQL.."), QStringLiteral("Done"), QStringLiteral("A\r"),
+                     QStringLiteral("Connected."), QStringLiteral("Running SQL.."), QStringLiteral("A\r")}));
+}
+
+TEST_F(ServerAccessTest, logMessageAtEndAndLogErrorKeepTheirBoxes) {
+    m_access->LogMessage(QStringLiteral("top"));
+    m_access->LogMessage(QStringLiteral("bottom"), true);
+    m_access->LogError(QStringLiteral("e1"));
+    m_access->LogError(QStringLiteral("e2"));
+    EXPECT_EQ(m_access->log().text(), QStringLiteral("top\r\n\r\nbottom"));
+    EXPECT_EQ(m_access->errors().text(), QStringLiteral("e2\r\ne1\r\n"));
+}
+
+struct ScriptOnlyCase {
+    const char* name;
+    const char* sql;
+    bool viaOpenRecordset;
+    bool sent;
+};
+
+class ScriptOnlyTest : public ServerAccessTest, public ::testing::WithParamInterface<ScriptOnlyCase> {};
+
+TEST_P(ScriptOnlyTest, withholdsWhatCouldChangeAServerAndRunsReads) {
+    const auto& c = GetParam();
+    const QString sql = QString::fromUtf8(c.sql);
+    m_access->setScriptOnly(true);
+    QString result = QStringLiteral("stale");
+    if (c.viaOpenRecordset) {
+        m_access->OpenRecordset(0, sql, QVariant(), result);
+    } else {
+        m_access->ExecuteSQL(0, sql);
+    }
+    EXPECT_EQ(m_server->statements().contains(sql), c.sent);
+    EXPECT_EQ(m_access->withheldStatements(), c.sent ? QStringList() : QStringList{sql});
+    if (!c.sent) {
+        EXPECT_EQ(logLines().mid(0, 2), (QStringList{QStringLiteral("Not run (script only)"), sql}));
+    }
+    if (c.viaOpenRecordset && !c.sent) {
+        EXPECT_EQ(result, QString());
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, ScriptOnlyTest,
+    ::testing::Values(
+        ScriptOnlyCase{"backupWithheld", "BACKUP DATABASE [Billing] TO DISK = 'a'", false, false},
+        ScriptOnlyCase{"selectRuns", "SELECT 1", false, true},
+        ScriptOnlyCase{"writeThroughOpenRecordsetWithheld", "DELETE FROM t", true, false},
+        ScriptOnlyCase{"listRuns", "SELECT name FROM sys.databases where database_id >= 5 order by name ",
+                       true, true}),
+    [](const auto& testInfo) { return std::string(testInfo.param.name); });
+
+TEST_F(ServerAccessTest, connectionClosedByTheButtonReconnectsWithTheCurrentTexts) {
+    m_access->ConnectServer(1);
+    m_access->closeConnection(1);
+    EXPECT_FALSE(m_access->IsConnected(1));
+    m_host.password[1] = QStringLiteral("wrong");
+    m_access->ConnectServer(1);
+    EXPECT_EQ(m_host.errorBoxes, QStringList{QStringLiteral("Login failed for user 'sa'.")});
+}
+
+} // namespace
