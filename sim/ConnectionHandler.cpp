@@ -77,6 +77,11 @@ void ConnectionHandler::run() {
     m_channel->setProcessId(static_cast<quint16>(firstProcessId + m_session.connection - 1));
     m_player = std::make_unique<ResponsePlayer>(*m_channel, m_session, m_scenario);
     m_resolver = std::make_unique<StatementResolver>(m_scenario, m_session);
+    m_player->setCancelObserver([this] {
+        QJsonObject json = entry(QStringLiteral("attention"), QString());
+        json.insert(QStringLiteral("duringResponse"), true);
+        record(json);
+    });
     bool serving = true;
     while (serving) {
         const auto message = m_channel->readMessage();
@@ -336,13 +341,9 @@ bool ConnectionHandler::afterPlay(int outcome) {
     case ResponsePlayer::Outcome::Completed:
         m_previousResponseComplete = true;
         return true;
-    case ResponsePlayer::Outcome::Cancelled: {
-        QJsonObject json = entry(QStringLiteral("attention"), QString());
-        json.insert(QStringLiteral("duringResponse"), true);
-        record(json);
+    case ResponsePlayer::Outcome::Cancelled:
         m_previousResponseComplete = false;
         return true;
-    }
     case ResponsePlayer::Outcome::Dropped:
         break;
     }

@@ -230,6 +230,9 @@ bool ResponsePlayer::checkAttention() {
 }
 
 ResponsePlayer::Outcome ResponsePlayer::cancel() {
+    if (m_cancelObserver) {
+        m_cancelObserver();
+    }
     m_writer.take();
     m_pendingDone.reset();
     return acknowledgeAttention() ? Outcome::Cancelled : Outcome::Dropped;

@@ -2,6 +2,7 @@
 
 #include "sim/TokenWriter.h"
 
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -26,6 +27,9 @@ public:
     };
 
     ResponsePlayer(TdsChannel& channel, Session& session, const ScenarioData& scenario);
+
+    // Called when a cancel cuts a response short, before the client hears of it.
+    void setCancelObserver(std::function<void()> observer) { m_cancelObserver = std::move(observer); }
 
     // Plays one statement's response. In Procedure mode it ends with the return status, the
     // output values and a DONEPROC (with MORE unless `last`). The message is ended only when
@@ -60,6 +64,7 @@ private:
     Session& m_session;
     const ScenarioData& m_scenario;
     TokenWriter m_writer;
+    std::function<void()> m_cancelObserver;
     Mode m_mode = Mode::Batch;
     const QStringList* m_captures = nullptr;
     std::optional<PendingDone> m_pendingDone;

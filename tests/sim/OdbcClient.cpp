@@ -18,6 +18,13 @@ bool succeeded(SQLRETURN result) {
     return result == SQL_SUCCESS || result == SQL_SUCCESS_WITH_INFO;
 }
 
+// FreeTDS reports a closed socket as 01000 / 20017 "Unexpected EOF from the server" (or a read or
+// write failure), and afterwards SQLMoreResults answers HY000 "Unknown error" for ever.
+bool isConnectionLoss(const OdbcClient::Message& message) {
+    return message.state.startsWith(QLatin1String("08")) || message.number == 20017 ||
+           message.number == 20004 || message.number == 20006;
+}
+
 bool isBinary(SQLSMALLINT type) {
     return type == SQL_BINARY || type == SQL_VARBINARY || type == SQL_LONGVARBINARY;
 }
@@ -124,11 +131,17 @@ OdbcClient::Outcome OdbcClient::executeAndCancel(const QString& sql) {
 void OdbcClient::drain(SQLRETURN result, Outcome& outcome) {
     outcome.succeeded = succeeded(result) || result == SQL_NO_DATA;
     while (true) {
+        bool connectionLost = false;
         for (auto& message : diagnostics(SQL_HANDLE_STMT, m_statement)) {
+            connectionLost = connectionLost || isConnectionLoss(message);
             outcome.messages.push_back(std::move(message));
         }
         if (result == SQL_ERROR) {
             outcome.succeeded = false;
+        }
+        if (connectionLost || result == SQL_INVALID_HANDLE) {
+            outcome.succeeded = false;
+            break;
         }
         if (succeeded(result)) {
             SQLSMALLINT columns = 0;
