@@ -1,6 +1,7 @@
 #include "app/SubsystemTools.h"
 
 #include "app/MainWindowContext.h"
+#include "dbfiles/DatabaseFileTools.h"
 #include "tablecopy/TableCopyInstaller.h"
 
 namespace qormin::app {
@@ -8,6 +9,7 @@ namespace qormin::app {
 // One line per subsystem, in the order their buttons should appear.
 void installSubsystemTools(MainWindowContext& context) {
     (void)context;
+    dbfiles::installDatabaseFileTools(context);
     tablecopy::installTableCopyTools(context);
 }
 

@@ -1,0 +1,77 @@
+#include "dbfiles/BackupTools.h"
+
+#include "app/MainWindowContext.h"
+#include "controls/FlexGrid.h"
+#include "db/ServerAccess.h"
+#include "dbfiles/BackupStatements.h"
+
+#include <QCheckBox>
+#include <QLineEdit>
+#include <QVariant>
+
+namespace qormin::dbfiles {
+
+BackupTools::BackupTools(app::MainWindowContext& context) : m_context(context) {}
+
+void BackupTools::cmdBackup_Click(int index) {
+    forEachDatabase(index, StopBox::Ignored, [this, index] {
+        const QString folder = m_context.txtBackupDrive()->text();
+        const bool logOnly = m_context.chkLogOnly()->isChecked();
+        for (const QString& sql : BackupStatements::backupDatabase(database(), folder, logOnly))
+            execute(index, sql);
+        // The new files should show in the backup-folder lists at once.
+        m_context.Timer1_Timer();
+    });
+}
+
+void BackupTools::cmdFullRecovery_Click(int index) {
+    forEachDatabase(index, StopBox::Ignored,
+                    [this, index] { execute(index, BackupStatements::fullRecovery(database())); });
+}
+
+void BackupTools::cmdMakeSimple_Click() {
+    constexpr int rightSide = 1;
+    forEachDatabase(rightSide, StopBox::EndsPass,
+                    [this] { execute(rightSide, BackupStatements::simpleRecovery(database())); });
+}
+
+void BackupTools::Command1_Click() {
+    openOnLeft(BackupStatements::singleUser(database()));
+}
+
+void BackupTools::Command2_Click() {
+    openOnLeft(BackupStatements::multiUser(database()));
+}
+
+void BackupTools::forEachDatabase(int side, StopBox stopBox, const std::function<void()>& step) {
+    if (!m_context.chkALL()->isChecked()) {
+        step();
+        return;
+    }
+    controls::FlexGrid* grid = m_context.GridDB(side);
+    const int rows = grid->Rows();
+    for (int row = 0; row < rows; ++row) {
+        m_context.txtDB()->setText(grid->TextMatrix(row, 0));
+        step();
+        if (!m_context.chkALL()->isChecked())
+            return;
+        if (stopBox == StopBox::EndsPass && m_context.stopRequested())
+            return;
+    }
+}
+
+void BackupTools::execute(int side, const QString& sql) {
+    m_context.serverAccess().ExecuteSQL(side, sql);
+}
+
+void BackupTools::openOnLeft(const QString& sql) {
+    // The statement's outcome is not shown anywhere; the record set only carries it.
+    QString result;
+    m_context.serverAccess().OpenRecordset(0, sql, QVariant(), result);
+}
+
+QString BackupTools::database() const {
+    return m_context.txtDB()->text();
+}
+
+} // namespace qormin::dbfiles

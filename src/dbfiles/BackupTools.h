@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QString>
+#include <functional>
+
+namespace qormin::app {
+class MainWindowContext;
+}
+
+namespace qormin::dbfiles {
+
+// The backup tab's handlers: backups, recovery models and user modes, for txtDB or, with
+// chkALL ticked, for every row of a side's database grid.
+class BackupTools {
+public:
+    explicit BackupTools(app::MainWindowContext& context);
+
+    void cmdBackup_Click(int index);
+    void cmdFullRecovery_Click(int index);
+    void cmdMakeSimple_Click(); // always the right server
+    void Command1_Click();      // single user, always the left server
+    void Command2_Click();      // multi user, always the left server
+
+private:
+    enum class StopBox { Ignored, EndsPass };
+
+    // Row 0 is the grid's header and is processed like any database; the row count is read
+    // once. Clearing chkALL ends the pass after the current database.
+    void forEachDatabase(int side, StopBox stopBox, const std::function<void()>& step);
+    void execute(int side, const QString& sql);
+    void openOnLeft(const QString& sql);
+    QString database() const;
+
+    app::MainWindowContext& m_context;
+};
+
+} // namespace qormin::dbfiles

@@ -1,0 +1,114 @@
+#include "dbfiles/DatabaseFileTools.h"
+
+#include "app/MainWindowContext.h"
+#include "controls/FileListBox.h"
+#include "dbfiles/BackupFileRenamer.h"
+#include "dbfiles/BackupTools.h"
+#include "dbfiles/RestoreTools.h"
+
+#include <QBoxLayout>
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+namespace qormin::dbfiles {
+
+namespace {
+
+constexpr int mainToolsPage = 0;
+constexpr int restorePage = 2;
+constexpr int restoreDirPage = 4;
+
+QString indexed(const char* name, int side) {
+    return QString::fromLatin1(name) + QLatin1Char('(') + QString::number(side) + QLatin1Char(')');
+}
+
+} // namespace
+
+DatabaseFileTools::DatabaseFileTools(app::MainWindowContext& context)
+    : QObject(context.page(mainToolsPage)), m_context(context),
+      m_backup(std::make_unique<BackupTools>(context)), m_restore(std::make_unique<RestoreTools>(context)),
+      m_renamer(std::make_unique<BackupFileRenamer>(context)) {
+    setObjectName(QStringLiteral("DatabaseFileTools"));
+    for (int side = 0; side < app::MainWindowContext::sideCount; ++side)
+        addSideButtons(side);
+    addMainToolsButtons();
+    addRestorePageButtons();
+    addRestoreDirPageControls();
+}
+
+DatabaseFileTools::~DatabaseFileTools() = default;
+
+void DatabaseFileTools::addSideButtons(int side) {
+    QBoxLayout* buttons = m_context.sideButtons(side);
+    connect(addButton(buttons, indexed("cmdBackup", side), tr("Backup")), &QPushButton::clicked, this,
+            [this, side] { m_backup->cmdBackup_Click(side); });
+    connect(addButton(buttons, indexed("cmdFullRecovery", side), tr("Full Recovery Mode")),
+            &QPushButton::clicked, this, [this, side] { m_backup->cmdFullRecovery_Click(side); });
+    connect(addButton(buttons, indexed("cmdRestoreFileList", side), tr("Restore File list")),
+            &QPushButton::clicked, this, [this, side] { m_restore->cmdRestoreFileList_Click(side); });
+    connect(addButton(buttons, indexed("cmdRestore", side), tr("Restore")), &QPushButton::clicked, this,
+            [this, side] { m_restore->cmdRestore_Click(side); });
+}
+
+void DatabaseFileTools::addMainToolsButtons() {
+    auto* row = new QHBoxLayout;
+    m_context.pageToolArea(mainToolsPage)->addLayout(row);
+    connect(addButton(row, QStringLiteral("cmdMakeSimple"), tr("Make Simple")), &QPushButton::clicked, this,
+            [this] { m_backup->cmdMakeSimple_Click(); });
+    connect(addButton(row, QStringLiteral("Command1"), tr("single user")), &QPushButton::clicked, this,
+            [this] { m_backup->Command1_Click(); });
+    connect(addButton(row, QStringLiteral("Command2"), tr("multi user")), &QPushButton::clicked, this,
+            [this] { m_backup->Command2_Click(); });
+    row->addStretch(1);
+}
+
+void DatabaseFileTools::addRestorePageButtons() {
+    QBoxLayout* area = m_context.pageToolArea(restorePage);
+    connect(addButton(area, QStringLiteral("cmdRestoreMain"), tr("Restore ALL to Main")),
+            &QPushButton::clicked, this, [this] { m_restore->cmdRestoreMain_Click(); });
+    connect(addButton(area, QStringLiteral("cmdRename"), tr("Rename bak files (remove date)")),
+            &QPushButton::clicked, this, [this] { m_renamer->cmdRename_Click(); });
+    connect(m_context.File1(), &controls::FileListBox::DblClick, this,
+            [this] { m_restore->File1_DblClick(); });
+}
+
+void DatabaseFileTools::addRestoreDirPageControls() {
+    QBoxLayout* area = m_context.pageToolArea(restoreDirPage);
+    QWidget* page = m_context.page(restoreDirPage);
+    connect(addButton(area, QStringLiteral("cmdRestoretoMain"), tr("Restore ALL to Main")),
+            &QPushButton::clicked, this, [this] { m_restore->cmdRestoretoMain_Click(); });
+
+    auto* frame = new QGroupBox(tr("2. Rename"), page);
+    frame->setObjectName(QStringLiteral("fraRename"));
+    auto* layout = new QHBoxLayout(frame);
+    layout->addWidget(new QLabel(tr("remove trailing text of the filename, starting with the text"), frame));
+    m_txtSeparator = new QLineEdit(QStringLiteral("_201"), frame);
+    m_txtSeparator->setObjectName(QStringLiteral("txtSeparator"));
+    m_txtSeparator->setToolTip(tr("separator ex:2015"));
+    m_txtSeparator->setPlaceholderText(tr("separator ex:2015"));
+    m_txtSeparator->setMaximumWidth(96);
+    layout->addWidget(m_txtSeparator);
+    connect(addButton(layout, QStringLiteral("cmdRenameDir"), tr("Rename bak files (remove date)")),
+            &QPushButton::clicked, this, [this] { m_renamer->cmdRenameDir_Click(m_txtSeparator->text()); });
+    layout->addStretch(1);
+    area->addWidget(frame);
+}
+
+QPushButton* DatabaseFileTools::addButton(QBoxLayout* layout, const QString& name, const QString& caption) {
+    QWidget* parent = layout->parentWidget();
+    auto* button = new QPushButton(caption, parent);
+    button->setObjectName(name);
+    layout->addWidget(button);
+    return button;
+}
+
+void installDatabaseFileTools(app::MainWindowContext& context) {
+    // Owned by the page it is parented to.
+    new DatabaseFileTools(context);
+}
+
+} // namespace qormin::dbfiles

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <QObject>
+#include <memory>
+
+class QLineEdit;
+class QPushButton;
+class QBoxLayout;
+
+namespace qormin::app {
+class MainWindowContext;
+}
+
+namespace qormin::dbfiles {
+
+class BackupFileRenamer;
+class BackupTools;
+class RestoreTools;
+
+// The backup, recovery-model and restore buttons of the main window, wired to their handlers.
+// Lives as long as the window (it is a child of the first page).
+class DatabaseFileTools : public QObject {
+    Q_OBJECT
+public:
+    explicit DatabaseFileTools(app::MainWindowContext& context);
+    ~DatabaseFileTools() override;
+
+    BackupTools& backupTools() { return *m_backup; }
+    RestoreTools& restoreTools() { return *m_restore; }
+    QLineEdit* txtSeparator() const { return m_txtSeparator; }
+
+private:
+    void addSideButtons(int side);
+    void addMainToolsButtons();
+    void addRestorePageButtons();
+    void addRestoreDirPageControls();
+    QPushButton* addButton(QBoxLayout* layout, const QString& name, const QString& caption);
+
+    app::MainWindowContext& m_context;
+    std::unique_ptr<BackupTools> m_backup;
+    std::unique_ptr<RestoreTools> m_restore;
+    std::unique_ptr<BackupFileRenamer> m_renamer;
+    QLineEdit* m_txtSeparator = nullptr;
+};
+
+// Called once by the window while it assembles its pages.
+void installDatabaseFileTools(app::MainWindowContext& context);
+
+} // namespace qormin::dbfiles

@@ -1,0 +1,148 @@
+#include "dbfiles/RestoreTools.h"
+
+#include "app/MainWindowContext.h"
+#include "controls/FileListBox.h"
+#include "db/Recordset.h"
+#include "db/ServerAccess.h"
+#include "dbfiles/BackupFileNames.h"
+#include "dbfiles/BackupStatements.h"
+#include "dbfiles/RestoreDrive.h"
+#include "dbfiles/RestoreStatements.h"
+
+#include <QCheckBox>
+#include <QCoreApplication>
+#include <QLineEdit>
+#include <QStringList>
+#include <QVariant>
+
+namespace qormin::dbfiles {
+
+namespace {
+constexpr int leftSide = 0;
+}
+
+RestoreTools::RestoreTools(app::MainWindowContext& context) : m_context(context) {}
+
+void RestoreTools::cmdRestoreFileList_Click(int index) {
+    const QString database = m_context.txtDB()->text();
+    restoreDriveFor(database, index);
+    const QString query = RestoreStatements::fileListQuery(m_context.txtBackupDrive()->text(), database);
+    db::ServerAccess& access = m_context.serverAccess();
+    QString result;
+    access.OpenRecordset(index, query, QVariant(), result);
+    m_restoreFiles.clear();
+    // A failed query leaves the record set closed, so the list stays empty and the restore
+    // goes out without MOVE clauses, for the server to refuse.
+    for (db::Recordset& files = access.sharedRecordset(); !files.eof(); files.MoveNext())
+        m_restoreFiles.append(
+            RestoreFile::fromFileListRow(files.field(0).toString(), files.field(1).toString()));
+}
+
+QString RestoreTools::GetRestoreDrive(QString& databaseName, int side) const {
+    QStringList restoreTo;
+    for (int box = 0; box < app::MainWindowContext::restoreTargetCount; ++box)
+        restoreTo.append(m_context.txtRestoreTO(box)->text());
+    return RestoreDrive::GetRestoreDrive(databaseName, side, restoreTo);
+}
+
+void RestoreTools::cmdRestore_Click(int index) {
+    if (!m_context.chkALL()->isChecked()) {
+        restoreDatabase(index);
+        return;
+    }
+    controls::FileListBox* files = m_context.FileB();
+    const int count = files->ListCount();
+    for (int file = 0; file < count; ++file) {
+        m_context.txtDB()->setText(BackupFileNames::databaseNameFromFile(files->List(file)));
+        const bool logOnly = m_context.chkLogOnly()->isChecked();
+        if (!BackupFileNames::skippedInAllFilesPass(m_context.txtDB()->text(), logOnly)) {
+            restoreDatabase(index);
+            if (!m_context.chkALL()->isChecked())
+                return;
+        }
+        yieldToEventLoop();
+        if (m_context.stopRequested())
+            return;
+    }
+}
+
+void RestoreTools::restoreDatabase(int index) {
+    cmdRestoreFileList_Click(index);
+    const QString database = m_context.txtDB()->text();
+    const QString folder = m_context.txtBackupDrive()->text();
+    const QString moves = RestoreStatements::moveClauses(m_restoreFiles, restoreDriveFor(database, index),
+                                                         m_context.txtLogDrive(index)->text());
+    db::ServerAccess& access = m_context.serverAccess();
+    if (!m_context.chkLogOnly()->isChecked()) {
+        access.LogMessage(RestoreStatements::restoreDatabaseArguments(database, folder, moves, index));
+        access.ExecuteSQL(index, RestoreStatements::restoreDatabase(database, folder, moves, index));
+    }
+    access.ExecuteSQL(index, RestoreStatements::restoreLog(database, folder, moves, index));
+    m_context.cmdRefreshDB_Click(index);
+}
+
+void RestoreTools::RestoreToMain() {
+    const QString folder = RestoreStatements::mainBackupFolder();
+    m_context.txtBackupDrive()->setText(folder);
+    cmdRestoreFileList_Click(leftSide);
+    const QString database = m_context.txtDB()->text();
+    const QString moves = RestoreStatements::moveClauses(m_restoreFiles, restoreDriveFor(database, leftSide));
+    m_context.serverAccess().ExecuteSQL(leftSide, RestoreStatements::restoreToMain(database, folder, moves));
+    m_context.cmdRefreshDB_Click(leftSide);
+    // Whatever the folder was before, the mirror folder is what the other tools expect next.
+    m_context.txtBackupDrive()->setText(BackupStatements::defaultBackupFolder());
+}
+
+void RestoreTools::cmdRestoreMain_Click() {
+    controls::FileListBox* files = m_context.File1();
+    const int count = files->ListCount();
+    for (int file = 0; file < count; ++file) {
+        m_context.txtDB()->setText(BackupFileNames::databaseNameFromFile(files->List(file)));
+        RestoreToMain();
+        if (takeStopRequest())
+            return;
+    }
+}
+
+void RestoreTools::File1_DblClick() {
+    controls::FileListBox* files = m_context.File1();
+    if (files->ListIndex() < 0)
+        return;
+    m_context.txtDB()->setText(BackupFileNames::databaseNameFromFile(files->List(files->ListIndex())));
+    RestoreToMain();
+}
+
+void RestoreTools::cmdRestoretoMain_Click() {
+    m_context.txtBackupDrive()->setText(m_context.txtRestoreDir()->text());
+    controls::FileListBox* files = m_context.File2();
+    const int count = files->ListCount();
+    for (int file = 0; file < count; ++file) {
+        m_context.txtDB()->setText(BackupFileNames::databaseNameFromFile(files->List(file)));
+        cmdRestoreFileList_Click(leftSide);
+        const QString database = m_context.txtDB()->text();
+        const QString moves = RestoreStatements::moveClauses(
+            m_restoreFiles, restoreDriveFor(database, leftSide), m_context.txtLogDrive(leftSide)->text());
+        m_context.serverAccess().ExecuteSQL(
+            leftSide, RestoreStatements::restoreToMain(database, m_context.txtBackupDrive()->text(), moves));
+        if (takeStopRequest())
+            return;
+    }
+}
+
+QString RestoreTools::restoreDriveFor(const QString& database, int side) const {
+    QString upperCased = database;
+    return GetRestoreDrive(upperCased, side);
+}
+
+void RestoreTools::yieldToEventLoop() const {
+    QCoreApplication::processEvents();
+}
+
+bool RestoreTools::takeStopRequest() {
+    if (!m_context.stopRequested())
+        return false;
+    m_context.chkStop()->setChecked(false);
+    return true;
+}
+
+} // namespace qormin::dbfiles

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "dbfiles/RestoreFile.h"
+
+#include <QList>
+#include <QString>
+
+namespace qormin::app {
+class MainWindowContext;
+}
+
+namespace qormin::dbfiles {
+
+// The restore handlers: restores to a side, restores to the left server from the shared
+// folder or a source folder, and the file list that every restore reads first.
+class RestoreTools {
+public:
+    explicit RestoreTools(app::MainWindowContext& context);
+
+    void cmdRestoreFileList_Click(int index);
+    // Upper-cases databaseName, as callers have always seen it; pass a copy to keep a name.
+    QString GetRestoreDrive(QString& databaseName, int side) const;
+    void cmdRestore_Click(int index);
+    void RestoreToMain();
+    void cmdRestoreMain_Click();
+    void File1_DblClick();
+    void cmdRestoretoMain_Click();
+
+    // RestoreFiles: the files of the backup read last.
+    const QList<RestoreFile>& RestoreFiles() const { return m_restoreFiles; }
+    int RestoreFileCount() const { return static_cast<int>(m_restoreFiles.size()); }
+
+private:
+    void restoreDatabase(int index);
+    QString restoreDriveFor(const QString& database, int side) const;
+    void yieldToEventLoop() const;
+    // chkStop ends a restore-to-main pass and is cleared for the next one.
+    bool takeStopRequest();
+
+    app::MainWindowContext& m_context;
+    QList<RestoreFile> m_restoreFiles;
+};
+
+} // namespace qormin::dbfiles
