@@ -2,6 +2,13 @@
 
 #include "controls/FlexGrid.h"
 #include "db/Recordset.h"
+#if __has_include("db/RecordReader.h")
+#include "db/RecordReader.h"
+#include "db/RecordWriter.h"
+#define QORMIN_HAS_RECORD_LOOP 1
+#else
+#define QORMIN_HAS_RECORD_LOOP 0
+#endif
 #include "db/ServerAccess.h"
 #include "db/SideConnection.h"
 #include "tablecopy/TableCopyStatements.h"
@@ -20,6 +27,7 @@ namespace {
 constexpr int leftSide = 0;
 constexpr int tableNameColumn = 0;
 constexpr int buttonsPerRow = 4;
+constexpr qint32 progressInterval = 100;
 
 using Statements = TableCopyStatements;
 
@@ -51,11 +59,13 @@ TableCopyTools::TableCopyTools(TableCopyControls controls, QWidget* parent)
               &TableCopyTools::cmdCopytoNEW_Click);
 
     // The row-by-row copies empty their target first; until rows can be streamed they stay off.
+#if !QORMIN_HAS_RECORD_LOOP
     for (const char* name : {"cmdCopyTables", "cmdCopytoNEW"}) {
         auto* button = findChild<QPushButton*>(QLatin1String(name));
         button->setEnabled(false);
         button->setToolTip(QStringLiteral("Copying row by row is not available in this build."));
     }
+#endif
 
     const int statusRow = layout->rowCount();
     layout->addWidget(m_allTables, statusRow, 0);
@@ -225,8 +235,37 @@ void TableCopyTools::CopyTableByRecord(const QString& table) {
 }
 
 void TableCopyTools::CopyRecords(const QString& source, const QString& destination) {
+#if QORMIN_HAS_RECORD_LOOP
+    m_controls.access.EnsureConnected(leftSide);
+    db::SideConnection& side = m_controls.access.side(leftSide);
+    qint32 copied = 0;
+    qint32 errors = 0;
+    db::RecordReader reader(side, source);
+    db::RecordWriter writer(side, destination);
+    const bool readerOpen = reader.open();
+    const bool writerOpen = writer.open();
+    errors += (readerOpen ? 0 : 1) + (writerOpen ? 0 : 1);
+    qint32 walked = 0;
+    while (readerOpen && writerOpen && !stopRequested() && reader.next()) {
+        // A refused row is counted and the copy goes on with the next one.
+        if (writer.addRow(reader.row())) {
+            ++copied;
+        } else {
+            ++errors;
+        }
+        if (++walked % progressInterval == 0) {
+            ShowCopyProgress(walked);
+        }
+    }
+    if (readerOpen && !reader.error().isEmpty()) {
+        ++errors;
+    }
+    log(Statements::copiedLine(copied));
+    log(Statements::errorsLine(errors));
+#else
     (void)destination;
     m_controls.access.LogError(QStringLiteral("Copy by record is not available in this build: ") + source);
+#endif
 }
 
 void TableCopyTools::TruncateTable(const QString& table) {

@@ -1,0 +1,182 @@
+#include "TableCopyToolsFixture.h"
+
+#include <QLabel>
+
+namespace qormin::test {
+
+const QByteArray scenario = R"json({
+  "login": {"user": "sa", "password": "demo"},
+  "rules": [
+    {"exact": "SELECT * FROM sys.objects WHERE object_id = OBJECT_ID(N'tbCash') AND type in (N'U')",
+                 "response" : {
+    "result" : {
+        "columns" : ["name:nvarchar(128)"], "rows" : [["tbCash"]]
+    }
+}
+},
+    {"exact": "SELECT * FROM sys.objects WHERE object_id = OBJECT_ID(N'tbCash_NEW2') AND type in (N'U')",
+     "response": {"result": {"columns": ["name:nvarchar(128)"], "rows": [["tbCash_NEW2"]]}}},
+    {"exact": "SELECT * FROM sys.objects WHERE object_id = OBJECT_ID(N'tbLocked') AND type in (N'U')",
+     "response": {"result": {"columns": ["name:nvarchar(128)"], "rows": [["tbLocked"]]}}},
+    {"prefix": "SELECT * FROM sys.objects", "response": {"result": {"columns": ["name:nvarchar(128)"], "rows": []}}},
+    {"exact": "select top 1 * from  Billing..tbCash",
+     "response": {"result": {"columns": ["id:int", "name:nvarchar(20)"], "rows": [[1, "a"]]}}},
+    {"exact": "select top 1 * from  Billing..tbLocked",
+     "response": {"result": {"columns": ["id:int"], "rows": [[1]]}}},
+    {"exact": "select top 1 * from  Billing..tbGone",
+     "response": {"error": {"number": 208, "severity": 16, "text": "Invalid object name 'Billing..tbGone'."}}},
+    {"prefix": "INSERT into Billing2..tbLocked",
+     "response": {"error": {"number": 1205, "severity": 13, "text": "Deadlocked."}}},
+    {"prefix": "select  * into Billing2..tbCash ",
+     "response": {"error": {"number": 2714, "severity": 16, "text": "There is already an object named 'tbCash' in the database."}}}
+  ]
+})json";
+
+struct ButtonCase {
+    const char* name;
+    const char* button;
+    int row;
+    QStringList statements;
+    QStringList log;
+};
+
+void PrintTo(const ButtonCase& c, std::ostream* out) {
+    *out << c.name;
+}
+
+class ButtonSequenceTest : public TableCopyToolsTest, public ::testing::WithParamInterface<ButtonCase> {};
+
+TEST_P(ButtonSequenceTest, sendsExactlyTheseStatementsAndLogsTheTable) {
+    m_grid.setRow(GetParam().row);
+    click(QString::fromUtf8(GetParam().button));
+    EXPECT_EQ(m_server->statements(), GetParam().statements);
+    EXPECT_EQ(m_host.boxes, QStringList());
+    EXPECT_EQ(logLines(), GetParam().log);
+}
+
+const QString sysObjectsCash =
+    QStringLiteral("SELECT * FROM sys.objects WHERE object_id = OBJECT_ID(N'tbCash') AND type in (N'U')");
+const QString sysObjectsGone =
+    QStringLiteral("SELECT * FROM sys.objects WHERE object_id = OBJECT_ID(N'tbGone') AND type in (N'U')");
+
+INSTANTIATE_TEST_SUITE_P(
+    Buttons, ButtonSequenceTest,
+    ::testing::Values(
+        ButtonCase{"copyInto",
+                   "cmdCopyInto",
+                   1,
+                   {"Use Billing", "Use Billing", "select top 1 * from  Billing..tbCash",
+                    "truncate table Billing2..tbCash ", "SET IDENTITY_INSERT Billing2..tbCash ON",
+                    "use Billing", sysObjectsCash,
+                    "INSERT into Billing2..tbCash ([id],[name]) SELECT [id],[name] from Billing..tbCash",
+                    "SET IDENTITY_INSERT Billing2..tbCash OFF"},
+                   {"tbCash", "Done copying"}},
+        ButtonCase{"copyIntoMissingTableStillTruncatesAndSwitchesIdentity",
+                   "cmdCopyInto",
+                   2,
+                   {"Use Billing", "Use Billing", "select top 1 * from  Billing..tbGone",
+                    "truncate table Billing2..tbGone ", "SET IDENTITY_INSERT Billing2..tbGone ON",
+                    "use Billing", sysObjectsGone, "SET IDENTITY_INSERT Billing2..tbGone OFF"},
+                   {"tbGone", "Done copying"}},
+        ButtonCase{"cloneUsesPlainNamesWithoutExistenceTest",
+                   "cmdCloneTable",
+                   1,
+                   {"Use Billing", "truncate table Billing2..tbCash ", "select top 1 * from  Billing..tbCash",
+                    "SET IDENTITY_INSERT Billing2..tbCash ON",
+                    "INSERT INTO Billing2..tbCash (id,name) SELECT id,name    From Billing..tbCash",
+                    "SET IDENTITY_INSERT Billing2..tbCash OFF"},
+                   {"tbCash"}},
+        ButtonCase{"copyStructure",
+                   "cmdCopyTablesDB2",
+                   1,
+                   {"Use Billing", "Use Billing", "use Billing", sysObjectsCash,
+                    "select  * into Billing2..tbCash  from Billing..tbCash "},
+                   {"tbCash", "Done copying"}},
+        ButtonCase{"copyStructureOfMissingTableDoesNothing",
+                   "cmdCopyTablesDB2",
+                   2,
+                   {"Use Billing", "Use Billing", "use Billing", sysObjectsGone},
+                   {"tbGone", "Done copying"}},
+        ButtonCase{"dropSisterTable",
+                   "cmdDropTableDB2",
+                   1,
+                   {"Use Billing2", "use Billing", sysObjectsCash, "drop table Billing2..tbCash "},
+                   {"tbCash", "Done Drop"}},
+        ButtonCase{"dropKeepsSisterTableWhenWorkingDatabaseLacksIt",
+                   "cmdDropTableDB2",
+                   2,
+                   {"Use Billing2", "use Billing", sysObjectsGone},
+                   {"tbGone", "Done Drop"}},
+        ButtonCase{
+            "truncateBareName", "cmdTruncate", 1, {"Use Billing", "Truncate Table   tbCash "}, {"tbCash"}},
+        ButtonCase{
+            "checkBareName", "cmdCheckTables", 1, {"Use Billing", "DBCC CHECKtable('tbCash')"}, {"tbCash"}}),
+    [](const auto& testCase) { return std::string(testCase.param.name); });
+
+TEST_F(TableCopyToolsTest, allTablesWalksEveryRowIncludingTheHeaderAndMovesTheCurrentRow) {
+    m_tools->chkAllTables()->setChecked(true);
+    QList<int> rowsSeen;
+    QObject::connect(m_access.get(), &qormin::db::ServerAccess::statementStarted, m_tools.get(),
+                     [this, &rowsSeen] { rowsSeen.append(m_grid.Row()); });
+    click(QStringLiteral("cmdTruncate"));
+    EXPECT_EQ(m_server->statements(), (QStringList{"Use Billing", "Truncate Table   TableName ",
+                                                   "Truncate Table   tbCash ", "Truncate Table   tbGone "}));
+    EXPECT_EQ(logLines(), (QStringList{"tbCash", "TableName", "tbCash", "tbGone"}));
+    EXPECT_EQ(rowsSeen, (QList<int>{1, 0, 1, 2}));
+    EXPECT_EQ(m_grid.Row(), 2);
+}
+
+TEST_F(TableCopyToolsTest, stopTickedBeforeTheFirstTableRunsNoTableButStillCloses) {
+    m_tools->chkAllTables()->setChecked(true);
+    m_stop.setChecked(true);
+    click(QStringLiteral("cmdCopyInto"));
+    EXPECT_EQ(m_server->statements(), QStringList{"Use Billing"});
+    EXPECT_EQ(logLines(), (QStringList{"tbCash", "Done copying"}));
+    EXPECT_EQ(m_grid.Row(), 1);
+}
+
+TEST_F(TableCopyToolsTest, stopTickedDuringATableEndsTheRunBeforeTheNextOne) {
+    m_tools->chkAllTables()->setChecked(true);
+    QObject::connect(m_access.get(), &qormin::db::ServerAccess::statementFinished, m_tools.get(), [this] {
+        if (m_server->statements().contains(QStringLiteral("DBCC CHECKtable('tbCash')"))) {
+            m_stop.setChecked(true);
+        }
+    });
+    click(QStringLiteral("cmdCheckTables"));
+    EXPECT_EQ(m_server->statements(),
+              (QStringList{"Use Billing", "DBCC CHECKtable('TableName')", "DBCC CHECKtable('tbCash')"}));
+}
+
+struct FailureCase {
+    const char* name;
+    const char* button;
+    const char* table;
+    const char* errorStart;
+    const char* errorEnd;
+};
+
+void PrintTo(const FailureCase& c, std::ostream* out) {
+    *out << c.name;
+}
+
+class FailureLogTest : public TableCopyToolsTest, public ::testing::WithParamInterface<FailureCase> {};
+
+TEST_P(FailureLogTest, logsTheServersErrorFollowedByTheSourceTable) {
+    showTables({QString::fromUtf8(GetParam().table)});
+    click(QString::fromUtf8(GetParam().button));
+    const QStringList errors = errorLines();
+    ASSERT_EQ(errors.size(), 1) << errors.join(QLatin1Char('|')).toStdString();
+    EXPECT_TRUE(errors[0].startsWith(QString::fromUtf8(GetParam().errorStart))) << errors[0].toStdString();
+    EXPECT_TRUE(errors[0].endsWith(QString::fromUtf8(GetParam().errorEnd))) << errors[0].toStdString();
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Failures, FailureLogTest,
+    ::testing::Values(FailureCase{"structureOfExistingSisterTable", "cmdCopyTablesDB2", "tbCash",
+                                  "There is already an object named 'tbCash' in the database. ",
+                                  " Billing..tbCash"},
+                      FailureCase{"copyIntoRefusedInsert", "cmdCopyInto", "tbLocked",
+                                  "Deadlocked. INSERT into ", " Billing..tbLocked"}),
+    [](const auto& testCase) { return std::string(testCase.param.name); });
+
+} // namespace qormin::test
