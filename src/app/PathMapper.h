@@ -23,6 +23,7 @@ public:
     // A chosen mount root replaces the GVfs folder: \\server\share\rest -> root/server/share/rest.
     void setMountRoot(const QString& root);
     QString mountRoot() const { return m_mountRoot; }
+    QString driveLinkRoot() const { return m_driveLinkRoot; }
 
     // An explicit link wins over the entry in the drive-link folder.
     void setDriveLink(QChar letter, const QString& folder);

@@ -9,7 +9,6 @@
 #include <QDeadlineTimer>
 #include <QEventLoop>
 #include <QFileInfo>
-#include <QStandardPaths>
 #include <QTimer>
 
 namespace qormin::net {
@@ -65,11 +64,10 @@ GioShareMounter::GioShareMounter(QProcessEnvironment environment, std::chrono::m
     // Untranslated prompts and messages: they are read by the program.
     m_environment.insert(QStringLiteral("LC_ALL"), QStringLiteral("C.UTF-8"));
     m_environment.remove(QStringLiteral("LANGUAGE"));
-    m_gio = QStandardPaths::findExecutable(
-        QStringLiteral("gio"), m_environment.value(QStringLiteral("PATH")).split(u':', Qt::SkipEmptyParts));
 }
 
 MountOutcome GioShareMounter::mount(const ShareAddress& share, const ShareCredentials& credentials) {
+    m_gio = ToolProcess::find(QStringLiteral("gio"), m_environment);
     if (m_gio.isEmpty())
         return failure(NetworkErrorCodes::noNetwork,
                        QStringLiteral("gio is not installed (package libglib2.0-bin)"));
@@ -139,6 +137,7 @@ MountOutcome GioShareMounter::findLocalFolder(const ShareAddress& share, MountOu
 }
 
 std::uint32_t GioShareMounter::unmount(const ShareAddress& share) {
+    m_gio = ToolProcess::find(QStringLiteral("gio"), m_environment);
     if (m_gio.isEmpty())
         return NetworkErrorCodes::noNetwork;
     const QString folder = localFolder(information(share.root()));

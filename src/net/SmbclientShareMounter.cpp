@@ -7,7 +7,6 @@
 #include "net/ToolProcess.h"
 
 #include <QFileInfo>
-#include <QStandardPaths>
 
 namespace qormin::net {
 
@@ -33,8 +32,14 @@ QStringList smbclientArguments(const ShareAddress& share, const ShareCredentials
     return arguments;
 }
 
-QString lastLine(const QByteArray& text) {
+// The line naming the NT status, else the last one: smbclient also complains about reading
+// its input a second time, which says nothing.
+QString statusLine(const QByteArray& text) {
     const QList<QByteArray> lines = text.trimmed().split('\n');
+    for (const QByteArray& line : lines) {
+        if (line.contains("NT_STATUS_"))
+            return QString::fromUtf8(line).trimmed();
+    }
     return QString::fromUtf8(lines.last()).trimmed();
 }
 
@@ -44,13 +49,11 @@ SmbclientShareMounter::SmbclientShareMounter(FolderOf folderOf, QProcessEnvironm
                                              std::chrono::milliseconds limit)
     : m_folderOf(std::move(folderOf)), m_environment(std::move(environment)), m_limit(limit) {
     m_environment.insert(QStringLiteral("PASSWD_FD"), QStringLiteral("0"));
-    m_smbclient = QStandardPaths::findExecutable(
-        QStringLiteral("smbclient"),
-        m_environment.value(QStringLiteral("PATH")).split(u':', Qt::SkipEmptyParts));
 }
 
 MountOutcome SmbclientShareMounter::mount(const ShareAddress& share, const ShareCredentials& credentials) {
-    if (m_smbclient.isEmpty())
+    const QString program = ToolProcess::find(QStringLiteral("smbclient"), m_environment);
+    if (program.isEmpty())
         return failure(NetworkErrorCodes::noNetwork,
                        QStringLiteral("smbclient is not installed (package smbclient)"));
     QStringList arguments = smbclientArguments(share, credentials);
@@ -60,7 +63,7 @@ MountOutcome SmbclientShareMounter::mount(const ShareAddress& share, const Share
         arguments << QStringLiteral("--no-pass");
         environment.remove(QStringLiteral("PASSWD_FD"));
     }
-    const ToolProcess smbclient(m_smbclient, arguments, environment);
+    const ToolProcess smbclient(program, arguments, environment);
     const ToolProcess::Result result = smbclient.run(credentials.password.toUtf8() + '\n', m_limit);
     if (!result.started)
         return failure(NetworkErrorCodes::noNetwork, QStringLiteral("smbclient could not be started"));
@@ -68,7 +71,7 @@ MountOutcome SmbclientShareMounter::mount(const ShareAddress& share, const Share
         return failure(NetworkErrorCodes::badNetPath, QStringLiteral("smbclient: no answer in time"));
     if (!result.succeeded()) {
         const QByteArray said = result.output + '\n' + result.errors;
-        return failure(MountErrorCodes::fromSmbclientOutput(QString::fromUtf8(said)), lastLine(said));
+        return failure(MountErrorCodes::fromSmbclientOutput(QString::fromUtf8(said)), statusLine(said));
     }
     MountOutcome outcome;
     outcome.folder = m_folderOf(share);

@@ -27,7 +27,6 @@ public:
 
 private:
     FolderOf m_folderOf;
-    QString m_smbclient;
     QProcessEnvironment m_environment;
     std::chrono::milliseconds m_limit;
 };

@@ -2,6 +2,7 @@
 
 #include <QEventLoop>
 #include <QProcess>
+#include <QStandardPaths>
 #include <QTimer>
 
 namespace qormin::net {
@@ -9,6 +10,11 @@ namespace qormin::net {
 ToolProcess::ToolProcess(QString program, QStringList arguments, QProcessEnvironment environment)
     : m_program(std::move(program)), m_arguments(std::move(arguments)),
       m_environment(std::move(environment)) {}
+
+QString ToolProcess::find(const QString& name, const QProcessEnvironment& environment) {
+    return QStandardPaths::findExecutable(
+        name, environment.value(QStringLiteral("PATH")).split(u':', Qt::SkipEmptyParts));
+}
 
 ToolProcess::Result ToolProcess::run(const QByteArray& input, std::chrono::milliseconds limit) const {
     bool written = false;

@@ -32,6 +32,10 @@ public:
 
     ToolProcess(QString program, QStringList arguments, QProcessEnvironment environment);
 
+    // The program's path on the environment's PATH, looked up at each use so that a tool
+    // installed while the window is open is found; empty when it is not installed.
+    static QString find(const QString& name, const QProcessEnvironment& environment);
+
     void setWorkingDirectory(const QString& folder) { m_workingDirectory = folder; }
 
     // Writes input and closes the tool's input at once.

@@ -3,7 +3,6 @@
 #include "net/ToolProcess.h"
 
 #include <QHash>
-#include <QStandardPaths>
 
 namespace qormin::net {
 
@@ -94,11 +93,7 @@ bool isPlainText(const KeyStroke& stroke) {
 } // namespace
 
 XdotoolKeyStrokeSender::XdotoolKeyStrokeSender(QProcessEnvironment environment)
-    : m_environment(std::move(environment)) {
-    m_xdotool = QStandardPaths::findExecutable(
-        QStringLiteral("xdotool"),
-        m_environment.value(QStringLiteral("PATH")).split(u':', Qt::SkipEmptyParts));
-}
+    : m_environment(std::move(environment)) {}
 
 std::vector<XdotoolKeyStrokeSender::Invocation>
 XdotoolKeyStrokeSender::invocations(const std::vector<KeyStroke>& strokes) {
@@ -128,10 +123,11 @@ XdotoolKeyStrokeSender::invocations(const std::vector<KeyStroke>& strokes) {
 }
 
 std::string XdotoolKeyStrokeSender::send(const std::vector<KeyStroke>& strokes) {
-    if (m_xdotool.isEmpty())
+    const QString program = ToolProcess::find(QStringLiteral("xdotool"), m_environment);
+    if (program.isEmpty())
         return "xdotool is not installed";
     for (const Invocation& run : invocations(strokes)) {
-        const ToolProcess xdotool(m_xdotool, run.arguments, m_environment);
+        const ToolProcess xdotool(program, run.arguments, m_environment);
         const ToolProcess::Result result = xdotool.run(run.input, std::chrono::seconds(30));
         if (!result.succeeded()) {
             const QString said = QString::fromLocal8Bit(result.errors).trimmed();

@@ -27,7 +27,6 @@ public:
     static std::vector<Invocation> invocations(const std::vector<KeyStroke>& strokes);
 
 private:
-    QString m_xdotool;
     QProcessEnvironment m_environment;
 };
 
