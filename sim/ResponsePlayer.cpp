@@ -77,10 +77,10 @@ bool ResponsePlayer::playStep(const ResponseStep& step) {
         message(TokenWriter::Info, step.message);
         return true;
     case ResponseStep::Kind::Error:
+        // Messages that follow one another belong to one statement, as BACKUP's 911 and 3013 do.
         message(TokenWriter::Error, step.message);
         m_errorSinceDone = true;
         m_anyError = true;
-        setPendingDone(TokenWriter::DoneError, 0, 0);
         return true;
     case ResponseStep::Kind::Done:
         setPendingDone(TokenWriter::DoneFinal, 0, 0);

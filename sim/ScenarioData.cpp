@@ -2,7 +2,12 @@
 
 namespace qormin::sim {
 
-QString ScenarioData::knownDatabase(const QString& name) const {
+QString ScenarioData::knownDatabase(const QString& asked) const {
+    // Like the server's own comparisons, trailing blanks do not count ("MASTER " is master).
+    QString name = asked;
+    while (name.endsWith(QLatin1Char(' '))) {
+        name.chop(1);
+    }
     static const QStringList systemDatabases{QStringLiteral("master"), QStringLiteral("tempdb"),
                                              QStringLiteral("model"), QStringLiteral("msdb")};
     for (const auto& list : {systemDatabases, databases}) {

@@ -23,7 +23,7 @@ struct ScenarioData {
     int hangLimitMilliseconds = 120'000;
 
     // The declared spelling of `name` (case-insensitive); empty when the database is unknown.
-    QString knownDatabase(const QString& name) const;
+    QString knownDatabase(const QString& asked) const;
 };
 
 } // namespace qormin::sim

@@ -117,11 +117,17 @@ Response StatementResolver::runCursorBatch(const std::vector<CursorStatement>& s
             break;
         case CursorStatement::Kind::Open:
         case CursorStatement::Kind::Close:
-            response.steps.push_back(exists ? doneStep() : errorStep(16916, cursorMissing(statement.cursor)));
+            if (!exists) {
+                response.steps.push_back(errorStep(16916, cursorMissing(statement.cursor)));
+            }
+            response.steps.push_back(doneStep());
             break;
         case CursorStatement::Kind::Deallocate:
             m_session.cursors.erase(key);
-            response.steps.push_back(exists ? doneStep() : errorStep(16916, cursorMissing(statement.cursor)));
+            if (!exists) {
+                response.steps.push_back(errorStep(16916, cursorMissing(statement.cursor)));
+            }
+            response.steps.push_back(doneStep());
             break;
         case CursorStatement::Kind::UpdateCurrent:
             break;
@@ -148,12 +154,13 @@ void StatementResolver::declareCursor(const CursorStatement& statement, Response
             result = step.result;
         }
     }
-    if (failed) {
-        return;
-    }
-    if (!result) {
+    if (!failed && !result) {
         response.steps.push_back(
             errorStep(208, QStringLiteral("Invalid object name '%1'.").arg(objectNameOf(statement.select))));
+        failed = true;
+    }
+    if (failed) {
+        response.steps.push_back(doneStep());
         return;
     }
     ServerCursor cursor;
@@ -173,6 +180,7 @@ void StatementResolver::fetch(const CursorStatement& statement, Response& respon
     const auto found = m_session.cursors.find(statement.cursor.toLower());
     if (found == m_session.cursors.end()) {
         response.steps.push_back(errorStep(16916, cursorMissing(statement.cursor)));
+        response.steps.push_back(doneStep());
         return;
     }
     ServerCursor& cursor = found->second;
