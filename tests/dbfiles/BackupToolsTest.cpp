@@ -1,0 +1,172 @@
+#include "DatabaseFileFixture.h"
+#include "QStringPrinter.h"
+
+#include "db/ServerAccess.h"
+#include "db/ServerMessageLog.h"
+
+#include <QCheckBox>
+#include <QLineEdit>
+
+namespace qormin::test {
+namespace {
+
+struct SingleCase {
+    const char* name;
+    const char* script;
+    QStringList left;
+    QStringList right;
+};
+
+void PrintTo(const SingleCase& value, std::ostream* out) {
+    *out << value.name;
+}
+
+class BackupOneDatabaseTest : public DatabaseFileFixture, public testing::WithParamInterface<SingleCase> {};
+
+TEST_P(BackupOneDatabaseTest, sendsTheStatementsOfTxtDBToItsSide) {
+    run(QStringLiteral("set txtDB Billing\n") + QLatin1String(GetParam().script));
+    EXPECT_EQ(statements(0), GetParam().left);
+    EXPECT_EQ(statements(1), GetParam().right);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Buttons, BackupOneDatabaseTest,
+    testing::Values(
+        SingleCase{
+            "backupWritesFullThenLog",
+            "click cmdBackup(0)\n",
+            {QStringLiteral("BACKUP DATABASE Billing TO DISK = 'p:\\backup\\MIR\\Billing.BAK'   WITH FORMAT"),
+             QStringLiteral(
+                 "BACKUP Log  Billing TO DISK = 'p:\\backup\\MIR\\Billing_log.BAK'   WITH FORMAT")},
+            {}},
+        SingleCase{
+            "logOnlyWritesOnlyTheLogBackup",
+            "set chkLogOnly 1\nset txtBackupDrive q:\\\\bak\\\\\nclick cmdBackup(1)\n",
+            {},
+            {QStringLiteral("BACKUP Log  Billing TO DISK = 'q:\\bak\\Billing_log.BAK'   WITH FORMAT")}},
+        SingleCase{"fullRecoveryOnTheButtonsSide",
+                   "click cmdFullRecovery(1)\n",
+                   {},
+                   {QStringLiteral("ALTER DATABASE Billing  SET RECOVERY FULL ")}},
+        SingleCase{"makeSimpleAlwaysOnTheRight",
+                   "click cmdMakeSimple\n",
+                   {},
+                   {QStringLiteral("ALTER DATABASE Billing SET RECOVERY SIMPLE")}},
+        SingleCase{"singleUserAlwaysOnTheLeft",
+                   "click Command1\n",
+                   {QStringLiteral("ALTER DATABaSE Billing SET SINGLE_USER WITH ROLLBACK IMMEDIATE")},
+                   {}},
+        SingleCase{"multiUserAlwaysOnTheLeft",
+                   "click Command2\n",
+                   {QStringLiteral("ALTER DATABaSE Billing SET MULTI_USER ")},
+                   {}}),
+    [](const auto& test) { return std::string(test.param.name); });
+
+// Statements of cmdFullRecovery per database, header row included.
+QStringList fullRecovery(const QStringList& databases) {
+    QStringList texts;
+    for (const QString& database : databases)
+        texts.append(QStringLiteral("ALTER DATABASE ") + database + QStringLiteral("  SET RECOVERY FULL "));
+    return texts;
+}
+
+QStringList simpleRecovery(const QStringList& databases) {
+    QStringList texts;
+    for (const QString& database : databases)
+        texts.append(QStringLiteral("ALTER DATABASE ") + database + QStringLiteral(" SET RECOVERY SIMPLE"));
+    return texts;
+}
+
+using BackupAllDatabasesTest = DatabaseFileFixture;
+
+TEST_F(BackupAllDatabasesTest, passStartsWithTheHeaderRowAndWalksEveryRow) {
+    run(QStringLiteral("set chkALL 1\nset chkLogOnly 1\nclick cmdBackup(1)\n"));
+    const QStringList expected{
+        QStringLiteral("BACKUP Log  name TO DISK = 'p:\\backup\\MIR\\name_log.BAK'   WITH FORMAT"),
+        QStringLiteral("BACKUP Log  Billing TO DISK = 'p:\\backup\\MIR\\Billing_log.BAK'   WITH FORMAT"),
+        QStringLiteral(
+            "BACKUP Log  Patient_Data TO DISK = 'p:\\backup\\MIR\\Patient_Data_log.BAK'   WITH FORMAT"),
+        QStringLiteral("BACKUP Log  Station TO DISK = 'p:\\backup\\MIR\\Station_log.BAK'   WITH FORMAT")};
+    EXPECT_EQ(statements(1), expected);
+    EXPECT_TRUE(statements(0).isEmpty());
+    EXPECT_EQ(window().txtDB()->text(), QStringLiteral("Station"));
+}
+
+struct InterruptCase {
+    const char* name;
+    const char* button;
+    const char* box; // the check box changed while Patient_Data is processed
+    bool boxValue;
+    QStringList expected;
+};
+
+void PrintTo(const InterruptCase& value, std::ostream* out) {
+    *out << value.name;
+}
+
+class InterruptedPassTest : public DatabaseFileFixture, public testing::WithParamInterface<InterruptCase> {
+protected:
+    QByteArray extraRules() const override {
+        // Long enough that the change lands while the server is still working.
+        return R"json({"prefix": "ALTER DATABASE Patient_Data", "response": [{"delay": 50}, {"done": {}}]},)json";
+    }
+};
+
+TEST_P(InterruptedPassTest, endsAfterTheCurrentDatabaseOnlyWhenThatBoxEndsThisPass) {
+    const InterruptCase& param = GetParam();
+    QCheckBox* box = window().findChild<QCheckBox*>(QLatin1String(param.box));
+    ASSERT_NE(box, nullptr);
+    whenStatementStartsFor(QStringLiteral("Patient_Data"),
+                           [box, &param] { box->setChecked(param.boxValue); });
+    run(QStringLiteral("set chkALL 1\nclick ") + QLatin1String(param.button) + QLatin1Char('\n'));
+    EXPECT_EQ(statements(1), param.expected);
+    EXPECT_TRUE(statements(0).isEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Boxes, InterruptedPassTest,
+    testing::Values(InterruptCase{"clearingAllEndsFullRecovery", "cmdFullRecovery(1)", "chkALL", false,
+                                  fullRecovery({"name", "Billing", "Patient_Data"})},
+                    InterruptCase{"stopDoesNotEndFullRecovery", "cmdFullRecovery(1)", "chkStop", true,
+                                  fullRecovery({"name", "Billing", "Patient_Data", "Station"})},
+                    InterruptCase{"stopEndsMakeSimple", "cmdMakeSimple", "chkStop", true,
+                                  simpleRecovery({"name", "Billing", "Patient_Data"})},
+                    InterruptCase{"clearingAllEndsMakeSimple", "cmdMakeSimple", "chkALL", false,
+                                  simpleRecovery({"name", "Billing", "Patient_Data"})}),
+    [](const auto& test) { return std::string(test.param.name); });
+
+TEST_F(BackupAllDatabasesTest, clearingAllEndsABackupPassAfterBothBackupsOfTheCurrentDatabase) {
+    whenStatementStartsFor(QStringLiteral("Billing"), [this] { window().chkALL()->setChecked(false); });
+    run(QStringLiteral("set chkALL 1\nclick cmdBackup(0)\n"));
+    const QStringList sent = statements(0);
+    ASSERT_EQ(sent.size(), 4);
+    EXPECT_TRUE(sent.at(2).startsWith(QStringLiteral("BACKUP DATABASE Billing ")));
+    EXPECT_TRUE(sent.at(3).startsWith(QStringLiteral("BACKUP Log  Billing ")));
+}
+
+class BackupProgressTest : public DatabaseFileFixture {
+protected:
+    QByteArray extraRules() const override {
+        return R"json({"prefix": "BACKUP DATABASE ", "response": [
+            {"progress": {"every": 1, "pace": 0, "number": 3211, "text": "{percent} percent processed."}},
+            {"info": {"number": 3014, "text": "BACKUP DATABASE successfully processed 1234 pages."}}]},)json";
+    }
+};
+
+TEST_F(BackupProgressTest, longStreamOfProgressMessagesReachesTheServerMessagesAndTheBackupCompletes) {
+    window().serverAccess().serverMessages().clear();
+    run(QStringLiteral("set txtDB Billing\nclick cmdBackup(0)\n"));
+    const auto& entries = window().serverAccess().serverMessages().entries();
+    ASSERT_EQ(entries.size(), 101u);
+    EXPECT_EQ(entries.front().message.text, QStringLiteral("1 percent processed."));
+    EXPECT_EQ(entries.at(99).message.text, QStringLiteral("100 percent processed."));
+    EXPECT_EQ(entries.back().side, 0);
+    EXPECT_EQ(statements(0).size(), 2);
+    // Both backups reported success: the log backup's "Done" is the newest line.
+    const QStringList lines = logLines();
+    EXPECT_EQ(lines.first(), QStringLiteral("Done"));
+    EXPECT_EQ(lines.count(QStringLiteral("Done")), 2);
+}
+
+} // namespace
+} // namespace qormin::test

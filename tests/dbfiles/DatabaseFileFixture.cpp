@@ -1,0 +1,71 @@
+#include "DatabaseFileFixture.h"
+
+#include "app/SettingsStore.h"
+#include "controls/FlexGrid.h"
+#include "db/LogBuffer.h"
+#include "db/ServerAccess.h"
+
+#include <QLineEdit>
+
+namespace qormin::test {
+
+QByteArray DatabaseFileFixture::scenario(const QByteArray& extraRules) {
+    return QByteArray(R"json({
+  "rules": [)json") +
+           extraRules + QByteArray(R"json(
+    {"exact": "SELECT name FROM sys.databases where database_id >= 5 order by name ",
+     "response": {"result": {"columns": ["name:nvarchar(128)"],
+                             "rows": [["Billing"], ["Patient_Data"], ["Station"]]}}},
+    {"regex": "^ RESTORE FILELISTONLY  FROM DISK = '.*\\\\(\\w+)\\.bak'",
+     "response": {"result": {"columns": ["LogicalName:nvarchar(128)", "PhysicalName:nvarchar(260)"],
+                             "rows": [["{1}", "D:\\data\\{1}.mdf"], ["{1}_log", "D:\\data\\{1}_log.ldf"]]}}},
+    {"prefix": "RESTORE ", "response": [{"delay": 20}, {"done": {}}]}
+  ]
+})json");
+}
+
+void DatabaseFileFixture::SetUp() {
+    m_left = SimTestServer::fromJson(scenario(extraRules()));
+    m_right = SimTestServer::fromJson(scenario(extraRules()));
+    ASSERT_TRUE(m_left && m_left->isRunning());
+    ASSERT_TRUE(m_right && m_right->isRunning());
+    m_harness = std::make_unique<WindowHarness>();
+    for (int side = 0; side < 2; ++side) {
+        const QString index = QString::number(side);
+        m_harness->settings().saveSetting(QStringLiteral("MIR"), QStringLiteral("txtServer") + index,
+                                          server(side).address());
+        m_harness->settings().saveSetting(QStringLiteral("MIR"), QStringLiteral("DB") + index,
+                                          QStringLiteral("secret"));
+    }
+    m_harness->load();
+    ASSERT_EQ(window().GridDB(1)->Rows(), 4);
+    clearTranscripts();
+}
+
+void DatabaseFileFixture::TearDown() {
+    m_harness.reset();
+}
+
+void DatabaseFileFixture::clearTranscripts() {
+    m_left->clearTranscript();
+    m_right->clearTranscript();
+}
+
+void DatabaseFileFixture::run(const QString& script) {
+    const BatchResult result = m_harness->runBatch(script);
+    ASSERT_EQ(result.exitCode, 0) << result.errors.toStdString();
+}
+
+void DatabaseFileFixture::whenStatementStartsFor(const QString& database, std::function<void()> action) {
+    QObject::connect(&window().serverAccess(), &db::ServerAccess::statementStarted, &window(),
+                     [this, database, action](int) {
+                         if (window().txtDB()->text() == database)
+                             action();
+                     });
+}
+
+QStringList DatabaseFileFixture::logLines() {
+    return window().serverAccess().log().text().split(QStringLiteral("\r\n"));
+}
+
+} // namespace qormin::test

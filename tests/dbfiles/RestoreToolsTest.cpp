@@ -1,0 +1,227 @@
+#include "DatabaseFileFixture.h"
+#include "QStringPrinter.h"
+
+#include "controls/FileListBox.h"
+#include "db/ServerAccess.h"
+
+#include <QCheckBox>
+#include <QDir>
+#include <QFile>
+#include <QLineEdit>
+
+namespace qormin::test {
+namespace {
+
+const QString databaseList =
+    QStringLiteral("SELECT name FROM sys.databases where database_id >= 5 order by name ");
+
+QString fileListQuery(const QString& folder, const QString& database) {
+    return QStringLiteral(" RESTORE FILELISTONLY  FROM DISK = '") + folder + database +
+           QStringLiteral(".bak' WITH FILE = 1");
+}
+
+// "RESTORE DATABASE  Billing", "RESTORE LOG  Billing": what was restored, in order.
+QStringList restoreHeads(const QStringList& statements) {
+    QStringList heads;
+    for (const QString& text : statements) {
+        if (text.startsWith(QStringLiteral("RESTORE ")))
+            heads.append(text.left(text.indexOf(QStringLiteral(" FROM "))));
+    }
+    return heads;
+}
+
+void createFiles(const QString& folder, const QStringList& names) {
+    for (const QString& name : names) {
+        QFile file(QDir(folder).filePath(name));
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly)) << name.toStdString();
+    }
+}
+
+class RestoreFixture : public DatabaseFileFixture {
+protected:
+    void SetUp() override {
+        DatabaseFileFixture::SetUp();
+        window().txtRestoreTO(0)->setText(QStringLiteral("F"));
+        window().txtRestoreTO(3)->setText(QStringLiteral("E"));
+        window().txtLogDrive(0)->setText(QString());
+        window().txtLogDrive(1)->setText(QStringLiteral("L"));
+    }
+    // A native folder with these backup files, shown by the list.
+    void showFiles(controls::FileListBox* list, const QStringList& names) {
+        const QString folder = harness().folder(QStringLiteral("lists/") + list->objectName());
+        createFiles(folder, names);
+        ASSERT_TRUE(list->setPath(folder + QLatin1Char('/')));
+        ASSERT_EQ(list->ListCount(), names.size());
+    }
+};
+
+struct SideCase {
+    int side;
+    QStringList expected;
+};
+
+void PrintTo(const SideCase& value, std::ostream* out) {
+    *out << "side " << value.side;
+}
+
+class RestoreOneDatabaseTest : public RestoreFixture, public testing::WithParamInterface<SideCase> {};
+
+TEST_P(RestoreOneDatabaseTest, readsTheFileListThenRestoresDatabaseAndLogAndRefreshesTheGrid) {
+    const int side = GetParam().side;
+    run(QStringLiteral("set txtDB Billing\nclick cmdRestore(%1)\n").arg(side));
+    EXPECT_EQ(statements(side), GetParam().expected);
+    EXPECT_TRUE(statements(1 - side).isEmpty());
+    // The drive lookup upper-cases a copy: the statements and the box keep the name as typed.
+    EXPECT_EQ(window().txtDB()->text(), QStringLiteral("Billing"));
+    const QString arguments = GetParam().expected.at(1).mid(QStringLiteral("RESTORE DATABASE ").size());
+    EXPECT_TRUE(logLines().contains(arguments));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Sides, RestoreOneDatabaseTest,
+    testing::Values(
+        // The right server keeps both restores open for mirroring; log files go to the log drive.
+        SideCase{1,
+                 {fileListQuery(QStringLiteral("p:\\backup\\MIR\\"), QStringLiteral("Billing")),
+                  QStringLiteral(
+                      "RESTORE DATABASE  Billing FROM DISK = 'p:\\backup\\MIR\\Billing.bak' With    MOVE  "
+                      "'Billing' TO 'E:\\db\\Billing.mdf',  MOVE  'Billing_log' TO "
+                      "'L:\\LDF\\Billing_log.ldf',  NORECOVERY   "),
+                  QStringLiteral(
+                      "RESTORE LOG  Billing FROM DISK = 'p:\\backup\\MIR\\Billing_log.bak' With   MOVE  "
+                      "'Billing' TO 'E:\\db\\Billing.mdf',  MOVE  'Billing_log' TO "
+                      "'L:\\LDF\\Billing_log.ldf',  NORECOVERY  "),
+                  databaseList}},
+        // The left server gets the statements with the MOVE list's trailing comma; no log drive
+        // set, so the log file follows the data drive.
+        SideCase{0,
+                 {fileListQuery(QStringLiteral("p:\\backup\\MIR\\"), QStringLiteral("Billing")),
+                  QStringLiteral(
+                      "RESTORE DATABASE  Billing FROM DISK = 'p:\\backup\\MIR\\Billing.bak' With    MOVE  "
+                      "'Billing' TO 'F:\\db\\Billing.mdf',  MOVE  'Billing_log' TO "
+                      "'F:\\db\\Billing_log.ldf', "),
+                  QStringLiteral(
+                      "RESTORE LOG  Billing FROM DISK = 'p:\\backup\\MIR\\Billing_log.bak' With   MOVE  "
+                      "'Billing' TO 'F:\\db\\Billing.mdf',  MOVE  'Billing_log' TO "
+                      "'F:\\db\\Billing_log.ldf', "),
+                  databaseList}}));
+
+struct AllFilesCase {
+    const char* name;
+    bool logOnly;
+    QStringList heads;
+};
+
+void PrintTo(const AllFilesCase& value, std::ostream* out) {
+    *out << value.name;
+}
+
+class RestoreAllFilesTest : public RestoreFixture, public testing::WithParamInterface<AllFilesCase> {};
+
+TEST_P(RestoreAllFilesTest, walksFileBAndRestoresLogBackupsWithTheirDatabase) {
+    showFiles(window().FileB(), {QStringLiteral("Billing.bak"), QStringLiteral("Billing_log.bak"),
+                                 QStringLiteral("Station.bak")});
+    window().chkLogOnly()->setChecked(GetParam().logOnly);
+    run(QStringLiteral("set chkALL 1\nclick cmdRestore(1)\n"));
+    const QStringList sent = statements(1);
+    EXPECT_EQ(restoreHeads(sent), GetParam().heads);
+    const qsizetype restored = GetParam().logOnly ? GetParam().heads.size() : GetParam().heads.size() / 2;
+    EXPECT_EQ(sent.count(databaseList), restored);
+    EXPECT_TRUE(statements(0).isEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(LogOnly, RestoreAllFilesTest,
+                         testing::Values(AllFilesCase{"logBackupsSkipped",
+                                                      false,
+                                                      {QStringLiteral("RESTORE DATABASE  Billing"),
+                                                       QStringLiteral("RESTORE LOG  Billing"),
+                                                       QStringLiteral("RESTORE DATABASE  Station"),
+                                                       QStringLiteral("RESTORE LOG  Station")}},
+                                         AllFilesCase{"logOnlyRestoresEveryFilesLog",
+                                                      true,
+                                                      {QStringLiteral("RESTORE LOG  Billing"),
+                                                       QStringLiteral("RESTORE LOG  Billing_log"),
+                                                       QStringLiteral("RESTORE LOG  Station")}}),
+                         [](const auto& test) { return std::string(test.param.name); });
+
+TEST_F(RestoreFixture, scriptOnlyRestorePassSendsOnlyTheReadOnlyStatements) {
+    showFiles(window().FileB(), {QStringLiteral("Billing.bak"), QStringLiteral("Station.bak")});
+    run(QStringLiteral("set chkScriptOnly 1\nset chkALL 1\nclick cmdRestore(1)\n"));
+    const QString folder = QStringLiteral("p:\\backup\\MIR\\");
+    EXPECT_EQ(statements(1), (QStringList{fileListQuery(folder, QStringLiteral("Billing")), databaseList,
+                                          fileListQuery(folder, QStringLiteral("Station")), databaseList}));
+    const QStringList withheld = window().serverAccess().withheldStatements();
+    EXPECT_EQ(
+        restoreHeads(withheld),
+        (QStringList{QStringLiteral("RESTORE DATABASE  Billing"), QStringLiteral("RESTORE LOG  Billing"),
+                     QStringLiteral("RESTORE DATABASE  Station"), QStringLiteral("RESTORE LOG  Station")}));
+    EXPECT_EQ(withheld.size(), 4);
+}
+
+struct StopCase {
+    const char* name;
+    const char* script;
+    QString (*listName)();
+    int side;
+    bool stopStaysTicked;
+};
+
+void PrintTo(const StopCase& value, std::ostream* out) {
+    *out << value.name;
+}
+
+class RestoreStopTest : public RestoreFixture, public testing::WithParamInterface<StopCase> {};
+
+TEST_P(RestoreStopTest, stopEndsThePassAfterTheCurrentDatabase) {
+    const StopCase& param = GetParam();
+    auto* list = window().findChild<controls::FileListBox*>(param.listName());
+    ASSERT_NE(list, nullptr);
+    showFiles(list, {QStringLiteral("Billing.bak"), QStringLiteral("Patient_Data.bak"),
+                     QStringLiteral("Station.bak")});
+    whenStatementStartsFor(QStringLiteral("Patient_Data"), [this] { window().chkStop()->setChecked(true); });
+    run(QLatin1String(param.script));
+    const QStringList heads = restoreHeads(statements(param.side));
+    EXPECT_TRUE(heads.contains(QStringLiteral("RESTORE DATABASE  Patient_Data")));
+    EXPECT_FALSE(heads.join(QLatin1Char('|')).contains(QStringLiteral("Station")));
+    EXPECT_EQ(window().chkStop()->isChecked(), param.stopStaysTicked);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Buttons, RestoreStopTest,
+    testing::Values(StopCase{"restoreToSideLeavesStopTicked", "set chkALL 1\nclick cmdRestore(1)\n",
+                             [] { return QStringLiteral("FileB"); }, 1, true},
+                    StopCase{"restoreAllToMainClearsStop", "click cmdRestoreMain\n",
+                             [] { return QStringLiteral("File1"); }, 0, false},
+                    StopCase{"restoreSourceFolderToMainClearsStop", "click cmdRestoretoMain\n",
+                             [] { return QStringLiteral("File2"); }, 0, false}),
+    [](const auto& test) { return std::string(test.param.name); });
+
+TEST_F(RestoreFixture, restoreToMainReadsTheMainFolderIgnoresTheLogDriveAndSwitchesTheFolderBack) {
+    showFiles(window().File1(), {QStringLiteral("Billing.bak")});
+    window().txtLogDrive(0)->setText(QStringLiteral("L"));
+    run(QStringLiteral("set txtBackupDrive x:\\\\other\\\\\ndblclick File1 0\n"));
+    EXPECT_EQ(statements(0),
+              (QStringList{fileListQuery(QStringLiteral("p:\\backup\\"), QStringLiteral("Billing")),
+                           QStringLiteral(
+                               "RESTORE DATABASE  Billing FROM DISK = 'p:\\backup\\Billing.bak' With   MOVE  "
+                               "'Billing' TO 'F:\\db\\Billing.mdf',  MOVE  'Billing_log' TO "
+                               "'F:\\db\\Billing_log.ldf',  Replace "),
+                           databaseList}));
+    EXPECT_EQ(window().txtBackupDrive()->text(), QStringLiteral("p:\\backup\\MIR\\"));
+}
+
+TEST_F(RestoreFixture, restoreFromSourceFolderUsesTheLogDriveAndLeavesTheFolderSet) {
+    createFiles(harness().folder(QStringLiteral("drives/d/src")), {QStringLiteral("Billing_x.bak")});
+    window().txtLogDrive(0)->setText(QStringLiteral("L"));
+    run(QStringLiteral("set txtRestoreDir d:\\\\src\\\\\nclick cmdRestoretoMain\n"));
+    EXPECT_EQ(
+        statements(0),
+        (QStringList{fileListQuery(QStringLiteral("d:\\src\\"), QStringLiteral("Billing_x")),
+                     QStringLiteral("RESTORE DATABASE  Billing_x FROM DISK = 'd:\\src\\Billing_x.bak' With   "
+                                    "MOVE  'Billing_x' TO 'F:\\db\\Billing_x.mdf',  MOVE  'Billing_x_log' TO "
+                                    "'L:\\LDF\\Billing_x_log.ldf',  Replace ")}));
+    EXPECT_EQ(window().txtBackupDrive()->text(), QStringLiteral("d:\\src\\"));
+}
+
+} // namespace
+} // namespace qormin::test
