@@ -9,18 +9,6 @@ namespace {
 constexpr auto patternOptions =
     QRegularExpression::CaseInsensitiveOption | QRegularExpression::DotMatchesEverythingOption;
 
-QRegularExpressionMatch matchAt(const QRegularExpression& pattern, const QString& text, qsizetype offset) {
-    return pattern.match(text, offset, QRegularExpression::NormalMatch,
-                         QRegularExpression::AnchorAtOffsetMatchOption);
-}
-
-qsizetype skipSeparators(const QString& text, qsizetype offset) {
-    while (offset < text.size() && (text.at(offset).isSpace() || text.at(offset) == QLatin1Char(';'))) {
-        ++offset;
-    }
-    return offset;
-}
-
 QString unbracket(QString name) {
     name = name.trimmed();
     if (name.startsWith(QLatin1Char('[')) && name.endsWith(QLatin1Char(']'))) {
@@ -29,40 +17,12 @@ QString unbracket(QString name) {
     return name;
 }
 
-// DECLARE name CURSOR options FOR select, where the select runs to the OPEN of the same cursor
-// on a later line, or to the end of the batch.
-std::optional<qsizetype> parseDeclare(const QString& text, qsizetype offset,
-                                      std::vector<CursorStatement>& out) {
-    static const QRegularExpression head(QStringLiteral(R"(DECLARE\s+(\w+)\s+CURSOR((?:\s+\w+)*?)\s+FOR\s+)"),
-                                         patternOptions);
-    const auto match = matchAt(head, text, offset);
-    if (!match.hasMatch()) {
-        return std::nullopt;
-    }
-    CursorStatement statement;
-    statement.kind = CursorStatement::Kind::Declare;
-    statement.cursor = match.captured(1);
-    statement.options = match.captured(2).simplified();
-    const QRegularExpression open(QStringLiteral(R"(\r?\n\s*OPEN\s+(?:GLOBAL\s+)?%1\s*;?\s*(?:\r?\n|$))")
-                                      .arg(QRegularExpression::escape(statement.cursor)),
-                                  patternOptions);
-    const auto openMatch = open.match(text, match.capturedEnd());
-    const qsizetype selectEnd = openMatch.hasMatch() ? openMatch.capturedStart() : text.size();
-    statement.select = text.mid(match.capturedEnd(), selectEnd - match.capturedEnd()).trimmed();
-    while (statement.select.endsWith(QLatin1Char(';'))) {
-        statement.select.chop(1);
-    }
-    out.push_back(statement);
-    return selectEnd;
-}
-
-std::optional<qsizetype> parseSimple(const QString& text, qsizetype offset,
-                                     std::vector<CursorStatement>& out) {
+// One simple statement: OPEN, CLOSE, DEALLOCATE or FETCH [NEXT] FROM, with its cursor's name.
+std::optional<CursorStatement> parseSimple(const QString& text) {
     static const QRegularExpression simple(
-        QStringLiteral(
-            R"((OPEN|CLOSE|DEALLOCATE|FETCH\s+(?:NEXT\s+)?FROM)\s+(?:GLOBAL\s+)?(\w+)\s*(?=;|\s|$))"),
+        QStringLiteral(R"(^\s*(OPEN|CLOSE|DEALLOCATE|FETCH\s+(?:NEXT\s+)?FROM)\s+(?:GLOBAL\s+)?(\w+)\s*$)"),
         patternOptions);
-    const auto match = matchAt(simple, text, offset);
+    const auto match = simple.match(text);
     if (!match.hasMatch()) {
         return std::nullopt;
     }
@@ -73,8 +33,42 @@ std::optional<qsizetype> parseSimple(const QString& text, qsizetype offset,
                      : verb == QLatin1String("CLOS") ? CursorStatement::Kind::Close
                      : verb == QLatin1String("DEAL") ? CursorStatement::Kind::Deallocate
                                                      : CursorStatement::Kind::Fetch;
+    return statement;
+}
+
+bool isOpenOf(const QString& line, const QString& cursor) {
+    const auto statement = parseSimple(QString(line).remove(QLatin1Char(';')));
+    return statement && statement->kind == CursorStatement::Kind::Open &&
+           statement->cursor.compare(cursor, Qt::CaseInsensitive) == 0;
+}
+
+// DECLARE name CURSOR options FOR select: the select runs over the following lines up to the
+// OPEN of the same cursor, or to the end of the batch. Returns the index of the next line.
+std::optional<qsizetype> parseDeclare(const QStringList& lines, qsizetype index,
+                                      std::vector<CursorStatement>& out) {
+    static const QRegularExpression head(
+        QStringLiteral(R"(^\s*DECLARE\s+(\w+)\s+CURSOR((?:\s+\w+)*?)\s+FOR(?:\s|$))"), patternOptions);
+    const auto match = head.match(lines[index]);
+    if (!match.hasMatch()) {
+        return std::nullopt;
+    }
+    CursorStatement statement;
+    statement.kind = CursorStatement::Kind::Declare;
+    statement.cursor = match.captured(1);
+    statement.options = match.captured(2).simplified();
+    QStringList select{lines[index].mid(match.capturedEnd())};
+    qsizetype next = index + 1;
+    while (next < lines.size() && !isOpenOf(lines[next], statement.cursor)) {
+        select.append(lines[next++]);
+    }
+    // Rejoined with the line feeds the split took out, so the select keeps its exact text.
+    statement.select = select.join(QLatin1Char('\n')).trimmed();
+    while (statement.select.endsWith(QLatin1Char(';'))) {
+        statement.select.chop(1);
+        statement.select = statement.select.trimmed();
+    }
     out.push_back(statement);
-    return match.capturedEnd();
+    return next;
 }
 
 } // namespace
@@ -86,17 +80,26 @@ bool CursorStatement::isUpdatableDeclaration() const {
 }
 
 std::optional<std::vector<CursorStatement>> CursorStatement::parseBatch(const QString& text) {
+    // Line by line: a chunk of a thousand FETCH statements must not be rescanned per statement.
+    const QStringList lines = text.split(QLatin1Char('\n'));
     std::vector<CursorStatement> statements;
-    qsizetype offset = skipSeparators(text, 0);
-    while (offset < text.size()) {
-        auto next = parseDeclare(text, offset, statements);
-        if (!next) {
-            next = parseSimple(text, offset, statements);
+    qsizetype index = 0;
+    while (index < lines.size()) {
+        if (const auto next = parseDeclare(lines, index, statements)) {
+            index = *next;
+            continue;
         }
-        if (!next) {
-            return std::nullopt;
+        for (const auto& part : lines[index].split(QLatin1Char(';'), Qt::SkipEmptyParts)) {
+            if (part.trimmed().isEmpty()) {
+                continue;
+            }
+            auto statement = parseSimple(part);
+            if (!statement) {
+                return std::nullopt;
+            }
+            statements.push_back(std::move(*statement));
         }
-        offset = skipSeparators(text, *next);
+        ++index;
     }
     if (statements.empty()) {
         return std::nullopt;

@@ -1,6 +1,5 @@
 #include "sim/DecimalText.h"
 
-#include <QRegularExpression>
 #include <algorithm>
 #include <vector>
 
@@ -31,13 +30,31 @@ QByteArray increment(QByteArray digits) {
 } // namespace
 
 std::optional<Scaled> scale(const QString& text, int scale) {
-    static const QRegularExpression pattern(QStringLiteral(R"(^\s*([+-]?)(\d*)(?:\.(\d*))?\s*$)"));
-    const auto match = pattern.match(text);
-    if (!match.hasMatch() || (match.captured(2).isEmpty() && match.captured(3).isEmpty())) {
+    // Scanned by hand: this runs for every decimal cell of large results.
+    const QString trimmed = text.trimmed();
+    qsizetype position = 0;
+    bool negative = false;
+    if (position < trimmed.size() &&
+        (trimmed[position] == QLatin1Char('+') || trimmed[position] == QLatin1Char('-'))) {
+        negative = trimmed[position] == QLatin1Char('-');
+        ++position;
+    }
+    QByteArray whole;
+    QByteArray fraction;
+    bool inFraction = false;
+    for (; position < trimmed.size(); ++position) {
+        const QChar character = trimmed[position];
+        if (character == QLatin1Char('.') && !inFraction) {
+            inFraction = true;
+        } else if (character >= QLatin1Char('0') && character <= QLatin1Char('9')) {
+            (inFraction ? fraction : whole).append(static_cast<char>(character.unicode()));
+        } else {
+            return std::nullopt;
+        }
+    }
+    if (whole.isEmpty() && fraction.isEmpty()) {
         return std::nullopt;
     }
-    QByteArray whole = match.captured(2).toLatin1();
-    QByteArray fraction = match.captured(3).toLatin1();
     const bool roundUp = fraction.size() > scale && fraction.at(scale) >= '5';
     fraction = fraction.left(scale).leftJustified(scale, '0');
     QByteArray digits = stripLeadingZeros(whole + fraction);
@@ -49,7 +66,7 @@ std::optional<Scaled> scale(const QString& text, int scale) {
     }
     Scaled result;
     result.digits = digits;
-    result.negative = match.captured(1) == QLatin1String("-") && digits != "0";
+    result.negative = negative && digits != "0";
     return result;
 }
 

@@ -138,37 +138,109 @@ std::optional<QVariant> guidFromJson(const QJsonValue& value, QString* error) {
     return QVariant(uuid.toString(QUuid::WithoutBraces).toUpper());
 }
 
+// Reads fixed-width numbers and separators from the front of a text.
+class DigitScanner {
+public:
+    explicit DigitScanner(const QString& text) : m_text(text) {}
+
+    qsizetype position() const { return m_position; }
+    bool atEnd() const { return m_position >= m_text.size(); }
+    bool peekDigit() const { return !atEnd() && m_text[m_position].isDigit(); }
+    // A date starts with four digits and a dash; a time with one or two digits and a colon.
+    bool peekDate() const {
+        return m_position + 4 < m_text.size() && m_text[m_position + 4] == QLatin1Char('-');
+    }
+
+    bool literal(char expected) {
+        if (atEnd() || m_text[m_position] != QLatin1Char(expected)) {
+            return false;
+        }
+        ++m_position;
+        return true;
+    }
+    void skipBlanks() {
+        while (!atEnd() && m_text[m_position] == QLatin1Char(' ')) {
+            ++m_position;
+        }
+    }
+    bool digitsText(int minimum, int maximum, QString& digits) {
+        const qsizetype start = m_position;
+        while (peekDigit() && m_position - start < maximum) {
+            ++m_position;
+        }
+        digits = m_text.mid(start, m_position - start);
+        return digits.size() >= minimum && !peekDigit();
+    }
+    bool number(int minimum, int maximum, int& value) {
+        QString digits;
+        if (!digitsText(minimum, maximum, digits)) {
+            return false;
+        }
+        value = digits.toInt();
+        return true;
+    }
+
+private:
+    const QString& m_text;
+    qsizetype m_position = 0;
+};
+
 } // namespace
 
 std::optional<DateTimeParts> parseDateTime(const QString& text) {
-    static const QRegularExpression pattern(QStringLiteral(
-        R"(^\s*(?:(\d{4})-(\d{1,2})-(\d{1,2}))?[T ]?(?:(\d{1,2}):(\d{2})(?::(\d{2})(?:\.(\d{1,7}))?)?)?\s*(Z|[+-]\d{2}:\d{2})?\s*$)"));
-    const auto match = pattern.match(text);
-    if (!match.hasMatch() || (match.captured(1).isEmpty() && match.captured(4).isEmpty())) {
-        return std::nullopt;
-    }
+    // Scanned by hand: this runs for every date cell of large results, and QDateTime stops at
+    // milliseconds where datetime2 keeps 100 ns.
+    const QString trimmed = text.trimmed();
+    DigitScanner scanner(trimmed);
     DateTimeParts parts;
-    if (!match.captured(1).isEmpty()) {
-        parts.year = match.captured(1).toInt();
-        parts.month = match.captured(2).toInt();
-        parts.day = match.captured(3).toInt();
+    int year = 0;
+    const bool hasDate = scanner.peekDate() && scanner.number(4, 4, year) && scanner.literal('-') &&
+                         scanner.number(1, 2, parts.month) && scanner.literal('-') &&
+                         scanner.number(1, 2, parts.day);
+    if (hasDate) {
+        parts.year = year;
         if (!QDate(parts.year, parts.month, parts.day).isValid()) {
             return std::nullopt;
         }
+        if (!scanner.atEnd() && !scanner.literal('T') && !scanner.literal(' ')) {
+            return std::nullopt;
+        }
+    } else if (scanner.position() != 0) {
+        return std::nullopt;
     }
-    const int hours = match.captured(4).toInt();
-    const int minutes = match.captured(5).toInt();
-    const int seconds = match.captured(6).toInt();
+    int hours = 0;
+    int minutes = 0;
+    int seconds = 0;
+    QString fraction;
+    if (!scanner.atEnd() && scanner.peekDigit()) {
+        if (!scanner.number(1, 2, hours) || !scanner.literal(':') || !scanner.number(2, 2, minutes)) {
+            return std::nullopt;
+        }
+        if (scanner.literal(':') && !scanner.number(2, 2, seconds)) {
+            return std::nullopt;
+        }
+        if (scanner.literal('.') && !scanner.digitsText(1, 7, fraction)) {
+            return std::nullopt;
+        }
+    } else if (!hasDate) {
+        return std::nullopt;
+    }
     if (hours > 23 || minutes > 59 || seconds > 59) {
         return std::nullopt;
     }
-    parts.ticks =
-        (hours * 3600LL + minutes * 60LL + seconds) * ticksPerSecond + fractionTicks(match.captured(7));
-    const QString offset = match.captured(8);
-    if (!offset.isEmpty() && offset != QLatin1String("Z")) {
-        const int magnitude = offset.mid(1, 2).toInt() * 60 + offset.mid(4, 2).toInt();
-        parts.offsetMinutes = offset.startsWith(QLatin1Char('-')) ? -magnitude : magnitude;
+    parts.ticks = (hours * 3600LL + minutes * 60LL + seconds) * ticksPerSecond + fractionTicks(fraction);
+    scanner.skipBlanks();
+    if (scanner.literal('Z') || scanner.atEnd()) {
+        return scanner.atEnd() ? std::optional(parts) : std::nullopt;
     }
+    const bool negative = scanner.literal('-');
+    int offsetHours = 0;
+    int offsetMinutes = 0;
+    if ((!negative && !scanner.literal('+')) || !scanner.number(2, 2, offsetHours) || !scanner.literal(':') ||
+        !scanner.number(2, 2, offsetMinutes) || !scanner.atEnd()) {
+        return std::nullopt;
+    }
+    parts.offsetMinutes = (negative ? -1 : 1) * (offsetHours * 60 + offsetMinutes);
     return parts;
 }
 

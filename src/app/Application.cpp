@@ -106,7 +106,7 @@ std::unique_ptr<SettingsStore> openSettings(const Options& options, QTemporaryDi
 
 #ifdef QORMIN_HAS_DEMO
 void storeDemoLogins(SettingsStore& settings, const QString& address) {
-    for (const QString side : {QStringLiteral("0"), QStringLiteral("1")}) {
+    for (const QString& side : {QStringLiteral("0"), QStringLiteral("1")}) {
         settings.saveSetting(QStringLiteral("MIR"), QStringLiteral("txtServer") + side, address);
         settings.saveSetting(QStringLiteral("MIR"), QStringLiteral("DB") + side,
                              QString::fromLatin1(DemoServer::password));

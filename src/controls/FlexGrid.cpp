@@ -20,7 +20,6 @@ FlexGrid::FlexGrid(QWidget* parent) : QTableView(parent), m_model(new FlexGridMo
     setWordWrap(false);
     verticalHeader()->setDefaultSectionSize(fontMetrics().height() + 6);
     verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
-    horizontalHeader()->setStretchLastSection(true);
     horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     connect(this, &QAbstractItemView::clicked, this, [this](const QModelIndex& index) {
         m_row = index.row() + 1;
@@ -38,6 +37,7 @@ bool FlexGrid::bind(std::shared_ptr<const db::ResultTable> table) {
     if (!table)
         return false;
     m_model->setTable(std::move(table));
+    m_twips.clear();
     m_row = Rows() > 1 ? 1 : 0;
     m_column = 0;
     fitColumns();
@@ -47,6 +47,7 @@ bool FlexGrid::bind(std::shared_ptr<const db::ResultTable> table) {
 
 void FlexGrid::clear() {
     m_model->setTable(nullptr);
+    m_twips.clear();
     m_row = 0;
     m_column = 0;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QTableView>
+#include <map>
 #include <memory>
 
 namespace qormin::db {
@@ -57,6 +58,7 @@ private:
     void showCurrentRow();
 
     FlexGridModel* m_model;
+    std::map<int, int> m_twips; // widths as set, while the column still has that width
     int m_row = 0;
     int m_column = 0;
 };

@@ -114,6 +114,10 @@ OdbcStatement::~OdbcStatement() {
 }
 
 void OdbcStatement::setQueryTimeout(int seconds) {
+    if (seconds == m_queryTimeout) {
+        return;
+    }
+    m_queryTimeout = seconds;
     SQLSetStmtAttrW(m_handle, SQL_ATTR_QUERY_TIMEOUT,
                     reinterpret_cast<SQLPOINTER>(static_cast<SQLULEN>(seconds)), 0);
 }
@@ -157,6 +161,11 @@ ColumnInfo OdbcStatement::describeColumn(int index) {
     column.size = static_cast<qint64>(size);
     column.decimalDigits = digits;
     column.nullable = nullable != SQL_NO_NULLS;
+    SQLLEN autoUnique = SQL_FALSE;
+    if (SQL_SUCCEEDED(SQLColAttributeW(m_handle, static_cast<SQLUSMALLINT>(index + 1),
+                                       SQL_DESC_AUTO_UNIQUE_VALUE, nullptr, 0, nullptr, &autoUnique))) {
+        column.autoIncrement = autoUnique == SQL_TRUE;
+    }
     return column;
 }
 
@@ -320,6 +329,9 @@ std::vector<OdbcDiagnostic> OdbcStatement::diagnostics() const {
 }
 
 void OdbcStatement::resetParameters() {
+    if (m_parameters.empty()) {
+        return;
+    }
     SQLFreeStmt(m_handle, SQL_RESET_PARAMS);
     m_parameters.clear();
 }

@@ -49,6 +49,7 @@ private:
     QVariant readTime(int column);
 
     void* m_handle = nullptr;
+    int m_queryTimeout = -1;
     std::vector<char> m_scratch;
     std::vector<std::unique_ptr<BoundParameter>> m_parameters;
 };

@@ -13,6 +13,7 @@ struct ColumnInfo {
     qint64 size = 0;
     int decimalDigits = 0;
     bool nullable = true;
+    bool autoIncrement = false; // an identity column: the server fills it in
 };
 
 // A fully read result set. Values are typed QVariants: int, qlonglong, double, bool,

@@ -14,7 +14,7 @@ namespace {
 
 using qormin::test::WindowHarness;
 
-const char* const hospitalScenario = R"({
+const char* const hospitalScenario = R"json({
   "login": {"user": "sa", "password": "secret"},
   "databases": ["Billing", "Patient_Data", "Station"],
   "rules": [
@@ -32,7 +32,7 @@ const char* const hospitalScenario = R"({
     {"exact": "SELECT CONVERT(bigint, rows) as RCNT from sysindexes WHERE id = OBJECT_ID('tbCashAssessment') AND indid < 2",
      "response": {"result": {"columns": ["RCNT:bigint"], "rows": [[500]]}}}
   ]
-})";
+})json";
 
 class SimulatedServer {
 public:

@@ -8,7 +8,7 @@
 
 namespace {
 
-const char* const scenario = R"({
+const char* const scenario = R"json({
   "login": {"user": "sa", "password": "secret"},
   "rules": [
     {"exact": "SELECT name FROM sys.databases where database_id >= 5 order by name ",
@@ -17,7 +17,7 @@ const char* const scenario = R"({
 }
 }
   ]
-  })";
+  })json";
 
 struct Finished {
       int exitCode = -1;

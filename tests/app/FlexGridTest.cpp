@@ -104,6 +104,11 @@ TEST(FlexGridTest, columnWidthIsInTwips) {
     grid.setColWidth(0, 3000);
     EXPECT_EQ(grid.columnWidth(0), 200);
     EXPECT_EQ(grid.ColWidth(0), 3000);
+    grid.setColWidth(1, 2300); // not a whole number of pixels: reads back as set
+    EXPECT_EQ(grid.columnWidth(1), 153);
+    EXPECT_EQ(grid.ColWidth(1), 2300);
+    grid.setColumnWidth(1, 100); // resized by the user
+    EXPECT_EQ(grid.ColWidth(1), 1500);
 }
 
 TEST(FlexGridTest, rowOutsideTheGridIsIgnored) {

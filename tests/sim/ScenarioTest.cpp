@@ -47,6 +47,18 @@ INSTANTIATE_TEST_SUITE_P(
         BadScenario{
             R"j({"rules": [{"exact": "a", "response": {"result": {"columns": ["a:datetime"], "rows": [["2024-02-30"]]}}}]})j",
             "not an ISO date"},
+        BadScenario{
+            R"j({"rules": [{"exact": "a", "response": {"result": {"columns": ["a:datetime"], "rows": [["2024-01-31 24:00"]]}}}]})j",
+            "not an ISO date"},
+        BadScenario{
+            R"j({"rules": [{"exact": "a", "response": {"result": {"columns": ["a:datetime"], "rows": [["2024-01-31x"]]}}}]})j",
+            "not an ISO date"},
+        BadScenario{
+            R"j({"rules": [{"exact": "a", "response": {"result": {"columns": ["a:time"], "rows": [["10:2"]]}}}]})j",
+            "not an ISO date"},
+        BadScenario{
+            R"j({"rules": [{"exact": "a", "response": {"result": {"columns": ["a:decimal(5,2)"], "rows": [["1.2.3"]]}}}]})j",
+            "not a decimal number"},
         BadScenario{R"j({"rules": [{"exact": "a", "response": {"error": {"number": 1}}}]})j",
                     "needs a \"text\""},
         BadScenario{R"j({"login": {"password": "x"}})j", "login: \"user\" is required"},
@@ -85,6 +97,11 @@ INSTANTIATE_TEST_SUITE_P(
                       ValueCase{"datetime2(3)", "\"2024-01-31\"",
                                 QVariant(QStringLiteral("2024-01-31T00:00:00.000"))},
                       ValueCase{"time(2)", "\"10:20:30.129\"", QVariant(QStringLiteral("10:20:30.12"))},
+                      ValueCase{"datetimeoffset(0)", "\"2024-01-31T10:20:30-05:30\"",
+                                QVariant(QStringLiteral("2024-01-31T10:20:30-05:30"))},
+                      ValueCase{"time(0)", "\"7:05\"", QVariant(QStringLiteral("07:05:00"))},
+                      ValueCase{"datetime", "\"2024-01-31T10:20:30Z\"",
+                                QVariant(QStringLiteral("2024-01-31T10:20:30.000"))},
                       ValueCase{"varbinary(4)", "\"0x01aB\"", QVariant(QByteArray::fromHex("01AB"))},
                       ValueCase{"nvarchar(10)", "7", QVariant(QStringLiteral("7"))},
                       ValueCase{"int", "null", QVariant()}));

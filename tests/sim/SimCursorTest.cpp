@@ -13,6 +13,7 @@ const QByteArray scenario = R"json({
     {"exact": "SELECT * FROM Patients", "database": "Patient_Data", "response": {"result": {
         "columns": ["id:int", "name:nvarchar(50)", "born:datetime"],
         "rows": [[1, "Ärzte Anna", "1970-05-01"], [2, "Björn", null], [3, "Chen 陳", "1990-12-31 08:00"]]}}},
+    {"exact": "SELECT id\r\nFROM Visits\nWHERE id < 3", "response": {"result": {"columns": ["id:int"], "rows": [[1], [2]]}}},
     {"exact": "SELECT * FROM Visits", "response": {"result": {"generate": 2500, "columns": ["id:int"]}}},
     {"exact": "SELECT * FROM Locked", "response": {"error": {"number": 229, "severity": 14,
         "text": "The SELECT permission was denied on the object 'Locked'."}}}
@@ -72,6 +73,17 @@ TEST_F(SimCursorTest, openAnswersWithoutRowsAndFetchGivesOneRowPerStatement) {
     EXPECT_EQ(rest.tables[1].columns.size(), 3);
     EXPECT_TRUE(rest.tables[2].rows.empty());
     EXPECT_TRUE(client.execute(close(1)).succeeded);
+}
+
+TEST_F(SimCursorTest, selectSpanningLinesKeepsItsExactText) {
+    ASSERT_TRUE(client.execute(declare(9, readOnly, QStringLiteral("SELECT id\r\nFROM Visits\nWHERE id < 3")))
+                    .succeeded);
+    const auto chunk =
+        client.execute(QStringLiteral("FETCH NEXT FROM qormin_cursor_9\nfetch next from QORMIN_CURSOR_9;\r\n"
+                                      "FETCH NEXT FROM qormin_cursor_9"));
+    ASSERT_EQ(chunk.tables.size(), 3u);
+    EXPECT_EQ(chunk.tables[1].rows.at(0).at(0), QStringLiteral("2"));
+    EXPECT_TRUE(chunk.tables[2].rows.empty());
 }
 
 TEST_F(SimCursorTest, largeCursorIsWalkedInChunks) {

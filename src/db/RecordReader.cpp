@@ -1,0 +1,208 @@
+#include "db/RecordReader.h"
+
+#include "db/SideConnection.h"
+#include "db/SqlLiteral.h"
+
+namespace qormin::db {
+
+namespace {
+
+const QString lineBreak = QStringLiteral("\r\n");
+const std::vector<QVariant> noRow;
+
+bool isQuery(const QString& source) {
+    const QString text = source.trimmed();
+    return text.startsWith(QLatin1String("select"), Qt::CaseInsensitive) ||
+           text.startsWith(QLatin1String("with"), Qt::CaseInsensitive) || text.contains(QLatin1Char(' '));
+}
+
+} // namespace
+
+RecordReader::RecordReader(SideConnection& side, const QString& source, Mode mode, int chunkSize,
+                           const QString& updateTable)
+    : m_side(side), m_source(source), m_mode(mode),
+      m_chunkSize(mode == Mode::Updatable ? 1 : std::max(chunkSize, 1)),
+      m_updateTable(updateTable.isEmpty() && !isQuery(source) ? source.trimmed() : updateTable) {}
+
+RecordReader::~RecordReader() {
+    close();
+}
+
+QString RecordReader::selectText(const QString& source) {
+    return isQuery(source) ? source : QStringLiteral("SELECT * FROM ") + source.trimmed();
+}
+
+QString RecordReader::openText(const QString& cursor, const QString& select, Mode mode) {
+    const QString options = mode == Mode::Updatable
+                                ? QStringLiteral(" CURSOR GLOBAL DYNAMIC OPTIMISTIC FOR ")
+                                : QStringLiteral(" CURSOR GLOBAL FORWARD_ONLY STATIC READ_ONLY FOR ");
+    return QStringLiteral("DECLARE ") + cursor + options + select + lineBreak + QStringLiteral("OPEN ") +
+           cursor;
+}
+
+QString RecordReader::fetchText(const QString& cursor, int count) {
+    QStringList fetches;
+    for (int index = 0; index < count; ++index) {
+        fetches.append(QStringLiteral("FETCH NEXT FROM ") + cursor);
+    }
+    return fetches.join(lineBreak);
+}
+
+QString RecordReader::closeText(const QString& cursor) {
+    return QStringLiteral("CLOSE ") + cursor + lineBreak + QStringLiteral("DEALLOCATE ") + cursor;
+}
+
+bool RecordReader::open() {
+    close();
+    m_error.clear();
+    m_cursor = QStringLiteral("qormin_cursor_%1").arg(m_side.nextCursorNumber());
+    const QString text = openText(m_cursor, selectText(m_source), m_mode);
+    if (m_side.withholds(text)) {
+        m_error = QStringLiteral("Not run (script only)");
+        return false;
+    }
+    const StatementOutcome outcome = m_side.execute(text, ResultRetention::Nothing);
+    if (!outcome.succeeded) {
+        // A cursor whose OPEN failed stays declared under a name never used again on this
+        // connection; it goes with the connection.
+        m_error = outcome.errorDescription;
+        return false;
+    }
+    m_open = true;
+    m_atEnd = false;
+    m_rowsRead = 0;
+    return fetchChunk();
+}
+
+bool RecordReader::fetchChunk() {
+    m_chunk.clear();
+    m_position = 0;
+    m_onRow = false;
+    if (m_atEnd) {
+        return true;
+    }
+    StatementOutcome outcome =
+        m_side.execute(fetchText(m_cursor, m_chunkSize), ResultRetention::AllResultSets);
+    if (!outcome.succeeded) {
+        m_error = outcome.errorDescription;
+        m_atEnd = true;
+        return false;
+    }
+    for (auto& table : outcome.resultSets) {
+        if (m_columns.empty()) {
+            m_columns = table.columns;
+        }
+        if (table.rows.empty()) {
+            m_atEnd = true;
+            break;
+        }
+        for (auto& row : table.rows) {
+            m_chunk.push_back(std::move(row));
+        }
+    }
+    if (outcome.resultSets.empty()) {
+        m_atEnd = true;
+    }
+    return true;
+}
+
+bool RecordReader::next() {
+    if (!m_open) {
+        return false;
+    }
+    if (m_onRow) {
+        ++m_position;
+    }
+    if (m_position >= m_chunk.size()) {
+        if (m_atEnd || !fetchChunk() || m_chunk.empty()) {
+            m_onRow = false;
+            return false;
+        }
+    }
+    m_onRow = true;
+    ++m_rowsRead;
+    return true;
+}
+
+int RecordReader::columnIndex(const QString& name) const {
+    for (size_t index = 0; index < m_columns.size(); ++index) {
+        if (m_columns[index].name.compare(name, Qt::CaseInsensitive) == 0) {
+            return static_cast<int>(index);
+        }
+    }
+    return -1;
+}
+
+const std::vector<QVariant>& RecordReader::row() const {
+    return m_onRow ? m_chunk[m_position] : noRow;
+}
+
+QVariant RecordReader::value(int index) const {
+    const auto& current = row();
+    if (index < 0 || static_cast<size_t>(index) >= current.size()) {
+        return {};
+    }
+    return current[static_cast<size_t>(index)];
+}
+
+QVariant RecordReader::value(const QString& name) const {
+    return value(columnIndex(name));
+}
+
+bool RecordReader::updateCurrentRow(const QStringList& columnNames, const std::vector<QVariant>& values,
+                                    QString* error) {
+    auto fail = [error](const QString& reason) {
+        if (error != nullptr) {
+            *error = reason;
+        }
+        return false;
+    };
+    if (m_mode != Mode::Updatable || !m_onRow || m_updateTable.isEmpty()) {
+        return fail(QStringLiteral("The record set cannot be updated here."));
+    }
+    if (columnNames.size() != static_cast<qsizetype>(values.size())) {
+        return fail(QStringLiteral("Each column needs exactly one value."));
+    }
+    QStringList assignments;
+    QStringList literals;
+    std::vector<ColumnInfo> targets;
+    for (qsizetype index = 0; index < columnNames.size(); ++index) {
+        const int column = columnIndex(columnNames[index]);
+        if (column < 0) {
+            return fail(QStringLiteral(
+                "Item cannot be found in the collection corresponding to the requested name or "
+                "ordinal."));
+        }
+        targets.push_back(m_columns[static_cast<size_t>(column)]);
+        assignments.append(quotedName(columnNames[index]) + QStringLiteral(" = ?"));
+        literals.append(quotedName(columnNames[index]) + QStringLiteral(" = ") +
+                        sqlLiteral(values[static_cast<size_t>(index)], targets.back()));
+    }
+    const QString where = QStringLiteral(" WHERE CURRENT OF ") + m_cursor;
+    const QString head = QStringLiteral("UPDATE ") + m_updateTable + QStringLiteral(" SET ");
+    if (m_side.withholds(head + literals.join(QStringLiteral(", ")) + where)) {
+        return true;
+    }
+    const StatementOutcome outcome =
+        m_side.executeWithParameters(head + assignments.join(QStringLiteral(", ")) + where, targets, values);
+    if (!outcome.succeeded) {
+        return fail(outcome.errorDescription);
+    }
+    for (qsizetype index = 0; index < columnNames.size(); ++index) {
+        m_chunk[m_position][static_cast<size_t>(columnIndex(columnNames[index]))] =
+            values[static_cast<size_t>(index)];
+    }
+    return true;
+}
+
+void RecordReader::close() {
+    if (!m_open) {
+        return;
+    }
+    m_open = false;
+    m_onRow = false;
+    m_chunk.clear();
+    m_side.execute(closeText(m_cursor), ResultRetention::Nothing);
+}
+
+} // namespace qormin::db

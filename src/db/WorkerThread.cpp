@@ -1,0 +1,47 @@
+#include "db/WorkerThread.h"
+
+namespace qormin::db {
+
+WorkerThread::~WorkerThread() {
+    {
+        std::lock_guard lock(m_mutex);
+        m_stopping = true;
+    }
+    m_wake.notify_one();
+    if (m_thread.joinable()) {
+        m_thread.join();
+    }
+}
+
+void WorkerThread::post(std::function<void()> job) {
+    {
+        std::lock_guard lock(m_mutex);
+        m_jobs.push_back(std::move(job));
+        if (!m_thread.joinable()) {
+            m_thread = std::thread([this] { run(); });
+        }
+    }
+    m_wake.notify_one();
+}
+
+bool WorkerThread::isCurrent() const {
+    return std::this_thread::get_id() == m_thread.get_id();
+}
+
+void WorkerThread::run() {
+    for (;;) {
+        std::function<void()> job;
+        {
+            std::unique_lock lock(m_mutex);
+            m_wake.wait(lock, [this] { return m_stopping || !m_jobs.empty(); });
+            if (m_jobs.empty()) {
+                return;
+            }
+            job = std::move(m_jobs.front());
+            m_jobs.pop_front();
+        }
+        job();
+    }
+}
+
+} // namespace qormin::db

@@ -1,0 +1,251 @@
+#include "FakeServerAccessHost.h"
+#include "QStringPrinter.h"
+#include "SimTestServer.h"
+
+#include "db/LogBuffer.h"
+#include "db/RecordReader.h"
+#include "db/RecordWriter.h"
+#include "db/SideConnection.h"
+
+#include <QDateTime>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <gtest/gtest.h>
+
+namespace {
+
+using qormin::db::RecordReader;
+using qormin::db::RecordWriter;
+using qormin::test::FakeServerAccessHost;
+using qormin::test::SimTestServer;
+
+const QByteArray scenario = R"json({
+  "rules": [
+    {"exact": "SELECT * FROM big", "response": {"result": {
+      "columns": [{"name": "id", "type": "int"},
+                  {"name": "name", "type": "nvarchar(50)", "generate": {"template": "Name {n}"}}],
+      "generate": 100000}}},
+    {"exact": "SELECT * FROM Patients", "response": {"result": {
+      "columns": ["IDNum:int", "LastName:nvarchar(50)", "FirstName:nvarchar(50)"],
+      "rows": [[1, "Smith", "John"], [2, "Müller", "Jörg"], [3, "Brown", null]]}}},
+    {"exact": "SELECT TOP 1 * FROM Target", "response": {"result": {
+      "columns": ["i:int", "b:bigint", "d:decimal(18,4)", "f:float", "t:bit", "w:datetime", "n:nvarchar(50)",
+                  "v:varbinary(max)", "x:text", "z:int"],
+      "rows": []}}},
+    {"exact": "SELECT TOP 1 * FROM Named", "response": {"result": {
+      "columns": ["IDNum:int", "LastName:nvarchar(50)", "Extra:int"], "rows": []}}},
+    {"prefix": "INSERT INTO Broken", "response": {"error": {"number": 2627, "severity": 14,
+      "text": "Violation of PRIMARY KEY constraint 'PK_Broken'. Cannot insert duplicate key in object 'dbo.Broken'."}}},
+    {"exact": "SELECT TOP 1 * FROM Broken", "response": {"result": {"columns": ["i:int"], "rows": []}}}
+  ]
+})json";
+
+class RecordLoopTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        m_server = SimTestServer::fromJson(scenario);
+        ASSERT_TRUE(m_server && m_server->isRunning());
+        m_host.server[0] = m_server->address();
+        m_access = std::make_unique<qormin::db::ServerAccess>(m_host);
+        m_access->ConnectServer(0);
+        ASSERT_TRUE(m_access->IsConnected(0));
+    }
+
+    qormin::db::SideConnection& side() { return m_access->side(0); }
+
+    std::vector<qormin::sim::TranscriptEntry> requestsStartingWith(const QString& prefix) const {
+        std::vector<qormin::sim::TranscriptEntry> found;
+        for (auto& entry : m_server->requests()) {
+            if (entry.text.startsWith(prefix)) {
+                found.push_back(entry);
+            }
+        }
+        return found;
+    }
+
+    std::unique_ptr<SimTestServer> m_server;
+    FakeServerAccessHost m_host;
+    std::unique_ptr<qormin::db::ServerAccess> m_access;
+};
+
+TEST_F(RecordLoopTest, readerWalksALargeTableInChunksWhileOtherStatementsRunBetween) {
+    RecordReader reader(side(), QStringLiteral("big"), RecordReader::Mode::ReadOnly, 1000);
+    ASSERT_TRUE(reader.open()) << reader.error().toStdString();
+    qint64 count = 0;
+    qint64 idSum = 0;
+    size_t mostBuffered = 0;
+    while (reader.next()) {
+        ++count;
+        idSum += reader.value(0).toInt();
+        mostBuffered = std::max(mostBuffered, reader.bufferedRows());
+        if (count == 1500) {
+            side().execute(QStringLiteral("SET IDENTITY_INSERT t ON"));
+        }
+    }
+    EXPECT_EQ(reader.error(), QString());
+    EXPECT_EQ(count, 100000);
+    EXPECT_EQ(idSum, qint64(100000) * 100001 / 2);
+    EXPECT_LE(mostBuffered, 1000U);
+    EXPECT_EQ(reader.value(QStringLiteral("name")), QVariant());
+    reader.close();
+
+    const QStringList statements = m_server->statements();
+    ASSERT_GE(statements.size(), 4);
+    EXPECT_EQ(statements.front(),
+              QStringLiteral("DECLARE qormin_cursor_1 CURSOR GLOBAL FORWARD_ONLY STATIC READ_ONLY "
+                             "FOR SELECT * FROM big\r\nOPEN qormin_cursor_1"));
+    EXPECT_EQ(statements.back(), QStringLiteral("CLOSE qormin_cursor_1\r\nDEALLOCATE qormin_cursor_1"));
+    // The setting went to the same connection between two chunks.
+    EXPECT_EQ(statements.indexOf(QStringLiteral("SET IDENTITY_INSERT t ON")), 3);
+    EXPECT_EQ(m_server->server().connectionCount(), 1);
+    const QString fetch = statements.at(1);
+    EXPECT_EQ(fetch.count(QStringLiteral("FETCH NEXT FROM qormin_cursor_1")), 1000);
+    EXPECT_TRUE(fetch.startsWith(
+        QStringLiteral("FETCH NEXT FROM qormin_cursor_1\r\nFETCH NEXT FROM qormin_cursor_1")));
+}
+
+TEST_F(RecordLoopTest, readerOfAFailingSelectReportsTheServersError) {
+    RecordReader reader(side(), QStringLiteral("select * from missing"));
+    EXPECT_FALSE(reader.open());
+    EXPECT_EQ(reader.error(), QStringLiteral("Invalid object name 'missing'."));
+    EXPECT_FALSE(reader.next());
+}
+
+TEST_F(RecordLoopTest, updatableReaderChangesTheCurrentRowWithTypedParameters) {
+    RecordReader reader(side(), QStringLiteral("Patients"), RecordReader::Mode::Updatable);
+    ASSERT_TRUE(reader.open()) << reader.error().toStdString();
+    ASSERT_TRUE(reader.next());
+    ASSERT_TRUE(reader.next());
+    EXPECT_EQ(reader.value(QStringLiteral("lastname")).toString(), QStringLiteral("Müller"));
+    QString error;
+    ASSERT_TRUE(reader.updateCurrentRow({QStringLiteral("FirstName"), QStringLiteral("LastName")},
+                                        {QStringLiteral("Zoë"), QVariant()}, &error))
+        << error.toStdString();
+    EXPECT_EQ(reader.value(QStringLiteral("FirstName")).toString(), QStringLiteral("Zoë"));
+    reader.close();
+
+    const auto updates = requestsStartingWith(QStringLiteral("UPDATE"));
+    ASSERT_EQ(updates.size(), 1U);
+    EXPECT_EQ(
+        updates[0].text,
+        QStringLiteral(
+            "UPDATE Patients SET [FirstName] = @P1, [LastName] = @P2 WHERE CURRENT OF qormin_cursor_1"));
+    const QJsonArray parameters = updates[0].parameters;
+    ASSERT_EQ(parameters.size(), 2);
+    EXPECT_EQ(parameters[0].toObject().value(QLatin1String("value")).toString(), QStringLiteral("Zoë"));
+    EXPECT_TRUE(parameters[1].toObject().value(QLatin1String("value")).isNull());
+    const auto opens = requestsStartingWith(QStringLiteral("DECLARE"));
+    ASSERT_EQ(opens.size(), 1U);
+    EXPECT_EQ(opens[0].text,
+              QStringLiteral("DECLARE qormin_cursor_1 CURSOR GLOBAL DYNAMIC OPTIMISTIC FOR SELECT * FROM "
+                             "Patients\r\nOPEN qormin_cursor_1"));
+    const auto fetches = requestsStartingWith(QStringLiteral("FETCH"));
+    ASSERT_FALSE(fetches.empty());
+    EXPECT_EQ(fetches[0].text, QStringLiteral("FETCH NEXT FROM qormin_cursor_1"));
+}
+
+struct InsertCase {
+    const char* column;
+    QVariant value;
+    const char* declaredType; // how the parameter arrives, as the driver declared it
+    QJsonValue arrived;
+};
+
+class RecordWriterTypeTest : public RecordLoopTest, public ::testing::WithParamInterface<InsertCase> {};
+
+TEST_P(RecordWriterTypeTest, sendsEachValueAsItsColumnsType) {
+    const InsertCase& c = GetParam();
+    RecordWriter writer(side(), QStringLiteral("Target"));
+    ASSERT_TRUE(writer.open()) << writer.error().toStdString();
+    QString error;
+    ASSERT_TRUE(writer.addRowByName({QString::fromUtf8(c.column)}, {c.value}, &error)) << error.toStdString();
+    const auto inserts = requestsStartingWith(QStringLiteral("INSERT"));
+    ASSERT_EQ(inserts.size(), 1U);
+    EXPECT_EQ(inserts[0].text,
+              QStringLiteral("INSERT INTO Target ([%1]) VALUES (@P1)").arg(QLatin1String(c.column)));
+    ASSERT_EQ(inserts[0].parameters.size(), 1);
+    const QJsonObject parameter = inserts[0].parameters[0].toObject();
+    EXPECT_EQ(parameter.value(QLatin1String("type")).toString(), QString::fromUtf8(c.declaredType));
+    EXPECT_EQ(parameter.value(QLatin1String("value")), c.arrived)
+        << QJsonDocument(parameter).toJson(QJsonDocument::Compact).toStdString();
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    EveryType, RecordWriterTypeTest,
+    ::testing::Values(
+        InsertCase{"i", QVariant(-2147483647), "INT", QJsonValue(-2147483647)},
+        InsertCase{"b", QVariant(qlonglong(9007199254740993LL)), "BIGINT",
+                   QJsonValue(QStringLiteral("9007199254740993"))},
+        InsertCase{"d", QVariant(QStringLiteral("-12345678901234.5678")), "NUMERIC(18,4)",
+                   QJsonValue(QStringLiteral("-12345678901234.5678"))},
+        InsertCase{"f", QVariant(0.1), "FLOAT", QJsonValue(0.1)},
+        InsertCase{"t", QVariant(true), "BIT", QJsonValue(true)},
+        // FreeTDS declares timestamps as datetime2; the server converts to the column's datetime.
+        InsertCase{"w", QVariant(QDateTime(QDate(2024, 2, 29), QTime(23, 59, 58, 997))), "DATETIME2",
+                   QJsonValue(QStringLiteral("2024-02-29T23:59:58.9970000"))},
+        InsertCase{"n", QVariant(QStringLiteral("Zoë 日本 'x'")), "NVARCHAR(10)",
+                   QJsonValue(QStringLiteral("Zoë 日本 'x'"))},
+        InsertCase{"v", QVariant(QByteArray("\x00\xff\x10", 3)), "VARBINARY(3)",
+                   QJsonValue(QStringLiteral("0x00FF10"))},
+        InsertCase{"x", QVariant(QStringLiteral("long text")), "NVARCHAR(9)",
+                   QJsonValue(QStringLiteral("long text"))},
+        InsertCase{"z", QVariant(), "INT", QJsonValue(QJsonValue::Null)},
+        InsertCase{"i", QVariant(QStringLiteral("42")), "INT", QJsonValue(42)},
+        InsertCase{"i", QVariant(QStringLiteral("not a number")), "NVARCHAR(12)",
+                   QJsonValue(QStringLiteral("not a number"))}),
+    [](const auto& testInfo) {
+        return std::string(testInfo.param.column) + "_" + std::to_string(testInfo.index);
+    });
+
+TEST_F(RecordLoopTest, writerByPositionSkipsNothingAndByNameSkipsUnknownColumns) {
+    RecordWriter writer(side(), QStringLiteral("Named"));
+    ASSERT_TRUE(writer.open());
+    ASSERT_TRUE(writer.addRow({7, QStringLiteral("Smith")}));
+    ASSERT_TRUE(
+        writer.addRowByName({QStringLiteral("lastname"), QStringLiteral("Missing"), QStringLiteral("IDNum")},
+                            {QStringLiteral("Brown"), 1, 8}));
+    const auto inserts = requestsStartingWith(QStringLiteral("INSERT"));
+    ASSERT_EQ(inserts.size(), 2U);
+    EXPECT_EQ(inserts[0].text, QStringLiteral("INSERT INTO Named ([IDNum], [LastName]) VALUES (@P1, @P2)"));
+    EXPECT_EQ(inserts[1].text, QStringLiteral("INSERT INTO Named ([LastName], [IDNum]) VALUES (@P1, @P2)"));
+    EXPECT_EQ(inserts[1].parameters[1].toObject().value(QLatin1String("value")), QJsonValue(8));
+    EXPECT_FALSE(writer.addRow({1, 2, 3, 4}));
+}
+
+TEST_F(RecordLoopTest, failingRowReportsTheServersReasonAndTheLoopGoesOn) {
+    RecordWriter broken(side(), QStringLiteral("Broken"));
+    ASSERT_TRUE(broken.open());
+    QString error;
+    EXPECT_FALSE(broken.addRow({1}, &error));
+    EXPECT_EQ(error, QStringLiteral(
+                         "Violation of PRIMARY KEY constraint 'PK_Broken'. Cannot insert duplicate key in "
+                         "object 'dbo.Broken'."));
+    RecordWriter target(side(), QStringLiteral("Named"));
+    ASSERT_TRUE(target.open());
+    EXPECT_TRUE(target.addRow({1}, &error));
+}
+
+TEST_F(RecordLoopTest, scriptOnlyCollectsInsertsAndUpdatesAsLiteralStatements) {
+    m_access->setScriptOnly(true);
+    RecordWriter writer(side(), QStringLiteral("Named"));
+    ASSERT_TRUE(writer.open());
+    ASSERT_TRUE(writer.addRow({7, QStringLiteral("O'Brien")}));
+    RecordReader reader(side(), QStringLiteral("Patients"), RecordReader::Mode::Updatable);
+    ASSERT_TRUE(reader.open());
+    ASSERT_TRUE(reader.next());
+    ASSERT_TRUE(reader.updateCurrentRow({QStringLiteral("FirstName")}, {QStringLiteral("Ann")}));
+    reader.close();
+    EXPECT_EQ(
+        m_access->withheldStatements(),
+        (QStringList{
+            QStringLiteral("INSERT INTO Named ([IDNum], [LastName]) VALUES (7, N'O''Brien')"),
+            QStringLiteral("UPDATE Patients SET [FirstName] = N'Ann' WHERE CURRENT OF qormin_cursor_1")}));
+    EXPECT_TRUE(requestsStartingWith(QStringLiteral("INSERT")).empty());
+    EXPECT_TRUE(requestsStartingWith(QStringLiteral("UPDATE")).empty());
+    EXPECT_FALSE(requestsStartingWith(QStringLiteral("DECLARE")).empty());
+    EXPECT_TRUE(
+        m_access->log().text().startsWith(QStringLiteral("Not run (script only)\r\nUPDATE Patients")));
+}
+
+} // namespace
