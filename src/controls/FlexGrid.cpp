@@ -94,10 +94,14 @@ void FlexGrid::setTextMatrix(int row, int column, const QString& text) {
 }
 
 int FlexGrid::ColWidth(int column) const {
+    const auto set = m_twips.find(column);
+    if (set != m_twips.end() && set->second / twipsPerPixel == columnWidth(column))
+        return set->second;
     return columnWidth(column) * twipsPerPixel;
 }
 
 void FlexGrid::setColWidth(int column, int twips) {
+    m_twips[column] = twips;
     setColumnWidth(column, twips / twipsPerPixel);
 }
 
