@@ -2,6 +2,7 @@
 
 #include "app/MainWindowContext.h"
 #include "dbfiles/DatabaseFileTools.h"
+#include "net/NetworkSharePage.h"
 #include "tablecopy/TableCopyInstaller.h"
 
 namespace qormin::app {
@@ -9,6 +10,7 @@ namespace qormin::app {
 // One line per subsystem, in the order their buttons should appear.
 void installSubsystemTools(MainWindowContext& context) {
     (void)context;
+    net::NetworkSharePage::install(context);
     dbfiles::installDatabaseFileTools(context);
     tablecopy::installTableCopyTools(context);
 }

@@ -1,4 +1,3 @@
-#include "net/NetworkSharePage.h"
 #include "SambaTestServer.h"
 #include "SimTestServer.h"
 #include "app/PathMapper.h"
@@ -79,15 +78,18 @@ public:
                   m_root.filePath(QStringLiteral("drives"))),
           m_files(m_paths), m_programs(m_root.filePath(QStringLiteral("bin"))), m_outputStream(&m_output),
           m_errorStream(&m_errors), m_messageBoxes(m_outputStream, m_errorStream) {
+        // The window installs the share buttons itself, with the environment it starts in.
+        const QByteArray path = qgetenv("PATH");
+        const QByteArray terminal = qgetenv("TERMINAL");
+        qputenv("PATH", QFile::encodeName(m_root.filePath(QStringLiteral("bin"))) + ':' + path);
+        qunsetenv("TERMINAL");
         app::PlatformServices services{m_settings.get(), &m_paths,
                                        &m_files,         &m_shell,
                                        &m_messageBoxes,  m_root.filePath(QStringLiteral("data"))};
         m_window = std::make_unique<app::frmMain>(services);
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("PATH"), m_root.filePath(QStringLiteral("bin")) + u':' +
-                                                       environment.value(QStringLiteral("PATH")));
-        environment.remove(QStringLiteral("TERMINAL"));
-        m_page = net::NetworkSharePage::install(*m_window, environment);
+        qputenv("PATH", path);
+        if (!terminal.isEmpty())
+            qputenv("TERMINAL", terminal);
     }
 
     // The share as the system would have mounted it under the mount root.
@@ -130,7 +132,6 @@ private:
     QTextStream m_errorStream;
     app::BatchMessageBoxService m_messageBoxes;
     std::unique_ptr<app::frmMain> m_window;
-    net::NetworkSharePage* m_page = nullptr;
 };
 
 QString escaped(QString value) {
