@@ -1,5 +1,6 @@
 #include "app/SubsystemTools.h"
 
+#include "anonymize/ConfigAnonymizePage.h"
 #include "app/MainWindowContext.h"
 #include "dbfiles/DatabaseFileTools.h"
 #include "net/NetworkSharePage.h"
@@ -13,6 +14,7 @@ void installSubsystemTools(MainWindowContext& context) {
     net::NetworkSharePage::install(context);
     dbfiles::installDatabaseFileTools(context);
     tablecopy::installTableCopyTools(context);
+    anonymize::ConfigAnonymizePage::install(context);
 }
 
 } // namespace qormin::app

@@ -433,20 +433,12 @@ void frmMain::Grid2_Click() {
 
 void frmMain::SSTab1_Click(int /*previousTab*/) {
     const int index = m_parts->SSTab1->currentIndex();
-    if (index == anonymizeHookPage)
-        cmdInitAnonymize();
-    if (index == configAnonymizeHookPage)
-        cmdInit();
     if (index == restoreDirHookPage)
         txtRestoreDir_Change();
     const auto [first, last] = m_parts->pageHooks.equal_range(index);
     for (auto hook = first; hook != last; ++hook)
         hook->second();
 }
-
-void frmMain::cmdInitAnonymize() {}
-
-void frmMain::cmdInit() {}
 
 void frmMain::Timer1_Timer() {
     m_parts->FileA->Refresh();

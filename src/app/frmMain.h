@@ -21,8 +21,6 @@ public:
     static constexpr int timer1Milliseconds = 5000;
     static constexpr int tmrDoEvMilliseconds = 100;
     static constexpr int restoreDirHookPage = 5;
-    static constexpr int anonymizeHookPage = 9;
-    static constexpr int configAnonymizeHookPage = 10;
 
     explicit frmMain(const PlatformServices& services, QWidget* parent = nullptr);
     ~frmMain() override;
@@ -41,9 +39,6 @@ public:
     void Timer1_Timer() override;
     void tmrDoEv_Timer();
     void txtRestoreDir_Change();
-    // Page hooks of the anonymisation pages; the anonymisation work registers what they run.
-    void cmdInitAnonymize();
-    void cmdInit();
 
     QTabWidget* SSTab1() const;
 

@@ -100,4 +100,33 @@ const MalformedCase malformedCases[] = {
 INSTANTIATE_TEST_SUITE_P(Lines, MalformedBatchLineTest, testing::ValuesIn(malformedCases),
                          [](const auto& testInfo) { return std::string(testInfo.param.name); });
 
+struct EscapeCase {
+    const char* name;
+    const char* text;
+    const char* escaped;
+};
+
+class EscapedValueTest : public testing::TestWithParam<EscapeCase> {};
+
+// What print shows of a multi-line text box is one line that set takes back unchanged.
+TEST_P(EscapedValueTest, isOneLineThatSetReadsBack) {
+    const EscapeCase& c = GetParam();
+    const QString escaped = qormin::app::escapedBatchValue(QString::fromLatin1(c.text));
+    EXPECT_EQ(escaped, QString::fromLatin1(c.escaped));
+    const auto parsed = parseBatchLine(QStringLiteral("set txtFileVal ") + escaped);
+    ASSERT_TRUE(parsed.command.has_value()) << parsed.error.toStdString();
+    EXPECT_EQ(parsed.command->value, QString::fromLatin1(c.text));
+}
+
+const EscapeCase escapeCases[] = {
+    {"crLfLines", "a..b\r\nc..d\r\n", "a..b\\r\\nc..d\\r\\n"},
+    {"lineFeedAndTab", "x\ty\n", "x\\ty\\n"},
+    {"backslashes", "p:\\backup\\MIR\\", "p:\\\\backup\\\\MIR\\\\"},
+    {"lonelyCarriageReturn", "a\rb", "a\\rb"},
+    {"plain", "Billing..tbCashPatient", "Billing..tbCashPatient"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Values, EscapedValueTest, testing::ValuesIn(escapeCases),
+                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
+
 } // namespace

@@ -127,6 +127,24 @@ BatchParseResult parseNamed(Kind kind, const QStringList& arguments) {
 
 } // namespace
 
+QString escapedBatchValue(const QString& text) {
+    QString result;
+    result.reserve(text.size());
+    for (const QChar c : text) {
+        if (c == u'\r')
+            result += QStringLiteral("\\r");
+        else if (c == u'\n')
+            result += QStringLiteral("\\n");
+        else if (c == u'\t')
+            result += QStringLiteral("\\t");
+        else if (c == u'\\')
+            result += QStringLiteral("\\\\");
+        else
+            result += c;
+    }
+    return result;
+}
+
 BatchParseResult parseBatchLine(QString line) {
     if (line.endsWith(u'\r'))
         line.chop(1);

@@ -26,4 +26,8 @@ struct BatchParseResult {
 // silently changed.
 BatchParseResult parseBatchLine(QString line);
 
+// The text with CR, LF, tab and backslash written as \r, \n, \t and \\: what "print" shows
+// of a multi-line text box, one line that "set" takes back unchanged.
+QString escapedBatchValue(const QString& text);
+
 } // namespace qormin::app

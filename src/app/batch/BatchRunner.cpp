@@ -6,6 +6,7 @@
 #include "app/frmMain.h"
 #include "controls/FileListBox.h"
 #include "controls/FlexGrid.h"
+#include "controls/ctlSaveLoadFile.h"
 #include "db/LogBuffer.h"
 
 #include <QAbstractButton>
@@ -56,6 +57,26 @@ void letEventsRun(int milliseconds) {
     QEventLoop loop;
     QTimer::singleShot(milliseconds, &loop, &QEventLoop::quit);
     loop.exec();
+}
+
+// The text-file panel holding control below scope, if any.
+const controls::ctlSaveLoadFile* panelAround(const QWidget* control, const QWidget* scope) {
+    for (const QWidget* parent = control->parentWidget(); parent != nullptr && parent != scope;
+         parent = parent->parentWidget()) {
+        if (const auto* panel = qobject_cast<const controls::ctlSaveLoadFile*>(parent))
+            return panel;
+    }
+    return nullptr;
+}
+
+// A panel or its text box stands for the panel's text, which keeps the file's line ends.
+controls::ctlSaveLoadFile* panelText(QWidget* control) {
+    if (auto* panel = qobject_cast<controls::ctlSaveLoadFile*>(control))
+        return panel;
+    auto* panel = qobject_cast<controls::ctlSaveLoadFile*>(control->parentWidget());
+    if (panel != nullptr && panel->TextBoxObj() == control)
+        return panel;
+    return nullptr;
 }
 
 QString rowError(int row, int rows) {
@@ -129,27 +150,59 @@ QString BatchRunner::execute(const BatchCommand& command) {
     }
 }
 
+// A dotted name goes down one level per part: "frmHistorical.txtYears" is a control of an
+// open window, "ctlExclue.txtFileVal" a control inside a text-file panel.
 QWidget* BatchRunner::find(const QString& name, QString& error) const {
-    const qsizetype dot = name.indexOf(u'.');
+    const QStringList parts = name.split(u'.');
     QWidget* scope = m_window.centralWidget();
-    QString controlName = name;
-    if (dot >= 0) {
-        const QString windowName = name.left(dot);
-        scope = m_window.findWindow(windowName);
-        if (scope == nullptr) {
-            error = QStringLiteral("window \"") + windowName + QStringLiteral("\" is not open (use: open ") +
-                    windowName + u')';
+    qsizetype next = 0;
+    if (parts.size() > 1) {
+        if (QWidget* window = m_window.findWindow(parts.first())) {
+            scope = window;
+            next = 1;
+        } else if (findIn(scope, parts.first(), error) == nullptr) {
+            error = QStringLiteral("window \"") + parts.first() +
+                    QStringLiteral("\" is not open (use: open ") + parts.first() +
+                    QStringLiteral(") and no control is named so");
             return nullptr;
         }
-        controlName = name.mid(dot + 1);
     }
-    QWidget* control = scope->findChild<QWidget*>(controlName);
-    if (control == nullptr)
-        error = QStringLiteral("unknown control \"") + name + u'"';
-    return control;
+    for (; next < parts.size(); ++next) {
+        scope = findIn(scope, parts.at(next), error);
+        if (scope == nullptr) {
+            if (error.isEmpty())
+                error = QStringLiteral("unknown control \"") + name + u'"';
+            return nullptr;
+        }
+    }
+    return scope;
+}
+
+// The controls of a text-file panel are reached only through the panel's name: the two panels
+// of the window have the same inner names, and the bare name "cmdInit" is the window's own.
+QWidget* BatchRunner::findIn(QWidget* scope, const QString& name, QString& error) const {
+    error.clear();
+    QWidget* first = scope->findChild<QWidget*>(name);
+    if (first == nullptr || panelAround(first, scope) == nullptr)
+        return first;
+    QStringList dotted;
+    for (QWidget* control : scope->findChildren<QWidget*>(name)) {
+        const controls::ctlSaveLoadFile* panel = panelAround(control, scope);
+        if (panel == nullptr)
+            return control;
+        dotted.append(panel->objectName() + u'.' + name);
+    }
+    error = QStringLiteral("\"") + name +
+            QStringLiteral("\" is inside a text-file panel; name the panel too: ") +
+            dotted.join(QStringLiteral(", "));
+    return nullptr;
 }
 
 QString BatchRunner::set(QWidget* control, const QString& value) {
+    if (auto* panel = panelText(control)) {
+        panel->setText(value);
+        return QString();
+    }
     if (auto* check = qobject_cast<QCheckBox*>(control)) {
         if (value != u"0" && value != u"1")
             return QStringLiteral("a check box takes 0 or 1, not \"") + value + u'"';
@@ -236,6 +289,10 @@ QString BatchRunner::clickRow(QWidget* control, const BatchCommand& command) {
 
 QString BatchRunner::print(QWidget* control) {
     QString text;
+    if (const auto* panel = panelText(control)) {
+        m_output << escapedBatchValue(panel->text()) << Qt::endl;
+        return QString();
+    }
     if (auto* check = qobject_cast<QCheckBox*>(control))
         text = check->isChecked() ? QStringLiteral("1") : QStringLiteral("0");
     else if (auto* edit = qobject_cast<QLineEdit*>(control))
@@ -243,9 +300,9 @@ QString BatchRunner::print(QWidget* control) {
     else if (auto* log = qobject_cast<LogView*>(control))
         text = log->buffer().text();
     else if (auto* plain = qobject_cast<QPlainTextEdit*>(control))
-        text = plain->toPlainText();
+        text = escapedBatchValue(plain->toPlainText());
     else if (auto* rich = qobject_cast<QTextEdit*>(control))
-        text = rich->toPlainText();
+        text = escapedBatchValue(rich->toPlainText());
     else if (auto* label = qobject_cast<QLabel*>(control))
         text = label->text();
     else if (auto* grid = qobject_cast<controls::FlexGrid*>(control))

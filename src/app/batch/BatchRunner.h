@@ -32,6 +32,7 @@ private:
     QString print(QWidget* control);
     QString page(int index);
     QWidget* find(const QString& name, QString& error) const;
+    QWidget* findIn(QWidget* scope, const QString& name, QString& error) const;
 
     frmMain& m_window;
     BatchMessageBoxService& m_messageBoxes;
