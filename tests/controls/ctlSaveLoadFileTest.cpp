@@ -108,7 +108,8 @@ const EditCase editCases[] = {
     {"crLfFile", QByteArray("a..b\r\n"), "c..d\r\n", "a..b\r\nc..d\r\n"},
     {"lineFeedFile", QByteArray("a..b\n"), "c..d\r\n", "a..b\nc..d\n"},
     {"unfinishedLastLine", QByteArray("a..b\r\nc..d"), "e..f\r\n", "a..b\r\nc..d\r\ne..f\r\n"},
-    {"latin1FileStaysLatin1", QByteArray("Caf\xe9..x\r\n"), "y..z\r\n", "Caf\xe9..x\r\ny..z\r\n"},
+    // 0xA0 is a non-breaking space in Latin-1; it must not come back as a blank.
+    {"latin1FileStaysLatin1", QByteArray("Caf\xe9..t\xa0x\r\n"), "y..z\r\n", "Caf\xe9..t\xa0x\r\ny..z\r\n"},
 };
 
 INSTANTIATE_TEST_SUITE_P(Edits, PanelEditTest, testing::ValuesIn(editCases),
