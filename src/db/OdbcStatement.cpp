@@ -4,6 +4,7 @@
 #include "db/OdbcText.h"
 
 #include <QDateTime>
+#include <algorithm>
 #include <sql.h>
 #include <sqlext.h>
 
@@ -344,8 +345,11 @@ void OdbcStatement::bindParameter(int number, const ColumnInfo& target, const QV
     SQLULEN columnSize = 1;
     SQLSMALLINT digits = 0;
     auto store = [&parameter](const void* data, size_t size) {
-        parameter.data.resize(size);
-        std::memcpy(parameter.data.data(), data, size);
+        // At least one byte, so that an empty string is bound to a real buffer, never to null.
+        parameter.data.resize(std::max<size_t>(size, 1));
+        if (size > 0) {
+            std::memcpy(parameter.data.data(), data, size);
+        }
         parameter.indicator = static_cast<SQLLEN>(size);
     };
     const bool null = isNull(value);
