@@ -109,6 +109,10 @@ void SimServer::setTranscriptFile(const QString& path) {
     m_state->transcript.setFile(path);
 }
 
+void SimServer::setKeepTranscriptInMemory(bool keep) {
+    m_state->transcript.setKeepInMemory(keep);
+}
+
 std::vector<TranscriptEntry> SimServer::transcript() const {
     return m_state->transcript.entries();
 }

@@ -25,6 +25,7 @@ public:
     // "127.0.0.1,<port>", the form a user types as a server name.
     QString address() const;
     void setTranscriptFile(const QString& path);
+    void setKeepTranscriptInMemory(bool keep);
     std::vector<TranscriptEntry> transcript() const;
     void clearTranscript();
     int connectionCount() const;

@@ -19,6 +19,14 @@ void Transcript::setFile(const QString& path) {
     }
 }
 
+void Transcript::setKeepInMemory(bool keep) {
+    std::lock_guard lock(m_mutex);
+    m_keepInMemory = keep;
+    if (!keep) {
+        m_entries.clear();
+    }
+}
+
 void Transcript::append(QJsonObject json) {
     TranscriptEntry entry;
     entry.connection = json.value(QLatin1String("connection")).toInt();
@@ -32,7 +40,9 @@ void Transcript::append(QJsonObject json) {
         m_file->write(QJsonDocument(entry.json).toJson(QJsonDocument::Compact) + '\n');
         m_file->flush();
     }
-    m_entries.push_back(std::move(entry));
+    if (m_keepInMemory) {
+        m_entries.push_back(std::move(entry));
+    }
 }
 
 std::vector<TranscriptEntry> Transcript::entries() const {

@@ -14,6 +14,8 @@ namespace qormin::sim {
 class Transcript {
 public:
     void setFile(const QString& path);
+    // A server that runs for days (the program, the demo) keeps nothing in memory; tests do.
+    void setKeepInMemory(bool keep);
     void append(QJsonObject json);
     std::vector<TranscriptEntry> entries() const;
     void clear();
@@ -22,6 +24,7 @@ private:
     mutable std::mutex m_mutex;
     std::vector<TranscriptEntry> m_entries;
     std::unique_ptr<QFile> m_file;
+    bool m_keepInMemory = true;
 };
 
 } // namespace qormin::sim

@@ -35,6 +35,7 @@ int main(int argc, char** argv) {
         return 2;
     }
     qormin::sim::SimServer server(std::move(*scenario));
+    server.setKeepTranscriptInMemory(false);
     server.setTranscriptFile(parser.value(QStringLiteral("transcript")));
     if (!server.start(static_cast<quint16>(port), &error)) {
         std::fprintf(stderr, "qormin-sim: %s\n", qPrintable(error));

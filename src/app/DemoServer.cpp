@@ -11,7 +11,9 @@ namespace {
 
 class SimulatedDemoServer : public DemoServer {
 public:
-    explicit SimulatedDemoServer(sim::Scenario scenario) : m_server(std::move(scenario)) {}
+    explicit SimulatedDemoServer(sim::Scenario scenario) : m_server(std::move(scenario)) {
+        m_server.setKeepTranscriptInMemory(false);
+    }
     bool start(QString& error) { return m_server.start(0, &error); }
     QString address() const override { return m_server.address(); }
 
