@@ -245,16 +245,15 @@ void TableCopyTools::CopyRecords(const QString& source, const QString& destinati
     const bool readerOpen = reader.open();
     const bool writerOpen = writer.open();
     errors += (readerOpen ? 0 : 1) + (writerOpen ? 0 : 1);
-    qint32 walked = 0;
     while (readerOpen && writerOpen && !stopRequested() && reader.next()) {
-        // A refused row is counted and the copy goes on with the next one.
-        if (writer.addRow(reader.row())) {
-            ++copied;
-        } else {
+        // A refused row is counted as an error and the copy goes on with the next one; "copied"
+        // counts every row walked, refused ones included, as the classic loop always did, so
+        // copied - errors is what the target received.
+        if (!writer.addRow(reader.row())) {
             ++errors;
         }
-        if (++walked % progressInterval == 0) {
-            ShowCopyProgress(walked);
+        if (++copied % progressInterval == 0) {
+            ShowCopyProgress(copied);
         }
     }
     if (readerOpen && !reader.error().isEmpty()) {
