@@ -7,8 +7,6 @@
 #include <QDir>
 #include <QFile>
 #include <QGroupBox>
-#include <QLabel>
-#include <QTabWidget>
 #include <gtest/gtest.h>
 
 namespace {
@@ -138,22 +136,6 @@ TEST_F(ConfigAnonymizePageTest, savedExclusionKeepsTheFileAndAddsExactlyOneLine)
     const auto result = run("set chkExcludeTable 1\nselect GridC 1\nclick ctlExclue.cmdSaveFile\n");
     ASSERT_EQ(result.exitCode, 0) << result.errors.toStdString();
     EXPECT_EQ(readFile("ExcludedTables.txt"), QByteArray("Caf\xe9..tbMen\xfa\r\nBilling..tbCashPatient\r\n"));
-}
-
-TEST_F(ConfigAnonymizePageTest, batchSetAndSaveWriteThePanelsFileInTheDataFolder) {
-    const auto result =
-        run("page 9\n"
-            "set ctlATables.txtFileVal Billing..tbCashPatient LastName\\r\\nDICOM..PatientTable "
-            "Name_Last\\r\\n\n"
-            "click ctlATables.cmdSaveFile\n"
-            "print ctlATables.lblFile\n"
-            "print ctlATables\n");
-    ASSERT_EQ(result.exitCode, 0) << result.errors.toStdString();
-    EXPECT_EQ(readFile("AnonymizeTables.txt"),
-              QByteArray("Billing..tbCashPatient LastName\r\nDICOM..PatientTable Name_Last\r\n"));
-    EXPECT_EQ(result.output, QStringLiteral("AnonymizeTables.txt\n"
-                                            "Billing..tbCashPatient LastName\\r\\nDICOM..PatientTable "
-                                            "Name_Last\\r\\n\n"));
 }
 
 struct NameCase {

@@ -23,13 +23,14 @@ TEST(ProgramBatchTest, panelSaveWritesIntoTheDataFolder) {
                    QStringLiteral("--data-dir"), data, QStringLiteral("--batch"), QStringLiteral("-")});
     ASSERT_TRUE(process.waitForStarted());
     process.write("click cmdInit\n"
+                  "print ctlExclue.lblFile\n"
                   "print ctlExclue.txtFileVal\n"
                   "set ctlExclue.txtFileVal Lab..tbResults\\r\\nBilling..tbAudit\\r\\n\n"
                   "click ctlExclue.cmdSaveFile\n");
     process.closeWriteChannel();
     ASSERT_TRUE(process.waitForFinished(120000));
     EXPECT_EQ(process.exitCode(), 0) << process.readAllStandardError().toStdString();
-    EXPECT_EQ(process.readAllStandardOutput(), QByteArray("Lab..tbResults\\r\\n\n"));
+    EXPECT_EQ(process.readAllStandardOutput(), QByteArray("ExcludedTables.txt\nLab..tbResults\\r\\n\n"));
     QFile saved(list);
     ASSERT_TRUE(saved.open(QIODevice::ReadOnly));
     EXPECT_EQ(saved.readAll(), QByteArray("Lab..tbResults\r\nBilling..tbAudit\r\n"));
