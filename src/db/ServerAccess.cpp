@@ -21,10 +21,19 @@ constexpr int loginTimeoutSeconds = 15;
 
 const QString notRunText = QStringLiteral("Not run (script only)");
 
+// Lets the window repaint and see clicks (STOP, Cancel) between log lines. Once per frame is
+// enough for that; turning the event loop for every line cost more than the statement itself.
 void yieldToEventLoop() {
-    if (QCoreApplication::instance() != nullptr) {
-        QCoreApplication::processEvents();
+    constexpr qint64 frameMilliseconds = 15;
+    static QElapsedTimer sinceLastYield;
+    if (QCoreApplication::instance() == nullptr) {
+        return;
     }
+    if (sinceLastYield.isValid() && sinceLastYield.elapsed() < frameMilliseconds) {
+        return;
+    }
+    QCoreApplication::processEvents();
+    sinceLastYield.start();
 }
 
 bool isSide(int side) {

@@ -14,6 +14,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
+#include <thread>
 
 namespace qormin::db {
 
@@ -23,8 +24,21 @@ const QString closedConnectionError = QStringLiteral("Operation is not allowed w
 const QString cancelledError = QStringLiteral("Operation was cancelled");
 
 // A statement that ends within this time is waited for without entering an event loop, which
-// saves two thread wake-ups per statement; nobody sees a window pause that short.
+// saves two thread wake-ups per statement; nobody sees a window pause that short. The first
+// part of it is watched without sleeping at all: most small statements end within it.
 constexpr std::chrono::milliseconds quietWait{2};
+constexpr std::chrono::microseconds watchedWait{200};
+
+bool watchBriefly(const std::atomic<bool>& done) {
+    const auto until = std::chrono::steady_clock::now() + watchedWait;
+    while (!done.load(std::memory_order_acquire)) {
+        if (std::chrono::steady_clock::now() >= until) {
+            return false;
+        }
+        std::this_thread::yield();
+    }
+    return true;
+}
 
 bool canWaitInEventLoop() {
     return QCoreApplication::instance() != nullptr && QThread::currentThread()->eventDispatcher() != nullptr;
@@ -47,10 +61,12 @@ struct JobCompletion {
     std::condition_variable finishedCondition;
     QEventLoop* loop = nullptr;
     bool finished = false;
+    std::atomic<bool> done{false}; // finished, readable without the lock
 
     void finish() {
         std::lock_guard lock(mutex);
         finished = true;
+        done.store(true, std::memory_order_release);
         if (loop != nullptr) {
             QMetaObject::invokeMethod(loop, &QEventLoop::quit, Qt::QueuedConnection);
         }
@@ -92,6 +108,7 @@ void SideConnection::runOnWorker(std::function<void()> job) {
         job();
         completion->finish();
     });
+    watchBriefly(completion->done);
     std::unique_lock lock(completion->mutex);
     if (!canWaitInEventLoop()) {
         completion->finishedCondition.wait(lock, [&completion] { return completion->finished; });
@@ -108,6 +125,11 @@ void SideConnection::runOnWorker(std::function<void()> job) {
     }
     lock.unlock();
     finishJob();
+    // Messages the statement sent (progress, PRINT) were queued to this thread while it waited;
+    // hand them over now, so that whoever reads them after the statement finds them all.
+    if (canWaitInEventLoop()) {
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::MetaCall);
+    }
 }
 
 // A cancel aimed at a job that ended without running a statement must not hit the next one.

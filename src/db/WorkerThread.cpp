@@ -1,11 +1,14 @@
 #include "db/WorkerThread.h"
 
+#include <chrono>
+
 namespace qormin::db {
 
 WorkerThread::~WorkerThread() {
     {
         std::lock_guard lock(m_mutex);
         m_stopping = true;
+        m_hasWork = true;
     }
     m_wake.notify_one();
     if (m_thread.joinable()) {
@@ -17,6 +20,7 @@ void WorkerThread::post(std::function<void()> job) {
     {
         std::lock_guard lock(m_mutex);
         m_jobs.push_back(std::move(job));
+        m_hasWork = true;
         if (!m_thread.joinable()) {
             m_thread = std::thread([this] { run(); });
         }
@@ -28,9 +32,22 @@ bool WorkerThread::isCurrent() const {
     return std::this_thread::get_id() == m_thread.get_id();
 }
 
+bool WorkerThread::waitBriefly() const {
+    constexpr auto watchTime = std::chrono::microseconds(200);
+    const auto until = std::chrono::steady_clock::now() + watchTime;
+    while (!m_hasWork.load(std::memory_order_acquire)) {
+        if (std::chrono::steady_clock::now() >= until) {
+            return false;
+        }
+        std::this_thread::yield();
+    }
+    return true;
+}
+
 void WorkerThread::run() {
     for (;;) {
         std::function<void()> job;
+        waitBriefly();
         {
             std::unique_lock lock(m_mutex);
             m_wake.wait(lock, [this] { return m_stopping || !m_jobs.empty(); });
@@ -39,6 +56,7 @@ void WorkerThread::run() {
             }
             job = std::move(m_jobs.front());
             m_jobs.pop_front();
+            m_hasWork = m_stopping || !m_jobs.empty();
         }
         job();
     }
