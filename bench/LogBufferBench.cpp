@@ -7,7 +7,9 @@
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QProcess>
 #include <QTextStream>
+#include <sys/resource.h>
 
 namespace {
 
@@ -37,6 +39,12 @@ qint64 residentKilobytes() {
 QString lineNumber(int index) {
     return QStringLiteral("RESTORE DATABASE Patient_Data FROM DISK = 'X:\\Patient_Data.BAK' -- line ") +
            QString::number(index);
+}
+
+qint64 peakResidentKilobytes() {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss;
 }
 
 struct Figures {
@@ -72,18 +80,42 @@ Figures throughLogMessage(int lines) {
     return {seconds, residentKilobytes() - before};
 }
 
+// Each figure comes from a fresh process (this program started again with a mode and a line
+// count), so that the peak memory of one run is not hidden by memory an earlier run freed.
+int runOne(const QString& mode, int lines) {
+    const Figures figures = mode == QLatin1String("buffer") ? intoBuffer(lines) : throughLogMessage(lines);
+    QTextStream(stdout) << figures.seconds << ' ' << figures.kilobytes << ' ' << peakResidentKilobytes()
+                        << '\n';
+    return 0;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
     QCoreApplication application(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments();
+    if (arguments.size() == 3) {
+        return runOne(arguments.at(1), arguments.at(2).toInt());
+    }
     QTextStream out(stdout);
-    for (const auto& [name, run] :
-         {std::pair{"LogBuffer::prepend", &intoBuffer}, std::pair{"LogMessage", &throughLogMessage}}) {
-        const Figures small = run(100000);
-        const Figures large = run(200000);
-        out << name << ": 100,000 lines " << small.seconds << " s, +" << small.kilobytes
-            << " kB; 200,000 lines " << large.seconds << " s, +" << large.kilobytes << " kB; time ratio "
-            << large.seconds / small.seconds << "\n";
+    for (const auto& [name, mode] :
+         {std::pair{"LogBuffer::prepend", "buffer"}, std::pair{"LogMessage", "log"}}) {
+        QStringList figures[2];
+        for (int index = 0; index < 2; ++index) {
+            QProcess child;
+            child.start(QCoreApplication::applicationFilePath(),
+                        {QLatin1String(mode), QString::number(100000 * (index + 1))});
+            child.waitForFinished(-1);
+            figures[index] = QString::fromUtf8(child.readAllStandardOutput()).simplified().split(u' ');
+            if (figures[index].size() != 3) {
+                out << name << ": the measuring run failed\n";
+                return 1;
+            }
+        }
+        out << name << ": 100,000 lines " << figures[0][0] << " s, lines +" << figures[0][1]
+            << " kB, peak RSS " << figures[0][2] << " kB; 200,000 lines " << figures[1][0] << " s, lines +"
+            << figures[1][1] << " kB, peak RSS " << figures[1][2] << " kB; time ratio "
+            << figures[1][0].toDouble() / figures[0][0].toDouble() << "\n";
     }
     return 0;
 }
