@@ -29,17 +29,6 @@ const QString cancelledError = QStringLiteral("Operation was cancelled");
 constexpr std::chrono::milliseconds quietWait{2};
 constexpr std::chrono::microseconds watchedWait{200};
 
-bool watchBriefly(const std::atomic<bool>& done) {
-    const auto until = std::chrono::steady_clock::now() + watchedWait;
-    while (!done.load(std::memory_order_acquire)) {
-        if (std::chrono::steady_clock::now() >= until) {
-            return false;
-        }
-        std::this_thread::yield();
-    }
-    return true;
-}
-
 bool canWaitInEventLoop() {
     return QCoreApplication::instance() != nullptr && QThread::currentThread()->eventDispatcher() != nullptr;
 }
@@ -108,7 +97,7 @@ void SideConnection::runOnWorker(std::function<void()> job) {
         job();
         completion->finish();
     });
-    watchBriefly(completion->done);
+    watchBriefly(completion->done, watchedWait);
     std::unique_lock lock(completion->mutex);
     if (!canWaitInEventLoop()) {
         completion->finishedCondition.wait(lock, [&completion] { return completion->finished; });

@@ -4,6 +4,17 @@
 
 namespace qormin::db {
 
+bool watchBriefly(const std::atomic<bool>& flag, std::chrono::microseconds time) {
+    const auto until = std::chrono::steady_clock::now() + time;
+    while (!flag.load(std::memory_order_acquire)) {
+        if (std::chrono::steady_clock::now() >= until) {
+            return false;
+        }
+        std::this_thread::yield();
+    }
+    return true;
+}
+
 WorkerThread::~WorkerThread() {
     {
         std::lock_guard lock(m_mutex);
@@ -32,22 +43,10 @@ bool WorkerThread::isCurrent() const {
     return std::this_thread::get_id() == m_thread.get_id();
 }
 
-bool WorkerThread::waitBriefly() const {
-    constexpr auto watchTime = std::chrono::microseconds(200);
-    const auto until = std::chrono::steady_clock::now() + watchTime;
-    while (!m_hasWork.load(std::memory_order_acquire)) {
-        if (std::chrono::steady_clock::now() >= until) {
-            return false;
-        }
-        std::this_thread::yield();
-    }
-    return true;
-}
-
 void WorkerThread::run() {
     for (;;) {
         std::function<void()> job;
-        waitBriefly();
+        watchBriefly(m_hasWork, std::chrono::microseconds(200));
         {
             std::unique_lock lock(m_mutex);
             m_wake.wait(lock, [this] { return m_stopping || !m_jobs.empty(); });

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <functional>
@@ -8,6 +9,11 @@
 #include <thread>
 
 namespace qormin::db {
+
+// Watches flag for up to time without sleeping (yielding the core). True once it is set. A
+// thread that is about to be handed work within microseconds reacts faster this way than when
+// it has to be woken from sleep.
+bool watchBriefly(const std::atomic<bool>& flag, std::chrono::microseconds time);
 
 // One thread that runs posted jobs in order. Lighter than an event loop: a job starts within
 // microseconds of being posted. After a job the thread watches the queue a little while before
@@ -25,8 +31,6 @@ public:
 
 private:
     void run();
-    // True once a job is queued or the thread is asked to stop, watching for a short while.
-    bool waitBriefly() const;
 
     std::mutex m_mutex;
     std::condition_variable m_wake;
