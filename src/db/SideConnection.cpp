@@ -114,10 +114,10 @@ void SideConnection::runOnWorker(std::function<void()> job) {
     }
     lock.unlock();
     finishJob();
-    // Messages the statement sent (progress, PRINT) were queued to this thread while it waited;
-    // hand them over now, so that whoever reads them after the statement finds them all.
-    if (canWaitInEventLoop()) {
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::MetaCall);
+    // Messages the job sent (progress, PRINT) were queued to this object while the caller waited,
+    // often without turning the event loop; pass them on before the caller reads anything.
+    if (QCoreApplication::instance() != nullptr) {
+        QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
     }
 }
 
