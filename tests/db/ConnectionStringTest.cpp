@@ -16,123 +16,81 @@ TEST(ConnectionStringTest, buildKeepsTheTextsAsTypedAndTheBlankAfterMaster) {
         QStringLiteral(
             "Provider=SQLOLEDB;Persist Security Info=True;Server= srv\\inst ;UID=sa ;Database=MASTER "
             ";Password=p;w d"));
-    EXPECT_EQ(buildConnectionString({}, {}, {}),
-              QStringLiteral(
-                  "Provider=SQLOLEDB;Persist Security Info=True;Server=;UID=;Database=MASTER ;Password="));
 }
 
 struct TranslationCase {
     const char* name;
-    const char* server;
-    const char* user;
-    const char* password;
+    const char* provider; // a whole provider string, or "server|user|password" to build one
     const char* driver;
-    const char* odbc;  // expected ODBC text, or "" when the string is refused
-    const char* error; // expected refusal, or ""
+    const char* odbc; // expected text; FreeTDS strings end in freeTdsTail
+    const char* error;
 };
+
+constexpr const char* freeTdsTail = "TDS_Version=7.4;ClientCharset=UTF-8;";
 
 class ConnectionTranslationTest : public ::testing::TestWithParam<TranslationCase> {};
 
 TEST_P(ConnectionTranslationTest, translatesTheProviderStringForTheDriver) {
     const auto& c = GetParam();
-    const QString provider = buildConnectionString(QString::fromUtf8(c.server), QString::fromUtf8(c.user),
-                                                   QString::fromUtf8(c.password));
+    QString provider = QString::fromUtf8(c.provider);
+    const QStringList parts = provider.split(u'|');
+    if (parts.size() == 3) {
+        provider = buildConnectionString(parts[0], parts[1], parts[2]);
+    }
+    QString expected = QString::fromUtf8(c.odbc);
+    if (!expected.isEmpty() &&
+        QString::fromUtf8(c.driver).contains(QLatin1String("tds"), Qt::CaseInsensitive)) {
+        expected += QLatin1String(freeTdsTail);
+    }
     const auto translated = translateConnectionString(provider, QString::fromUtf8(c.driver));
-    EXPECT_EQ(translated.text, QString::fromUtf8(c.odbc));
+    EXPECT_EQ(translated.text, expected);
     EXPECT_EQ(translated.error, QString::fromUtf8(c.error));
 }
 
-constexpr const char* formatError =
-    "Format of the initialization string does not conform to the OLE DB specification.";
-constexpr const char* tail = "Database={MASTER };TDS_Version=7.4;ClientCharset=UTF-8;";
+constexpr const char* libraryPath = "/usr/lib/x86_64-linux-gnu/odbc/libtdsodbc.so";
 
-INSTANTIATE_TEST_SUITE_P(
-    Cases, ConnectionTranslationTest,
-    ::testing::Values(
-        TranslationCase{"hostAlone", "db1", "sa", "pw", "FreeTDS",
-                        "Driver={FreeTDS};Server=db1;UID=sa;PWD=pw;Database={MASTER "
-                        "};TDS_Version=7.4;ClientCharset=UTF-8;",
-                        ""},
-        TranslationCase{
-            "hostAndPortBecomeServerAndPort", "127.0.0.1,14330", "sa", "pw", "FreeTDS",
-            "Driver={FreeTDS};Server=127.0.0.1;Port=14330;UID=sa;PWD=pw;Database={MASTER };TDS_Version=7.4;"
-            "ClientCharset=UTF-8;",
-            ""},
-        TranslationCase{
-            "namedInstanceStaysInServer", "HOST\\SQL2019", "sa", "pw", "FreeTDS",
-            "Driver={FreeTDS};Server=HOST\\SQL2019;UID=sa;PWD=pw;Database={MASTER };TDS_Version=7.4;"
-            "ClientCharset=UTF-8;",
-            ""},
-        TranslationCase{
-            "tcpPrefixAndLocalDot", "tcp:.,1433", "sa", "pw", "FreeTDS",
-            "Driver={FreeTDS};Server=localhost;Port=1433;UID=sa;PWD=pw;Database={MASTER };TDS_Version=7.4;"
-            "ClientCharset=UTF-8;",
-            ""},
-        TranslationCase{"passwordWithSemicolonAndEqualsCutsTheValue", "db1", "sa", "ab;Timeout=1", "FreeTDS",
-                        "Driver={FreeTDS};Server=db1;UID=sa;PWD=ab;Database={MASTER };TDS_Version=7.4;"
-                        "ClientCharset=UTF-8;",
-                        ""},
-        TranslationCase{"passwordWithSemicolonAloneIsRefused", "db1", "sa", "ab;cd", "FreeTDS", "",
-                        formatError},
-        TranslationCase{
-            "bracesAndBlanksAreQuotedForOdbc", "db1", " sa", "p}w{", "FreeTDS",
-            "Driver={FreeTDS};Server=db1;UID={ sa};PWD={p}}w{};Database={MASTER };TDS_Version=7.4;"
-            "ClientCharset=UTF-8;",
-            ""},
-        TranslationCase{
-            "emptyUserAndPasswordStay", "db1", "", "", "FreeTDS",
-            "Driver={FreeTDS};Server=db1;UID=;PWD=;Database={MASTER };TDS_Version=7.4;ClientCharset=UTF-8;",
-            ""},
-        TranslationCase{"libraryPathCountsAsFreeTds", "db1", "sa", "pw",
-                        "/usr/lib/x86_64-linux-gnu/odbc/libtdsodbc.so",
-                        "Driver={/usr/lib/x86_64-linux-gnu/odbc/libtdsodbc.so};Server=db1;UID=sa;PWD=pw;"
-                        "Database={MASTER };TDS_Version=7.4;ClientCharset=UTF-8;",
-                        ""},
-        TranslationCase{
-            "sqlServerDriverTakesServerAsItIs", "host,1433", "sa", "pw", "ODBC Driver 17 for SQL Server",
-            "Driver={ODBC Driver 17 for SQL Server};Server=host,1433;UID=sa;PWD=pw;Database={MASTER };", ""},
-        TranslationCase{"driver18DoesNotForceEncryption", "host", "sa", "pw", "ODBC Driver 18 for SQL Server",
-                        "Driver={ODBC Driver 18 for SQL Server};Server=host;UID=sa;PWD=pw;Database={MASTER };"
-                        "Encrypt=Optional;",
-                        ""}),
-    [](const auto& testInfo) { return std::string(testInfo.param.name); });
-
-struct RawCase {
-    const char* name;
-    const char* provider;
-    const char* odbc;
-    const char* error;
+const TranslationCase translationCases[] = {
+    {"hostAlone", "db1|sa|pw", "FreeTDS", "Driver={FreeTDS};Server=db1;UID=sa;PWD=pw;Database={MASTER };",
+     ""},
+    {"hostAndPortBecomeServerAndPort", "127.0.0.1,14330|sa|pw", "FreeTDS",
+     "Driver={FreeTDS};Server=127.0.0.1;Port=14330;UID=sa;PWD=pw;Database={MASTER };", ""},
+    {"namedInstanceStaysInServer", "HOST\\SQL2019|sa|pw", "FreeTDS",
+     "Driver={FreeTDS};Server=HOST\\SQL2019;UID=sa;PWD=pw;Database={MASTER };", ""},
+    {"tcpPrefixAndLocalDot", "tcp:.,1433|sa|pw", "FreeTDS",
+     "Driver={FreeTDS};Server=localhost;Port=1433;UID=sa;PWD=pw;Database={MASTER };", ""},
+    {"passwordWithSemicolonAndEqualsCutsTheValue", "db1|sa|ab;Timeout=1", "FreeTDS",
+     "Driver={FreeTDS};Server=db1;UID=sa;PWD=ab;Database={MASTER };", ""},
+    {"passwordWithSemicolonAloneIsRefused", "db1|sa|ab;cd", "FreeTDS", "",
+     "Format of the initialization string does not conform to the OLE DB specification."},
+    {"bracesAndBlanksAreQuotedForOdbc", "db1| sa|p}w{", "FreeTDS",
+     "Driver={FreeTDS};Server=db1;UID={ sa};PWD={p}}w{};Database={MASTER };", ""},
+    {"emptyUserAndPasswordStay", "db1||", "FreeTDS",
+     "Driver={FreeTDS};Server=db1;UID=;PWD=;Database={MASTER };", ""},
+    {"libraryPathCountsAsFreeTds", "db1|sa|pw", libraryPath,
+     "Driver={/usr/lib/x86_64-linux-gnu/odbc/libtdsodbc.so};Server=db1;UID=sa;PWD=pw;Database={MASTER };",
+     ""},
+    {"sqlServerDriverTakesServerAsItIs", "host,1433|sa|pw", "ODBC Driver 17 for SQL Server",
+     "Driver={ODBC Driver 17 for SQL Server};Server=host,1433;UID=sa;PWD=pw;Database={MASTER };", ""},
+    {"driver18DoesNotForceEncryption", "host|sa|pw", "ODBC Driver 18 for SQL Server",
+     "Driver={ODBC Driver 18 for SQL Server};Server=host;UID=sa;PWD=pw;Database={MASTER };Encrypt=Optional;",
+     ""},
+    {"keysAreReadInAnyCaseUnderTheirSynonymsAndUnknownOnesIgnored",
+     "provider=sqloledb; data source=h;User ID=u;pwd=p;Initial Catalog=db;Foo=bar;", "FreeTDS",
+     "Driver={FreeTDS};Server=h;UID=u;PWD=p;Database=db;", ""},
+    {"otherProviderIsRefused", "Provider=Microsoft.Jet.OLEDB.4.0;Data Source=x.mdb", "FreeTDS", "",
+     "Provider cannot be found. It may not be properly installed."},
+    {"emptySegmentsAreSkipped", ";;Server=h;;", "FreeTDS", "Driver={FreeTDS};Server=h;", ""},
 };
 
-class RawTranslationTest : public ::testing::TestWithParam<RawCase> {};
-
-TEST_P(RawTranslationTest, readsKeysCaseInsensitivelyAndIgnoresUnknownOnes) {
-    const auto& c = GetParam();
-    const auto translated =
-        translateConnectionString(QString::fromUtf8(c.provider), QStringLiteral("FreeTDS"));
-    EXPECT_EQ(translated.text, QString::fromUtf8(c.odbc));
-    EXPECT_EQ(translated.error, QString::fromUtf8(c.error));
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Cases, RawTranslationTest,
-    ::testing::Values(
-        RawCase{"synonymsAndCase",
-                "provider=sqloledb; data source=h;User ID=u;pwd=p;Initial Catalog=db;Foo=bar;",
-                "Driver={FreeTDS};Server=h;UID=u;PWD=p;Database=db;TDS_Version=7.4;ClientCharset=UTF-8;", ""},
-        RawCase{"otherProviderIsRefused", "Provider=Microsoft.Jet.OLEDB.4.0;Data Source=x.mdb", "",
-                "Provider cannot be found. It may not be properly installed."},
-        RawCase{"emptySegmentsAreSkipped", ";;Server=h;;",
-                "Driver={FreeTDS};Server=h;TDS_Version=7.4;ClientCharset=UTF-8;", ""}),
-    [](const auto& testInfo) { return std::string(testInfo.param.name); });
+INSTANTIATE_TEST_SUITE_P(Cases, ConnectionTranslationTest, ::testing::ValuesIn(translationCases),
+                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
 
 TEST(DriverLocatorTest, choosesTheRegisteredFreeTdsDriverElseTheLibrary) {
 #ifndef Q_OS_WIN
-    EXPECT_EQ(
-        qormin::db::DriverLocator::choose({QStringLiteral("PostgreSQL"), QStringLiteral("FreeTDS 1.3")}),
-        QStringLiteral("FreeTDS 1.3"));
-    EXPECT_EQ(qormin::db::DriverLocator::choose({QStringLiteral("PostgreSQL")}),
-              qormin::db::DriverLocator::fallbackLibrary());
+    using qormin::db::DriverLocator;
+    EXPECT_EQ(DriverLocator::choose({QStringLiteral("PostgreSQL"), QStringLiteral("FreeTDS 1.3")}),
+              QStringLiteral("FreeTDS 1.3"));
+    EXPECT_EQ(DriverLocator::choose({QStringLiteral("PostgreSQL")}), DriverLocator::fallbackLibrary());
 #endif
 }
 

@@ -84,38 +84,36 @@ QByteArray typesScenario() {
         .toJson(QJsonDocument::Compact);
 }
 
+// One server and one result for all types: the types arrive side by side in one row.
 class DataTypeTest : public ::testing::TestWithParam<size_t> {
 protected:
+    struct Shared {
+        std::unique_ptr<qormin::test::SimTestServer> server =
+            qormin::test::SimTestServer::fromJson(typesScenario());
+        qormin::test::FakeServerAccessHost host;
+        std::unique_ptr<qormin::db::ServerAccess> access;
+    };
+
     static void SetUpTestSuite() {
-        s_server = SimTestServer::fromJson(typesScenario()).release();
-        ASSERT_TRUE(s_server && s_server->isRunning());
-        s_host = new qormin::test::FakeServerAccessHost;
-        s_host->server[0] = s_server->address();
-        s_access = new qormin::db::ServerAccess(*s_host);
+        s_shared = std::make_unique<Shared>();
+        ASSERT_TRUE(s_shared->server && s_shared->server->isRunning());
+        s_shared->host.server[0] = s_shared->server->address();
+        s_shared->access = std::make_unique<qormin::db::ServerAccess>(s_shared->host);
         QString result;
-        s_access->OpenRecordset(0, QStringLiteral("select every type"), QVariant(), result);
+        s_shared->access->OpenRecordset(0, QStringLiteral("select every type"), QVariant(), result);
         ASSERT_EQ(result, QString());
     }
-    static void TearDownTestSuite() {
-        delete s_access;
-        delete s_host;
-        delete s_server;
-    }
+    static void TearDownTestSuite() { s_shared.reset(); }
 
-    using SimTestServer = qormin::test::SimTestServer;
-    static SimTestServer* s_server;
-    static qormin::test::FakeServerAccessHost* s_host;
-    static qormin::db::ServerAccess* s_access;
+    static std::unique_ptr<Shared> s_shared;
 };
 
-DataTypeTest::SimTestServer* DataTypeTest::s_server = nullptr;
-qormin::test::FakeServerAccessHost* DataTypeTest::s_host = nullptr;
-qormin::db::ServerAccess* DataTypeTest::s_access = nullptr;
+std::unique_ptr<DataTypeTest::Shared> DataTypeTest::s_shared;
 
 TEST_P(DataTypeTest, arrivesTypedInTheResultTableAndItsModel) {
     const size_t index = GetParam();
     const TypeCase& c = typeCases()[index];
-    auto& recordset = s_access->sharedRecordset();
+    auto& recordset = s_shared->access->sharedRecordset();
     ASSERT_TRUE(recordset.isOpen());
     ASSERT_EQ(recordset.RecordCount(), 2);
     const int column = static_cast<int>(index);

@@ -7,6 +7,7 @@
 namespace {
 
 struct TakeTokenCase {
+    const char* name;
     const char* text;
     const char* delimiter;
     const char* token;
@@ -22,14 +23,18 @@ TEST_P(TakeTokenTest, splitsAtFirstDelimiterIgnoringCase) {
     EXPECT_EQ(text, QString::fromUtf8(c.rest));
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Cases, TakeTokenTest,
-    ::testing::Values(TakeTokenCase{" a ,b , c", ",", "a", "b , c"},
-                      TakeTokenCase{"no delimiter  ", ",", "no delimiter", ""},
-                      // Only blanks are trimmed: the line break before GO stays.
-                      TakeTokenCase{"select 1\r\ngo\r\n x", "GO\r\n", "select 1\r\n", " x"},
-                      TakeTokenCase{"LOGO\r\nrest", "GO\r\n", "LO", "rest"},
-                      TakeTokenCase{"\tx \r\n", ";", "\tx \r\n", ""}, TakeTokenCase{"a;;b", ";", "a", ";b"},
-                      TakeTokenCase{"", ",", "", ""}));
+const TakeTokenCase takeTokenCases[] = {
+    {"blanksAroundAreTrimmed", " a ,b , c", ",", "a", "b , c"},
+    {"noDelimiterTakesAll", "no delimiter  ", ",", "no delimiter", ""},
+    // Only blanks are trimmed: the line break before GO stays.
+    {"lineBreakBeforeGoStays", "select 1\r\ngo\r\n x", "GO\r\n", "select 1\r\n", " x"},
+    {"delimiterInsideAWord", "LOGO\r\nrest", "GO\r\n", "LO", "rest"},
+    {"tabsAndLineBreaksAreNotBlanks", "\tx \r\n", ";", "\tx \r\n", ""},
+    {"onlyTheFirstDelimiterGoes", "a;;b", ";", "a", ";b"},
+    {"emptyText", "", ",", "", ""},
+};
+
+INSTANTIATE_TEST_SUITE_P(Cases, TakeTokenTest, ::testing::ValuesIn(takeTokenCases),
+                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
 
 } // namespace
