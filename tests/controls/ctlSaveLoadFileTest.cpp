@@ -73,6 +73,9 @@ const RoundTripCase roundTripCases[] = {
     {"mixedLineEnds", "a..b\r\nc..d\ne..f\rg..h"},
     {"emptyLines", "\r\n\r\na..b\r\n\r\n"},
     {"latin1Bytes", "Patient_data..tbNi\xf1o\r\nCaf\xe9..t\xa0x\r\n"},
+    {"utf8Bytes", "M\xc3\xbcller..tb\r\n"},
+    {"utf8WithByteOrderMark", "\xef\xbb\xbf" "a..b\r\n"},
+    {"cutUtf8Sequence", "ab\xc3"},
     {"emptyFile", ""},
 };
 
