@@ -1,14 +1,11 @@
 #include "OdbcClient.h"
 
 #include <QRegularExpression>
+#include <algorithm>
 
 namespace qormin::test {
 
 namespace {
-
-std::u16string wide(const QString& text) {
-    return text.toStdU16String();
-}
 
 SQLWCHAR* sqlText(std::u16string& text) {
     return reinterpret_cast<SQLWCHAR*>(text.data());
@@ -25,19 +22,38 @@ bool isConnectionLoss(const OdbcClient::Message& message) {
            message.number == 20004 || message.number == 20006;
 }
 
-bool isBinary(SQLSMALLINT type) {
-    return type == SQL_BINARY || type == SQL_VARBINARY || type == SQL_LONGVARBINARY;
+std::vector<OdbcClient::Message> diagnostics(SQLSMALLINT handleType, SQLHANDLE handle) {
+    // The driver puts "[FreeTDS][SQL Server]" before the server's own text.
+    static const QRegularExpression driverPrefix(QStringLiteral(R"(^(\[[^\]]*\])+)"));
+    std::vector<OdbcClient::Message> messages;
+    SQLWCHAR state[6] = {};
+    SQLINTEGER native = 0;
+    SQLWCHAR text[2048] = {};
+    SQLSMALLINT length = 0;
+    for (SQLSMALLINT record = 1;
+         succeeded(SQLGetDiagRecW(handleType, handle, record, state, &native, text, 2048, &length));
+         ++record) {
+        messages.push_back(
+            {QString::fromUtf16(reinterpret_cast<const char16_t*>(state)), static_cast<int>(native),
+             QString::fromUtf16(reinterpret_cast<const char16_t*>(text), length).remove(driverPrefix)});
+    }
+    return messages;
 }
 
 } // namespace
 
 QString OdbcClient::Outcome::messageText(int number) const {
+    const auto found = std::find_if(messages.begin(), messages.end(),
+                                    [number](const Message& message) { return message.number == number; });
+    return found == messages.end() ? QString() : found->text;
+}
+
+QStringList OdbcClient::Outcome::texts() const {
+    QStringList result;
     for (const auto& message : messages) {
-        if (message.number == number) {
-            return message.text;
-        }
+        result.append(message.text);
     }
-    return QString();
+    return result;
 }
 
 OdbcClient::OdbcClient() {
@@ -52,27 +68,8 @@ OdbcClient::~OdbcClient() {
     SQLFreeHandle(SQL_HANDLE_ENV, m_environment);
 }
 
-std::vector<OdbcClient::Message> OdbcClient::diagnostics(SQLSMALLINT handleType, SQLHANDLE handle) {
-    std::vector<Message> messages;
-    for (SQLSMALLINT record = 1;; ++record) {
-        SQLWCHAR state[6] = {};
-        SQLINTEGER native = 0;
-        SQLWCHAR text[2048] = {};
-        SQLSMALLINT length = 0;
-        if (!succeeded(SQLGetDiagRecW(handleType, handle, record, state, &native, text, 2048, &length))) {
-            break;
-        }
-        // The driver puts "[FreeTDS][SQL Server]" before the server's own text.
-        static const QRegularExpression driverPrefix(QStringLiteral(R"(^(\[[^\]]*\])+)"));
-        messages.push_back(
-            {QString::fromUtf16(reinterpret_cast<const char16_t*>(state)), static_cast<int>(native),
-             QString::fromUtf16(reinterpret_cast<const char16_t*>(text), length).remove(driverPrefix)});
-    }
-    return messages;
-}
-
 bool OdbcClient::connect(const QString& connectionString) {
-    std::u16string text = wide(connectionString);
+    std::u16string text = connectionString.toStdU16String();
     SQLSetConnectAttr(m_connection, SQL_ATTR_LOGIN_TIMEOUT, reinterpret_cast<SQLPOINTER>(15), 0);
     const SQLRETURN result = SQLDriverConnectW(m_connection, nullptr, sqlText(text), SQL_NTS, nullptr, 0,
                                                nullptr, SQL_DRIVER_NOPROMPT);
@@ -92,10 +89,6 @@ void OdbcClient::disconnect() {
     }
 }
 
-OdbcClient::Outcome OdbcClient::execute(const QString& sql) {
-    return execute(sql, {});
-}
-
 OdbcClient::Outcome OdbcClient::execute(const QString& sql, const std::vector<Parameter>& parameters) {
     Outcome outcome;
     SQLFreeStmt(m_statement, SQL_CLOSE);
@@ -109,7 +102,7 @@ OdbcClient::Outcome OdbcClient::execute(const QString& sql, const std::vector<Pa
                          const_cast<char*>(parameter.data.constData()), parameter.data.size(),
                          &indicators[i]);
     }
-    std::u16string text = wide(sql);
+    std::u16string text = sql.toStdU16String();
     drain(SQLExecDirectW(m_statement, sqlText(text), SQL_NTS), outcome);
     return outcome;
 }
@@ -117,9 +110,8 @@ OdbcClient::Outcome OdbcClient::execute(const QString& sql, const std::vector<Pa
 OdbcClient::Outcome OdbcClient::executeAndCancel(const QString& sql) {
     Outcome outcome;
     SQLFreeStmt(m_statement, SQL_CLOSE);
-    std::u16string text = wide(sql);
-    const SQLRETURN result = SQLExecDirectW(m_statement, sqlText(text), SQL_NTS);
-    outcome.succeeded = succeeded(result);
+    std::u16string text = sql.toStdU16String();
+    outcome.succeeded = succeeded(SQLExecDirectW(m_statement, sqlText(text), SQL_NTS));
     if (outcome.succeeded && succeeded(SQLFetch(m_statement))) {
         outcome.tables.push_back(Table{{}, {QStringList{readCell(1, SQL_WVARCHAR)}}});
     }
@@ -131,35 +123,26 @@ OdbcClient::Outcome OdbcClient::executeAndCancel(const QString& sql) {
 void OdbcClient::drain(SQLRETURN result, Outcome& outcome) {
     outcome.succeeded = succeeded(result) || result == SQL_NO_DATA;
     while (true) {
-        bool connectionLost = false;
+        bool connectionLost = result == SQL_INVALID_HANDLE;
         for (auto& message : diagnostics(SQL_HANDLE_STMT, m_statement)) {
             connectionLost = connectionLost || isConnectionLoss(message);
             outcome.messages.push_back(std::move(message));
         }
-        if (result == SQL_ERROR) {
-            outcome.succeeded = false;
+        outcome.succeeded = outcome.succeeded && result != SQL_ERROR && !connectionLost;
+        if (connectionLost || !(succeeded(result) || result == SQL_ERROR)) {
+            return;
         }
-        if (connectionLost || result == SQL_INVALID_HANDLE) {
-            outcome.succeeded = false;
-            break;
-        }
-        if (succeeded(result)) {
-            SQLSMALLINT columns = 0;
-            SQLNumResultCols(m_statement, &columns);
-            if (columns > 0) {
-                outcome.tables.push_back(readTable(columns));
-            } else {
-                SQLLEN count = -1;
-                SQLRowCount(m_statement, &count);
-                outcome.rowCounts.push_back(count);
-            }
-        }
-        if (result != SQL_SUCCESS && result != SQL_SUCCESS_WITH_INFO && result != SQL_ERROR) {
-            break;
+        SQLSMALLINT columns = 0;
+        SQLLEN count = -1;
+        if (succeeded(result) && succeeded(SQLNumResultCols(m_statement, &columns)) && columns > 0) {
+            outcome.tables.push_back(readTable(columns));
+        } else if (succeeded(result)) {
+            SQLRowCount(m_statement, &count);
+            outcome.rowCounts.push_back(count);
         }
         result = SQLMoreResults(m_statement);
         if (result == SQL_NO_DATA) {
-            break;
+            return;
         }
     }
 }
@@ -189,27 +172,26 @@ OdbcClient::Table OdbcClient::readTable(SQLSMALLINT columnCount) {
 }
 
 QString OdbcClient::readCell(SQLUSMALLINT column, SQLSMALLINT sqlType) {
+    const bool binary = sqlType == SQL_BINARY || sqlType == SQL_VARBINARY || sqlType == SQL_LONGVARBINARY;
+    // Long values come in pieces; each text piece but the last fills the buffer up to its terminator.
+    const qsizetype pieceSize = binary ? 4096 : 4094;
     QByteArray data;
-    const bool binary = isBinary(sqlType);
-    const SQLSMALLINT target = binary ? SQL_C_BINARY : SQL_C_WCHAR;
     char buffer[4096];
-    while (true) {
-        SQLLEN indicator = 0;
-        const SQLRETURN result = SQLGetData(m_statement, column, target, buffer, sizeof buffer, &indicator);
-        if (result == SQL_NO_DATA || !succeeded(result)) {
+    SQLLEN indicator = 0;
+    SQLRETURN result = SQL_SUCCESS_WITH_INFO;
+    while (result == SQL_SUCCESS_WITH_INFO) {
+        result = SQLGetData(m_statement, column, binary ? SQL_C_BINARY : SQL_C_WCHAR, buffer, sizeof buffer,
+                            &indicator);
+        if (!succeeded(result)) {
             break;
         }
         if (indicator == SQL_NULL_DATA) {
             return QString::fromLatin1(nullText);
         }
-        const qsizetype terminator = binary ? 0 : 2;
-        const qsizetype available = static_cast<qsizetype>(sizeof buffer) - terminator;
-        const bool truncated = result == SQL_SUCCESS_WITH_INFO &&
-                               (indicator == SQL_NO_TOTAL || indicator > static_cast<SQLLEN>(available));
-        data.append(buffer, truncated ? available : static_cast<qsizetype>(indicator));
-        if (!truncated) {
-            break;
-        }
+        const bool piece =
+            result == SQL_SUCCESS_WITH_INFO && (indicator == SQL_NO_TOTAL || indicator > pieceSize);
+        data.append(buffer, piece ? pieceSize : static_cast<qsizetype>(indicator));
+        result = piece ? SQL_SUCCESS_WITH_INFO : SQL_SUCCESS;
     }
     if (binary) {
         return QString::fromLatin1(data.toHex().toUpper());

@@ -1,16 +1,11 @@
 #pragma once
 
-#include <QString>
+#include "QStringPrinter.h"
+
 #include <QStringList>
-#include <ostream>
 #include <sql.h>
 #include <sqlext.h>
 #include <vector>
-
-// Readable QString values in assertion failures.
-inline void PrintTo(const QString& text, std::ostream* stream) {
-    *stream << '"' << text.toStdString() << '"';
-}
 
 namespace qormin::test {
 
@@ -32,6 +27,15 @@ public:
         std::vector<SQLLEN> rowCounts; // one per result without columns
         std::vector<Message> messages;
         QString messageText(int number) const;
+        QStringList texts() const;
+    };
+    struct Parameter {
+        SQLSMALLINT valueType;
+        SQLSMALLINT parameterType;
+        SQLULEN columnSize;
+        SQLSMALLINT decimalDigits;
+        QByteArray data; // the C value's bytes
+        bool isNull = false;
     };
     static constexpr const char* nullText = "<null>";
 
@@ -42,24 +46,12 @@ public:
 
     bool connect(const QString& connectionString);
     void disconnect();
-    Outcome execute(const QString& sql);
     // Sends `sql` with the given parameters bound (SQLBindParameter), then drains the results.
-    struct Parameter {
-        SQLSMALLINT valueType;
-        SQLSMALLINT parameterType;
-        SQLULEN columnSize;
-        SQLSMALLINT decimalDigits;
-        QByteArray data; // the C value's bytes
-        bool isNull = false;
-    };
-    Outcome execute(const QString& sql, const std::vector<Parameter>& parameters);
+    Outcome execute(const QString& sql, const std::vector<Parameter>& parameters = {});
     // Runs `sql` and reads only the first row, then cancels the rest (SQLCancel).
     Outcome executeAndCancel(const QString& sql);
-    SQLHDBC connection() const { return m_connection; }
     SQLHSTMT statement() const { return m_statement; }
     const std::vector<Message>& connectMessages() const { return m_connectMessages; }
-
-    static std::vector<Message> diagnostics(SQLSMALLINT handleType, SQLHANDLE handle);
 
 private:
     void drain(SQLRETURN result, Outcome& outcome);

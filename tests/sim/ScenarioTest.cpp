@@ -2,22 +2,36 @@
 #include "sim/ResultSet.h"
 #include "sim/ScenarioData.h"
 
+#include "CaseName.h"
+
 #include <gtest/gtest.h>
 
 namespace qormin::sim {
 namespace {
+
+using test::caseName;
 
 struct BadScenario {
     const char* json;
     const char* error; // a part the message must contain
 };
 
+void expectRejected(const QByteArray& json, const char* part) {
+    QString error;
+    EXPECT_FALSE(Scenario::fromJson(json, &error));
+    EXPECT_TRUE(error.contains(QString::fromUtf8(part))) << error.toStdString();
+}
+
+// A scenario with one rule answering one column of `type` holding `value` (JSON).
+QByteArray oneValue(const char* type, const char* value) {
+    return QByteArray(R"j({"rules": [{"exact": "a", "response": {"result": {"columns": ["c:)j") + type +
+           R"j("], "rows": [[)j" + value + "]]}}}]}";
+}
+
 class ScenarioErrorTest : public ::testing::TestWithParam<BadScenario> {};
 
 TEST_P(ScenarioErrorTest, mistakeIsReportedWithItsPlace) {
-    QString error;
-    EXPECT_FALSE(Scenario::fromJson(GetParam().json, &error));
-    EXPECT_TRUE(error.contains(QString::fromUtf8(GetParam().error))) << error.toStdString();
+    expectRejected(GetParam().json, GetParam().error);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -32,37 +46,37 @@ INSTANTIATE_TEST_SUITE_P(
                     "rules[0].response.step[0]"},
         BadScenario{R"j({"rules": [{"exact": "a", "response": {"result": {"columns": ["a:integer"]}}}]})j",
                     "columns[0]: unknown type \"integer\""},
-        BadScenario{
-            R"j({"rules": [{"exact": "a", "response": {"result": {"columns": ["a:int"], "rows": [[1, 2]]}}}]})j",
-            "rows[0]: 2 values for 1 columns"},
-        BadScenario{
-            R"j({"rules": [{"exact": "a", "response": {"result": {"columns": ["a:int"], "rows": [["x"]]}}}]})j",
-            "not an integer"},
-        BadScenario{
-            R"j({"rules": [{"exact": "a", "response": {"result": {"columns": ["a:tinyint"], "rows": [[300]]}}}]})j",
-            "out of range"},
-        BadScenario{
-            R"j({"rules": [{"exact": "a", "response": {"result": {"columns": ["a:varbinary(4)"], "rows": [["0x1"]]}}}]})j",
-            "hex"},
-        BadScenario{
-            R"j({"rules": [{"exact": "a", "response": {"result": {"columns": ["a:datetime"], "rows": [["2024-02-30"]]}}}]})j",
-            "not an ISO date"},
-        BadScenario{
-            R"j({"rules": [{"exact": "a", "response": {"result": {"columns": ["a:datetime"], "rows": [["2024-01-31 24:00"]]}}}]})j",
-            "not an ISO date"},
-        BadScenario{
-            R"j({"rules": [{"exact": "a", "response": {"result": {"columns": ["a:datetime"], "rows": [["2024-01-31x"]]}}}]})j",
-            "not an ISO date"},
-        BadScenario{
-            R"j({"rules": [{"exact": "a", "response": {"result": {"columns": ["a:time"], "rows": [["10:2"]]}}}]})j",
-            "not an ISO date"},
-        BadScenario{
-            R"j({"rules": [{"exact": "a", "response": {"result": {"columns": ["a:decimal(5,2)"], "rows": [["1.2.3"]]}}}]})j",
-            "not a decimal number"},
         BadScenario{R"j({"rules": [{"exact": "a", "response": {"error": {"number": 1}}}]})j",
                     "needs a \"text\""},
         BadScenario{R"j({"login": {"password": "x"}})j", "login: \"user\" is required"},
-        BadScenario{R"j({"default": {"progress": {"every": 0}}})j", "between 1 and 100"}));
+        BadScenario{R"j({"default": {"progress": {"every": 0}}})j", "between 1 and 100"}),
+    [](const auto& parameter) { return caseName(parameter.param.error, parameter.index); });
+
+struct BadValue {
+    const char* type;
+    const char* json;
+    const char* error;
+};
+
+class ScenarioBadValueTest : public ::testing::TestWithParam<BadValue> {};
+
+TEST_P(ScenarioBadValueTest, valueThatDoesNotFitItsTypeIsRejected) {
+    expectRejected(oneValue(GetParam().type, GetParam().json), GetParam().error);
+}
+
+INSTANTIATE_TEST_SUITE_P(Values, ScenarioBadValueTest,
+                         ::testing::Values(BadValue{"int", "1, 2", "rows[0]: 2 values for 1 columns"},
+                                           BadValue{"int", "\"x\"", "not an integer"},
+                                           BadValue{"tinyint", "300", "out of range"},
+                                           BadValue{"varbinary(4)", "\"0x1\"", "hex"},
+                                           BadValue{"datetime", "\"2024-02-30\"", "not an ISO date"},
+                                           BadValue{"datetime", "\"2024-01-31 24:00\"", "not an ISO date"},
+                                           BadValue{"datetime", "\"2024-01-31x\"", "not an ISO date"},
+                                           BadValue{"time", "\"10:2\"", "not an ISO date"},
+                                           BadValue{"decimal(5,2)", "\"1.2.3\"", "not a decimal number"}),
+                         [](const auto& parameter) {
+                             return caseName(parameter.param.type, parameter.index);
+                         });
 
 struct ValueCase {
     const char* type;
@@ -73,38 +87,32 @@ struct ValueCase {
 class ScenarioValueTest : public ::testing::TestWithParam<ValueCase> {};
 
 TEST_P(ScenarioValueTest, valuesAreKeptInCanonicalForm) {
-    const QByteArray json =
-        QByteArray(R"j({"rules": [{"exact": "a", "response": {"result": {"columns": ["c:)j") +
-        GetParam().type + R"j("], "rows": [[)j" + GetParam().json + "]]}}}]}";
     QString error;
-    const auto scenario = Scenario::fromJson(json, &error);
+    const auto scenario = Scenario::fromJson(oneValue(GetParam().type, GetParam().json), &error);
     ASSERT_TRUE(scenario) << error.toStdString();
-    const auto& result = *scenario->data().rules.at(0).response.at(0).result;
-    EXPECT_EQ(result.row(0).at(0), GetParam().expected);
+    EXPECT_EQ(scenario->data().rules.at(0).response.at(0).result->row(0).at(0), GetParam().expected);
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Types, ScenarioValueTest,
-    ::testing::Values(ValueCase{"int", "42", QVariant(qint64(42))},
-                      ValueCase{"bigint", "\"9007199254740993\"", QVariant(qint64(9007199254740993LL))},
-                      ValueCase{"decimal(10,2)", "12.5", QVariant(QStringLiteral("12.50"))},
-                      ValueCase{"decimal(10,2)", "\"-0.005\"", QVariant(QStringLiteral("-0.01"))},
-                      ValueCase{"money", "3", QVariant(QStringLiteral("3.0000"))},
-                      ValueCase{"bit", "true", QVariant(true)}, ValueCase{"bit", "0", QVariant(false)},
-                      ValueCase{"datetime", "\"2024-01-31 10:20:30.5\"",
-                                QVariant(QStringLiteral("2024-01-31T10:20:30.500"))},
-                      ValueCase{"date", "\"2024-01-31T23:59:59\"", QVariant(QStringLiteral("2024-01-31"))},
-                      ValueCase{"datetime2(3)", "\"2024-01-31\"",
-                                QVariant(QStringLiteral("2024-01-31T00:00:00.000"))},
-                      ValueCase{"time(2)", "\"10:20:30.129\"", QVariant(QStringLiteral("10:20:30.12"))},
-                      ValueCase{"datetimeoffset(0)", "\"2024-01-31T10:20:30-05:30\"",
-                                QVariant(QStringLiteral("2024-01-31T10:20:30-05:30"))},
-                      ValueCase{"time(0)", "\"7:05\"", QVariant(QStringLiteral("07:05:00"))},
-                      ValueCase{"datetime", "\"2024-01-31T10:20:30Z\"",
-                                QVariant(QStringLiteral("2024-01-31T10:20:30.000"))},
-                      ValueCase{"varbinary(4)", "\"0x01aB\"", QVariant(QByteArray::fromHex("01AB"))},
-                      ValueCase{"nvarchar(10)", "7", QVariant(QStringLiteral("7"))},
-                      ValueCase{"int", "null", QVariant()}));
+    ::testing::Values(
+        ValueCase{"int", "42", qint64(42)},
+        ValueCase{"bigint", "\"9007199254740993\"", qint64(9007199254740993LL)},
+        ValueCase{"decimal(10,2)", "12.5", QStringLiteral("12.50")},
+        ValueCase{"decimal(10,2)", "\"-0.005\"", QStringLiteral("-0.01")},
+        ValueCase{"money", "3", QStringLiteral("3.0000")}, ValueCase{"bit", "true", true},
+        ValueCase{"bit", "0", false},
+        ValueCase{"datetime", "\"2024-01-31 10:20:30.5\"", QStringLiteral("2024-01-31T10:20:30.500")},
+        ValueCase{"date", "\"2024-01-31T23:59:59\"", QStringLiteral("2024-01-31")},
+        ValueCase{"datetime2(3)", "\"2024-01-31\"", QStringLiteral("2024-01-31T00:00:00.000")},
+        ValueCase{"time(2)", "\"10:20:30.129\"", QStringLiteral("10:20:30.12")},
+        ValueCase{"datetimeoffset(0)", "\"2024-01-31T10:20:30-05:30\"",
+                  QStringLiteral("2024-01-31T10:20:30-05:30")},
+        ValueCase{"time(0)", "\"7:05\"", QStringLiteral("07:05:00")},
+        ValueCase{"datetime", "\"2024-01-31T10:20:30Z\"", QStringLiteral("2024-01-31T10:20:30.000")},
+        ValueCase{"varbinary(4)", "\"0x01aB\"", QByteArray::fromHex("01AB")},
+        ValueCase{"nvarchar(10)", "7", QStringLiteral("7")}, ValueCase{"int", "null", QVariant()}),
+    [](const auto& parameter) { return caseName(parameter.param.type, parameter.index); });
 
 struct GeneratorCase {
     const char* column; // a column object with its generator
@@ -128,24 +136,24 @@ TEST_P(GeneratorTest, generatedValueFollowsTheRowNumber) {
 INSTANTIATE_TEST_SUITE_P(
     Kinds, GeneratorTest,
     ::testing::Values(
-        GeneratorCase{R"j({"name": "id", "type": "int"})j", 0, QVariant(qint64(1))},
-        GeneratorCase{R"j({"name": "id", "type": "int"})j", 999, QVariant(qint64(1000))},
+        GeneratorCase{R"j({"name": "id", "type": "int"})j", 0, qint64(1)},
+        GeneratorCase{R"j({"name": "id", "type": "int"})j", 999, qint64(1000)},
         GeneratorCase{R"j({"name": "id", "type": "bigint", "generate": {"start": 100, "step": 5}})j", 2,
-                      QVariant(qint64(110))},
+                      qint64(110)},
         GeneratorCase{R"j({"name": "n", "type": "nvarchar(30)", "generate": {"template": "Patient {n}"}})j",
-                      41, QVariant(QStringLiteral("Patient 42"))},
+                      41, QStringLiteral("Patient 42")},
         GeneratorCase{R"j({"name": "n", "type": "nvarchar(30)", "generate": {"cycle": ["a", "b", "c"]}})j", 4,
-                      QVariant(QStringLiteral("b"))},
+                      QStringLiteral("b")},
         GeneratorCase{R"j({"name": "n", "type": "int", "generate": {"nullEvery": 3}})j", 2, QVariant()},
         GeneratorCase{
             R"j({"name": "d", "type": "datetime", "generate": {"start": "2024-01-30", "step": 1}})j", 2,
-            QVariant(QStringLiteral("2024-02-01T00:00:00.000"))},
+            QStringLiteral("2024-02-01T00:00:00.000")},
         GeneratorCase{R"j({"name": "m", "type": "decimal(9,2)", "generate": {"template": "{n}.25"}})j", 6,
-                      QVariant(QStringLiteral("7.25"))},
-        GeneratorCase{R"j({"name": "b", "type": "varbinary(8)"})j", 254,
-                      QVariant(QByteArray::fromHex("000000FF"))},
+                      QStringLiteral("7.25")},
+        GeneratorCase{R"j({"name": "b", "type": "varbinary(8)"})j", 254, QByteArray::fromHex("000000FF")},
         GeneratorCase{R"j({"name": "c", "type": "nvarchar(5)", "generate": {"value": "same"}})j", 500,
-                      QVariant(QStringLiteral("same"))}));
+                      QStringLiteral("same")}),
+    [](const auto& parameter) { return caseName(parameter.param.column, parameter.index); });
 
 struct DatabaseCase {
     const char* declared; // JSON list
@@ -168,7 +176,10 @@ INSTANTIATE_TEST_SUITE_P(Names, KnownDatabaseTest,
                                            DatabaseCase{"[\"Billing\"]", "MASTER", "master"},
                                            DatabaseCase{"[\"Billing\"]", "msdb", "msdb"},
                                            DatabaseCase{"[\"Billing\"]", "Billing2", ""},
-                                           DatabaseCase{"[]", "Anything", "Anything"}));
+                                           DatabaseCase{"[]", "Anything", "Anything"}),
+                         [](const auto& parameter) {
+                             return caseName(parameter.param.asked, parameter.index);
+                         });
 
 } // namespace
 } // namespace qormin::sim

@@ -1,6 +1,8 @@
+#include "CaseName.h"
 #include "OdbcClient.h"
 #include "SimTestServer.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
 
 namespace qormin::test {
@@ -26,13 +28,17 @@ const QByteArray scenario = R"json({
   ]
 })json";
 
+QString firstCell(const OdbcClient::Outcome& outcome) {
+    return outcome.tables.empty() || outcome.tables[0].rows.empty() ? QString()
+                                                                    : outcome.tables[0].rows[0].at(0);
+}
+
 class SimBatchTest : public ::testing::Test {
 protected:
     void SetUp() override {
         server = SimTestServer::fromJson(scenario);
         ASSERT_TRUE(server && server->isRunning());
-        ASSERT_TRUE(client.connect(server->connectionString(QStringLiteral("sa"), QStringLiteral("demo"))))
-            << client.connectMessages().front().text.toStdString();
+        ASSERT_TRUE(client.connect(server->connectionString(QStringLiteral("sa"), QStringLiteral("demo"))));
     }
 
     std::unique_ptr<SimTestServer> server;
@@ -54,55 +60,48 @@ TEST_F(SimBatchTest, exactRuleAnswersWithItsResultSet) {
     ASSERT_TRUE(outcome.succeeded);
     ASSERT_EQ(outcome.tables.size(), 1u);
     EXPECT_EQ(outcome.tables[0].columns, QStringList{QStringLiteral("name")});
-    ASSERT_EQ(outcome.tables[0].rows.size(), 2u);
-    EXPECT_EQ(outcome.tables[0].rows[1], QStringList{QStringLiteral("Patient_Data")});
+    EXPECT_EQ(outcome.tables[0].rows,
+              (std::vector<QStringList>{{QStringLiteral("Billing")}, {QStringLiteral("Patient_Data")}}));
 }
 
-TEST_F(SimBatchTest, exactRuleNeedsTheTrailingBlank) {
-    const auto outcome =
-        client.execute(QStringLiteral("SELECT name FROM sys.databases where database_id >= 5 order by name"));
-    EXPECT_TRUE(outcome.succeeded);
-    EXPECT_TRUE(outcome.tables.empty()) << "the default response has no rows";
-}
-
-struct RowCountCase {
+struct ReplyCase {
+    const char* name;
     const char* statement;
-    SQLLEN expected; // -1: no count
+    bool succeeded;
+    SQLLEN rowCount; // -1: no count
+    int number;      // the message expected, if text is set
+    const char* text;
 };
 
-class SimRowCountTest : public SimBatchTest, public ::testing::WithParamInterface<RowCountCase> {};
+class SimReplyTest : public SimBatchTest, public ::testing::WithParamInterface<ReplyCase> {};
 
-TEST_P(SimRowCountTest, matchKindsDecideTheRowCount) {
-    const auto outcome = client.execute(QString::fromUtf8(GetParam().statement));
-    ASSERT_TRUE(outcome.succeeded);
-    EXPECT_EQ(outcome.rowCounts.empty() ? -1 : outcome.rowCounts.back(), GetParam().expected);
+TEST_P(SimReplyTest, ruleThatMatchesDecidesTheReply) {
+    const ReplyCase& reply = GetParam();
+    const auto outcome = client.execute(QString::fromUtf8(reply.statement));
+    EXPECT_EQ(outcome.succeeded, reply.succeeded);
+    EXPECT_TRUE(outcome.tables.empty());
+    EXPECT_EQ(outcome.rowCounts.empty() ? -1 : outcome.rowCounts.back(), reply.rowCount);
+    if (reply.text) {
+        EXPECT_EQ(outcome.messageText(reply.number), QString::fromUtf8(reply.text));
+    }
 }
 
-INSTANTIATE_TEST_SUITE_P(MatchKinds, SimRowCountTest,
-                         ::testing::Values(RowCountCase{"update t set a = 1", 7},
-                                           RowCountCase{"UPDATE t SET a = 1", 7},
-                                           RowCountCase{"Exact Case", 1}, RowCountCase{"exact case", -1},
-                                           RowCountCase{"delete from Visits", 2},
-                                           RowCountCase{"DELETE FROM Visits", 2},
-                                           RowCountCase{"delete from Visits where 1 = 1", -1}));
-
-TEST_F(SimBatchTest, regexCapturesAndDatabaseFillTheMessage) {
-    const auto outcome = client.execute(QStringLiteral("delete from Visits"));
-    EXPECT_EQ(outcome.messageText(50001), QStringLiteral("deleting from Visits in master"));
-}
-
-TEST_F(SimBatchTest, errorReachesTheClientWithNumberAndText) {
-    const auto outcome = client.execute(QStringLiteral("select broken"));
-    EXPECT_FALSE(outcome.succeeded);
-    EXPECT_EQ(outcome.messageText(208), QStringLiteral("Invalid object name 'broken'."));
-}
-
-TEST_F(SimBatchTest, informationalMessageLeavesTheStatementSuccessful) {
-    const auto outcome = client.execute(QStringLiteral("print"));
-    EXPECT_TRUE(outcome.succeeded);
-    ASSERT_FALSE(outcome.messages.empty());
-    EXPECT_EQ(outcome.messages.front().text, QStringLiteral("just saying"));
-}
+INSTANTIATE_TEST_SUITE_P(
+    MatchKinds, SimReplyTest,
+    ::testing::Values(ReplyCase{"prefix", "update t set a = 1", true, 7, 0, nullptr},
+                      ReplyCase{"prefixIgnoresCase", "UPDATE t SET a = 1", true, 7, 0, nullptr},
+                      ReplyCase{"caseSensitiveExact", "Exact Case", true, 1, 0, nullptr},
+                      ReplyCase{"caseSensitiveExactOtherCase", "exact case", true, -1, 0, nullptr},
+                      ReplyCase{"exactNeedsTheTrailingBlank",
+                                "SELECT name FROM sys.databases where database_id >= 5 order by name", true,
+                                -1, 0, nullptr},
+                      ReplyCase{"regexCapturesAndDatabaseFillTheMessage", "delete from Visits", true, 2,
+                                50001, "deleting from Visits in master"},
+                      ReplyCase{"regexIgnoresCase", "DELETE FROM Visits", true, 2, 0, nullptr},
+                      ReplyCase{"regexIsAnchored", "delete from Visits where 1 = 1", true, -1, 0, nullptr},
+                      ReplyCase{"error", "select broken", false, -1, 208, "Invalid object name 'broken'."},
+                      ReplyCase{"informationalMessage", "print", true, -1, 0, "just saying"}),
+    [](const ::testing::TestParamInfo<ReplyCase>& parameter) { return std::string(parameter.param.name); });
 
 struct UseCase {
     const char* statement;
@@ -119,19 +118,17 @@ TEST_P(SimUseTest, useSwitchesTheCurrentDatabase) {
     EXPECT_EQ(requests[1].database, QString::fromUtf8(GetParam().database));
 }
 
-INSTANTIATE_TEST_SUITE_P(Spellings, SimUseTest,
-                         ::testing::Values(UseCase{"use Billing", "Billing"},
-                                           UseCase{"USE billing", "Billing"},
-                                           UseCase{"use [Patient_Data]", "Patient_Data"},
-                                           UseCase{"use Billing   ", "Billing"},
-                                           UseCase{"  Use BILLING;", "Billing"}));
+INSTANTIATE_TEST_SUITE_P(
+    Spellings, SimUseTest,
+    ::testing::Values(UseCase{"use Billing", "Billing"}, UseCase{"USE billing", "Billing"},
+                      UseCase{"use [Patient_Data]", "Patient_Data"}, UseCase{"use Billing   ", "Billing"},
+                      UseCase{"  Use BILLING;", "Billing"}),
+    [](const auto& parameter) { return caseName(parameter.param.statement, parameter.index); });
 
 TEST_F(SimBatchTest, ruleWithDatabaseConditionAppliesOnlyThere) {
-    EXPECT_EQ(client.execute(QStringLiteral("select who")).tables.at(0).rows.at(0).at(0),
-              QStringLiteral("elsewhere"));
+    EXPECT_EQ(firstCell(client.execute(QStringLiteral("select who"))), QStringLiteral("elsewhere"));
     client.execute(QStringLiteral("use Billing"));
-    EXPECT_EQ(client.execute(QStringLiteral("select who")).tables.at(0).rows.at(0).at(0),
-              QStringLiteral("billing"));
+    EXPECT_EQ(firstCell(client.execute(QStringLiteral("select who"))), QStringLiteral("billing"));
 }
 
 TEST_F(SimBatchTest, useOfAnUnknownDatabaseFailsAndKeepsTheOldOne) {
@@ -180,11 +177,13 @@ TEST_P(SimLoginTest, refusedLoginGivesTheServerMessage) {
     EXPECT_FALSE(client.connect(server->connectionString(QString::fromUtf8(login.user),
                                                          QString::fromUtf8(login.password),
                                                          QString::fromUtf8(login.database))));
-    bool found = false;
-    for (const auto& message : client.connectMessages()) {
-        found = found || (message.number == login.error && message.text == QString::fromUtf8(login.text));
-    }
-    EXPECT_TRUE(found) << "no message " << login.error << " \"" << login.text << "\"";
+    const auto& messages = client.connectMessages();
+    EXPECT_TRUE(std::any_of(messages.begin(), messages.end(),
+                            [&login](const OdbcClient::Message& message) {
+                                return message.number == login.error &&
+                                       message.text == QString::fromUtf8(login.text);
+                            }))
+        << "no message " << login.error << " \"" << login.text << "\"";
     EXPECT_FALSE(server->transcript().at(0).json.value(QLatin1String("success")).toBool());
 }
 
@@ -195,7 +194,8 @@ INSTANTIATE_TEST_SUITE_P(
                       LoginCase{"sa", "DEMO", "MASTER", 18456, "Login failed for user 'sa'."},
                       LoginCase{
                           "sa", "demo", "Nowhere", 4060,
-                          "Cannot open database \"Nowhere\" requested by the login. The login failed."}));
+                          "Cannot open database \"Nowhere\" requested by the login. The login failed."}),
+    [](const auto& parameter) { return caseName(parameter.param.text, parameter.index); });
 
 TEST(SimLogin, loginWithADeclaredDatabaseStartsThere) {
     auto server = SimTestServer::fromJson(scenario);
@@ -207,15 +207,11 @@ TEST(SimLogin, loginWithADeclaredDatabaseStartsThere) {
     EXPECT_EQ(server->requests().at(0).database, QStringLiteral("Patient_Data"));
 }
 
-TEST(SimLogin, severalConnectionsAreServedAtOnce) {
-    auto server = SimTestServer::fromJson(scenario);
-    ASSERT_TRUE(server);
-    OdbcClient first;
+TEST_F(SimBatchTest, severalConnectionsAreServedAtOnce) {
     OdbcClient second;
-    ASSERT_TRUE(first.connect(server->connectionString(QStringLiteral("sa"), QStringLiteral("demo"))));
     ASSERT_TRUE(second.connect(server->connectionString(QStringLiteral("sa"), QStringLiteral("demo"))));
     second.execute(QStringLiteral("use Billing"));
-    first.execute(QStringLiteral("select who"));
+    client.execute(QStringLiteral("select who"));
     second.execute(QStringLiteral("select who"));
     const auto requests = server->requests();
     ASSERT_EQ(requests.size(), 3u);
