@@ -1,4 +1,5 @@
 #include "dbfiles/BackupFileNames.h"
+#include "QStringPrinter.h"
 
 #include <gtest/gtest.h>
 
@@ -18,13 +19,10 @@ void PrintTo(const DatabaseNameCase& c, std::ostream* out) {
 
 class DatabaseNameTest : public ::testing::TestWithParam<DatabaseNameCase> {};
 
-TEST_P(DatabaseNameTest, databaseIsTheNameBeforeTheFirstDot) {
-    EXPECT_EQ(BackupFileNames::databaseNameFromFile(QString::fromUtf8(GetParam().fileName)),
-              QString::fromUtf8(GetParam().databaseName));
-}
-
-TEST_P(DatabaseNameTest, restoreAllSkipsLogFilesUnlessLogOnly) {
-    const QString databaseName = QString::fromUtf8(GetParam().databaseName);
+TEST_P(DatabaseNameTest, databaseIsTheNameBeforeTheFirstDotAndRestoreAllSkipsLogFilesUnlessLogOnly) {
+    const QString databaseName =
+        BackupFileNames::databaseNameFromFile(QString::fromUtf8(GetParam().fileName));
+    EXPECT_EQ(databaseName, QString::fromUtf8(GetParam().databaseName));
     EXPECT_EQ(BackupFileNames::skippedInAllFilesPass(databaseName, false), GetParam().skippedInFullPass);
     EXPECT_FALSE(BackupFileNames::skippedInAllFilesPass(databaseName, true));
 }
@@ -39,62 +37,37 @@ INSTANTIATE_TEST_SUITE_P(Files, DatabaseNameTest,
 
 struct RenameCase {
     const char* fileName;
-    const char* separator;
-    const char* newName; // nullptr: the file is left alone
+    const char* separator; // nullptr: cut before the fixed year instead
+    const char* newName;   // nullptr: the file is left alone
 };
 
 void PrintTo(const RenameCase& c, std::ostream* out) {
-    *out << c.fileName << " / " << c.separator;
+    *out << c.fileName << " / " << (c.separator == nullptr ? "year" : c.separator);
 }
 
-std::optional<QString> expectedName(const RenameCase& c) {
-    if (c.newName == nullptr) {
-        return std::nullopt;
-    }
-    return QString::fromUtf8(c.newName);
+class RenameTest : public ::testing::TestWithParam<RenameCase> {};
+
+TEST_P(RenameTest, cutsAtTheFirstMatchAndNeverLeavesABareExtension) {
+    const RenameCase& c = GetParam();
+    const QString fileName = QString::fromUtf8(c.fileName);
+    const auto renamed =
+        c.separator == nullptr
+            ? BackupFileNames::withoutDateSuffix(fileName)
+            : BackupFileNames::withoutSeparatorSuffix(fileName, QString::fromUtf8(c.separator));
+    EXPECT_EQ(renamed, c.newName == nullptr ? std::nullopt : std::optional(QString::fromUtf8(c.newName)));
 }
 
-class RenameDirTest : public ::testing::TestWithParam<RenameCase> {};
-
-TEST_P(RenameDirTest, cutsAtFirstSeparatorAndNeverLeavesABareExtension) {
-    const auto& c = GetParam();
-    EXPECT_EQ(BackupFileNames::withoutSeparatorSuffix(QString::fromUtf8(c.fileName),
-                                                      QString::fromUtf8(c.separator)),
-              expectedName(c));
-}
-
-INSTANTIATE_TEST_SUITE_P(Names, RenameDirTest,
+INSTANTIATE_TEST_SUITE_P(Names, RenameTest,
                          ::testing::Values(RenameCase{"Billing_20150301.bak", "_201", "Billing.bak"},
                                            RenameCase{"Lab_2014_20150301.bak", "_201", "Lab.bak"},
                                            RenameCase{"Billing.bak", "_201", nullptr},
                                            RenameCase{"_20150301.bak", "_201", nullptr},
                                            RenameCase{"Billing_20150301.bak", "", nullptr},
-                                           RenameCase{"ab.bak", ".b", nullptr}));
-
-class RenameByDateTest : public ::testing::TestWithParam<RenameCase> {};
-
-TEST_P(RenameByDateTest, cutsBeforeFixedYearAndLeavesOthersAlone) {
-    EXPECT_EQ(BackupFileNames::withoutDateSuffix(QString::fromUtf8(GetParam().fileName)),
-              expectedName(GetParam()));
-}
-
-INSTANTIATE_TEST_SUITE_P(Names, RenameByDateTest,
-                         ::testing::Values(RenameCase{"Billing_20150301.bak", "", "Billing.bak"},
-                                           RenameCase{"Payroll_2015_2015.bak", "", "Payroll.bak"},
-                                           RenameCase{"Billing_20160301.bak", "", nullptr},
-                                           RenameCase{"Billing.bak", "", nullptr},
-                                           RenameCase{"_20150301.bak", "", nullptr}));
-
-TEST(BackupFolderTest, missingTrailingBackslashIsAdded) {
-    EXPECT_EQ(BackupFileNames::withTrailingBackslash(R"(d:\qormin\db\bak)"),
-              QStringLiteral(R"(d:\qormin\db\bak\)"));
-    EXPECT_EQ(BackupFileNames::withTrailingBackslash(R"(d:\qormin\db\bak\)"),
-              QStringLiteral(R"(d:\qormin\db\bak\)"));
-}
-
-TEST(BackupFolderTest, serverBackupPathIsInTheBackupShare) {
-    EXPECT_EQ(BackupFileNames::serverBackupPath("SQL01", "Billing.bak"),
-              QStringLiteral(R"(\\SQL01\backup\Billing.bak)"));
-}
+                                           RenameCase{"ab.bak", ".b", nullptr},
+                                           RenameCase{"Billing_20150301.bak", nullptr, "Billing.bak"},
+                                           RenameCase{"Payroll_2015_2015.bak", nullptr, "Payroll.bak"},
+                                           RenameCase{"Billing_20160301.bak", nullptr, nullptr},
+                                           RenameCase{"Billing.bak", nullptr, nullptr},
+                                           RenameCase{"_20150301.bak", nullptr, nullptr}));
 
 } // namespace

@@ -62,32 +62,23 @@ INSTANTIATE_TEST_SUITE_P(
                    {}}),
     [](const auto& test) { return std::string(test.param.name); });
 
-// Statements of cmdFullRecovery per database, header row included.
-QStringList fullRecovery(const QStringList& databases) {
+// One statement per database, header row included; %1 is the database.
+QStringList perDatabase(const char* pattern, const QStringList& databases) {
     QStringList texts;
     for (const QString& database : databases)
-        texts.append(QStringLiteral("ALTER DATABASE ") + database + QStringLiteral("  SET RECOVERY FULL "));
+        texts.append(QString::fromUtf8(pattern).arg(database));
     return texts;
 }
 
-QStringList simpleRecovery(const QStringList& databases) {
-    QStringList texts;
-    for (const QString& database : databases)
-        texts.append(QStringLiteral("ALTER DATABASE ") + database + QStringLiteral(" SET RECOVERY SIMPLE"));
-    return texts;
-}
+const char* const fullRecovery = "ALTER DATABASE %1  SET RECOVERY FULL ";
+const char* const simpleRecovery = "ALTER DATABASE %1 SET RECOVERY SIMPLE";
+const char* const logBackup = "BACKUP Log  %1 TO DISK = 'p:\\backup\\MIR\\%1_log.BAK'   WITH FORMAT";
 
 using BackupAllDatabasesTest = DatabaseFileFixture;
 
 TEST_F(BackupAllDatabasesTest, passStartsWithTheHeaderRowAndWalksEveryRow) {
     run(QStringLiteral("set chkALL 1\nset chkLogOnly 1\nclick cmdBackup(1)\n"));
-    const QStringList expected{
-        QStringLiteral("BACKUP Log  name TO DISK = 'p:\\backup\\MIR\\name_log.BAK'   WITH FORMAT"),
-        QStringLiteral("BACKUP Log  Billing TO DISK = 'p:\\backup\\MIR\\Billing_log.BAK'   WITH FORMAT"),
-        QStringLiteral(
-            "BACKUP Log  Patient_Data TO DISK = 'p:\\backup\\MIR\\Patient_Data_log.BAK'   WITH FORMAT"),
-        QStringLiteral("BACKUP Log  Station TO DISK = 'p:\\backup\\MIR\\Station_log.BAK'   WITH FORMAT")};
-    EXPECT_EQ(statements(1), expected);
+    EXPECT_EQ(statements(1), perDatabase(logBackup, {"name", "Billing", "Patient_Data", "Station"}));
     EXPECT_TRUE(statements(0).isEmpty());
     EXPECT_EQ(window().txtDB()->text(), QStringLiteral("Station"));
 }
@@ -126,13 +117,13 @@ TEST_P(InterruptedPassTest, endsAfterTheCurrentDatabaseOnlyWhenThatBoxEndsThisPa
 INSTANTIATE_TEST_SUITE_P(
     Boxes, InterruptedPassTest,
     testing::Values(InterruptCase{"clearingAllEndsFullRecovery", "cmdFullRecovery(1)", "chkALL", false,
-                                  fullRecovery({"name", "Billing", "Patient_Data"})},
+                                  perDatabase(fullRecovery, {"name", "Billing", "Patient_Data"})},
                     InterruptCase{"stopDoesNotEndFullRecovery", "cmdFullRecovery(1)", "chkStop", true,
-                                  fullRecovery({"name", "Billing", "Patient_Data", "Station"})},
+                                  perDatabase(fullRecovery, {"name", "Billing", "Patient_Data", "Station"})},
                     InterruptCase{"stopEndsMakeSimple", "cmdMakeSimple", "chkStop", true,
-                                  simpleRecovery({"name", "Billing", "Patient_Data"})},
+                                  perDatabase(simpleRecovery, {"name", "Billing", "Patient_Data"})},
                     InterruptCase{"clearingAllEndsMakeSimple", "cmdMakeSimple", "chkALL", false,
-                                  simpleRecovery({"name", "Billing", "Patient_Data"})}),
+                                  perDatabase(simpleRecovery, {"name", "Billing", "Patient_Data"})}),
     [](const auto& test) { return std::string(test.param.name); });
 
 TEST_F(BackupAllDatabasesTest, clearingAllEndsABackupPassAfterBothBackupsOfTheCurrentDatabase) {

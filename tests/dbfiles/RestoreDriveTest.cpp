@@ -59,15 +59,11 @@ INSTANTIATE_TEST_SUITE_P(Positions, ContainsTextTest,
                                            ContainsCase{"BILLING", "Payroll", 0},
                                            ContainsCase{"", "ACCT", 0}));
 
-TEST(GetRestoreDriveTest, upperCasesTheCallersNameAndReturnsTheBoxText) {
-    const QStringList boxes = {"F", "C", "O", "G", "D", "P"};
+TEST(GetRestoreDriveTest, upperCasesTheCallersNameAndReadsAMissingBoxAsEmpty) {
     QString name = QStringLiteral("NurseStation");
-    EXPECT_EQ(RestoreDrive::GetRestoreDrive(name, 1, boxes), QStringLiteral("D"));
+    EXPECT_EQ(RestoreDrive::GetRestoreDrive(name, 1, {"F", "C", "O", "G", "D", "P"}), QStringLiteral("D"));
     EXPECT_EQ(name, QStringLiteral("NURSESTATION"));
-}
-
-TEST(GetRestoreDriveTest, missingBoxReadsEmpty) {
-    QString name = QStringLiteral("Patient_Data");
+    name = QStringLiteral("Patient_Data");
     EXPECT_EQ(RestoreDrive::GetRestoreDrive(name, 1, {"F", "C", "O"}), QString());
 }
 
