@@ -1,9 +1,6 @@
 #include "QStringPrinter.h"
 #include "WindowHarness.h"
 
-#include "controls/FlexGrid.h"
-#include "db/ResultTable.h"
-
 #include <QCheckBox>
 #include <QLineEdit>
 #include <QVBoxLayout>
@@ -33,31 +30,6 @@ TEST(BatchModeTest, setFiresTheChangeHandlerAndPrintShowsTheText) {
     EXPECT_TRUE(harness.window().chkALL()->isChecked());
     EXPECT_EQ(harness.settings().getSetting(QStringLiteral("MIR"), QStringLiteral("txtServer1")),
               QStringLiteral("a\tb"));
-}
-
-TEST(BatchModeTest, printOfAGridGivesTabSeparatedRowsWithTheHeaderFirst) {
-    WindowHarness harness;
-    harness.load();
-    auto table = std::make_shared<qormin::db::ResultTable>();
-    table->columns = {{QStringLiteral("TableName"), 0, 0, 0, true},
-                      {QStringLiteral("RowCounts"), 0, 0, 0, true}};
-    table->rows = {{QStringLiteral("tbPatient"), qlonglong(5)}};
-    harness.window().Grid2()->bind(table);
-    const auto result = harness.runBatch(QStringLiteral("print Grid2\n"));
-    EXPECT_EQ(result.output, QStringLiteral("TableName\tRowCounts\ntbPatient\t5\n"));
-}
-
-TEST(BatchModeTest, gridClickOnTheHeaderRowPutsTheColumnNameIntoTxtDB) {
-    WindowHarness harness;
-    harness.load();
-    auto table = std::make_shared<qormin::db::ResultTable>();
-    table->columns = {{QStringLiteral("name"), 0, 0, 0, true}};
-    table->rows = {{QStringLiteral("Billing")}, {QStringLiteral("Station")}};
-    harness.window().GridDB(1)->bind(table);
-    ASSERT_EQ(harness.runBatch(QStringLiteral("select GridDB(1) 2\n")).exitCode, 0);
-    EXPECT_EQ(harness.window().txtDB()->text(), QStringLiteral("Station"));
-    ASSERT_EQ(harness.runBatch(QStringLiteral("select GridDB(1) 0\n")).exitCode, 0);
-    EXPECT_EQ(harness.window().txtDB()->text(), QStringLiteral("name"));
 }
 
 TEST(BatchModeTest, messageBoxIsPrintedWithTheAnswerUsed) {
@@ -115,8 +87,6 @@ TEST_P(BatchFailureTest, stopsAtTheLineAndNamesIt) {
 
 const FailureCase failureCases[] = {
     {"unknownControl", "click cmdBackup(7)", 2, "unknown control \"cmdBackup(7)\""},
-    {"unknownCommand", "push cmdConnect(0)", 2, "unknown command \"push\""},
-    {"unescapedBackslash", "set txtBackupDrive p:\\backup", 2, "unknown escape \\b"},
     {"checkBoxValue", "set chkALL yes", 2, "0 or 1"},
     {"clickOnALabel", "click lblcount", 2, "is not a button"},
     {"clickDisabledButton", "click cmdCancelStatement", 2, "is disabled"},

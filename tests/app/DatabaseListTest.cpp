@@ -1,10 +1,10 @@
 #include "QStringPrinter.h"
+#include "SimTestServer.h"
 #include "WindowHarness.h"
 
 #include "controls/FlexGrid.h"
 #include "db/LogBuffer.h"
 #include "db/ServerAccess.h"
-#include "sim/SimServer.h"
 
 #include <QLabel>
 #include <QLineEdit>
@@ -12,6 +12,7 @@
 
 namespace {
 
+using qormin::test::SimTestServer;
 using qormin::test::WindowHarness;
 
 const char* const hospitalScenario = R"json({
@@ -20,10 +21,7 @@ const char* const hospitalScenario = R"json({
   "rules": [
     {"exact": "SELECT name FROM sys.databases where database_id >= 5 order by name ",
      "response": {"result": {"columns": ["name:nvarchar(128)"],
-                             "rows": [["Billing"], ["Patient_Data"], ["Station"]]
-}
-}
-},
+                             "rows": [["Billing"], ["Patient_Data"], ["Station"]]}}},
     {"prefix": " SELECT     t.NAME AS TableName,", "database": "Billing",
      "response": {"result": {"columns": ["TableName:nvarchar(128)", "SchemaName:nvarchar(128)", "RowCounts:bigint",
                                          "TotalSpaceKB:bigint", "UsedSpaceKB:bigint", "UnusedSpaceKB:bigint"],
@@ -34,55 +32,26 @@ const char* const hospitalScenario = R"json({
   ]
 })json";
 
-class SimulatedServer {
-public:
-    SimulatedServer() {
-        QString error;
-        auto scenario = qormin::sim::Scenario::fromJson(QByteArray(hospitalScenario), &error);
-        EXPECT_TRUE(scenario.has_value()) << error.toStdString();
-        m_server = std::make_unique<qormin::sim::SimServer>(std::move(*scenario));
-        EXPECT_TRUE(m_server->start(0, &error)) << error.toStdString();
-    }
-    QString address() const { return m_server->address(); }
-    QStringList batches() const {
-        QStringList texts;
-        for (const auto& entry : m_server->transcript()) {
-            if (entry.kind == QStringLiteral("batch"))
-                texts.append(entry.text);
-        }
-        return texts;
-    }
-    int logins() const {
-        int count = 0;
-        for (const auto& entry : m_server->transcript())
-            count += entry.kind == QStringLiteral("login") ? 1 : 0;
-        return count;
-    }
-
-private:
-    std::unique_ptr<qormin::sim::SimServer> m_server;
-};
-
-void storeSide(WindowHarness& harness, int side, const QString& server, const QString& password) {
-    const QString index = QString::number(side);
-    harness.settings().saveSetting(QStringLiteral("MIR"), QStringLiteral("txtServer") + index, server);
-    harness.settings().saveSetting(QStringLiteral("MIR"), QStringLiteral("DB") + index, password);
+std::unique_ptr<SimTestServer> startServer() {
+    auto server = SimTestServer::fromJson(QByteArray(hospitalScenario));
+    EXPECT_TRUE(server && server->isRunning());
+    return server;
 }
 
 const QString databaseList =
     QStringLiteral("SELECT name FROM sys.databases where database_id >= 5 order by name ");
 
 TEST(DatabaseListTest, startUpConnectsOnlyTheSideWithAStoredPassword) {
-    SimulatedServer server;
+    const auto server = startServer();
     WindowHarness harness;
-    storeSide(harness, 0, server.address(), QString());
-    storeSide(harness, 1, server.address(), QStringLiteral("secret"));
+    harness.storeConnection(0, server->address(), QString());
+    harness.storeConnection(1, server->address(), QStringLiteral("secret"));
     harness.load();
     auto& window = harness.window();
     EXPECT_FALSE(window.serverAccess().IsConnected(0));
     EXPECT_TRUE(window.serverAccess().IsConnected(1));
-    EXPECT_EQ(server.logins(), 1);
-    EXPECT_EQ(server.batches().count(databaseList), 1);
+    EXPECT_EQ(server->server().connectionCount(), 1);
+    EXPECT_EQ(server->statements().count(databaseList), 1);
     EXPECT_EQ(window.GridDB(0)->Rows(), 0);
     EXPECT_EQ(window.lblDBCount(0)->text(), QString());
     EXPECT_EQ(window.GridDB(1)->TextMatrix(3, 0), QStringLiteral("Station"));
@@ -90,28 +59,30 @@ TEST(DatabaseListTest, startUpConnectsOnlyTheSideWithAStoredPassword) {
 }
 
 TEST(DatabaseListTest, countIncludesTheHeaderRowAndClickPicksTheDatabase) {
-    SimulatedServer server;
+    const auto server = startServer();
     WindowHarness harness;
-    storeSide(harness, 0, server.address(), QStringLiteral("secret"));
+    harness.storeConnection(0, server->address(), QStringLiteral("secret"));
     harness.load();
     auto& window = harness.window();
     EXPECT_EQ(window.lblDBCount(0)->text(), QStringLiteral("4"));
     EXPECT_EQ(window.GridDB(0)->TextMatrix(0, 0), QStringLiteral("name"));
     EXPECT_EQ(window.GridDB(0)->ColWidth(0), 3000);
     const auto result =
-        harness.runBatch(QStringLiteral("select GridDB(0) 2\nprint txtDB\nprint GridDB(0)\n"));
+        harness.runBatch(QStringLiteral("select GridDB(0) 2\nprint txtDB\nselect GridDB(0) 0\nprint txtDB\n"
+                                        "print GridDB(0)\n"));
     EXPECT_EQ(result.exitCode, 0) << result.errors.toStdString();
-    EXPECT_EQ(result.output, QStringLiteral("Patient_Data\nname\nBilling\nPatient_Data\nStation\n"));
+    // A click on the header row picks the column's name.
+    EXPECT_EQ(result.output, QStringLiteral("Patient_Data\nname\nname\nBilling\nPatient_Data\nStation\n"));
 }
 
 // The table list of a database picked in the right grid comes from the left server, whose
 // connection then stays in that database.
 TEST(DatabaseListTest, rightGridDoubleClickListsTablesThroughTheLeftServer) {
-    SimulatedServer left;
-    SimulatedServer right;
+    const auto left = startServer();
+    const auto right = startServer();
     WindowHarness harness;
-    storeSide(harness, 0, left.address(), QStringLiteral("secret"));
-    storeSide(harness, 1, right.address(), QStringLiteral("secret"));
+    harness.storeConnection(0, left->address(), QStringLiteral("secret"));
+    harness.storeConnection(1, right->address(), QStringLiteral("secret"));
     harness.load();
     const auto result = harness.runBatch(QStringLiteral("dblclick GridDB(1) 1\n"
                                                         "print lblcount\n"
@@ -123,7 +94,7 @@ TEST(DatabaseListTest, rightGridDoubleClickListsTablesThroughTheLeftServer) {
     EXPECT_EQ(window.Grid2()->TextMatrix(0, 0), QStringLiteral("TableName"));
     EXPECT_EQ(window.Grid2()->TextMatrix(1, 0), QStringLiteral("tbBillDailyBill"));
     EXPECT_EQ(window.Grid2()->ColWidth(0), 2300);
-    const QStringList leftBatches = left.batches();
+    const QStringList leftBatches = left->statements();
     ASSERT_GE(leftBatches.size(), 4);
     EXPECT_EQ(leftBatches.mid(leftBatches.size() - 3, 1), QStringList{QStringLiteral("use Billing")});
     EXPECT_TRUE(leftBatches.at(leftBatches.size() - 2)
@@ -131,14 +102,14 @@ TEST(DatabaseListTest, rightGridDoubleClickListsTablesThroughTheLeftServer) {
     EXPECT_EQ(leftBatches.last(),
               QStringLiteral("SELECT CONVERT(bigint, rows) as RCNT from sysindexes WHERE id = "
                              "OBJECT_ID('tbCashAssessment') AND indid < 2"));
-    EXPECT_EQ(right.batches(), QStringList{databaseList});
+    EXPECT_EQ(right->statements(), QStringList{databaseList});
     EXPECT_TRUE(window.serverAccess().log().text().startsWith(QStringLiteral("ROWS: 500\r\n")));
 }
 
 TEST(DatabaseListTest, failedLoginShowsTheServersMessageAndStartUpGoesOn) {
-    SimulatedServer server;
+    const auto server = startServer();
     WindowHarness harness;
-    storeSide(harness, 0, server.address(), QStringLiteral("wrong"));
+    harness.storeConnection(0, server->address(), QStringLiteral("wrong"));
     harness.load();
     EXPECT_EQ(harness.output(), QStringLiteral("MSGBOX: Login failed for user 'sa'. -> ok\n"));
     EXPECT_FALSE(harness.window().serverAccess().IsConnected(0));
@@ -147,9 +118,9 @@ TEST(DatabaseListTest, failedLoginShowsTheServersMessageAndStartUpGoesOn) {
 }
 
 TEST(DatabaseListTest, connectButtonReconnectsWithTheCurrentTexts) {
-    SimulatedServer server;
+    const auto server = startServer();
     WindowHarness harness;
-    storeSide(harness, 0, server.address(), QStringLiteral("wrong"));
+    harness.storeConnection(0, server->address(), QStringLiteral("wrong"));
     harness.load();
     const auto result = harness.runBatch(QStringLiteral("set txtPW(0) secret\n"
                                                         "click cmdConnect(0)\n"

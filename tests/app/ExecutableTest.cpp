@@ -1,23 +1,13 @@
 #include "QStringPrinter.h"
+#include "SimTestServer.h"
 
-#include "sim/SimServer.h"
-
+#include <QDir>
+#include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 namespace {
-
-const char* const scenario = R"json({
-  "login": {"user": "sa", "password": "secret"},
-  "rules": [
-    {"exact": "SELECT name FROM sys.databases where database_id >= 5 order by name ",
-     "response": {"result": {"columns": ["name:nvarchar(128)"], "rows": [["Billing"], ["Station"]]
-}
-}
-}
-  ]
-  })json";
 
 struct Finished {
     int exitCode = -1;
@@ -36,29 +26,53 @@ Finished runTool(const QStringList& arguments, const QByteArray& input) {
             QString::fromUtf8(process.readAllStandardError())};
 }
 
+QByteArray readFile(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
+}
+
+// One run of the real program: settings and data folder from the command line, a server
+// reached from typed texts, a panel saved into the data folder, and a faulty line ending it.
 TEST(ExecutableTest, batchFromStandardInputDrivesTheRealProgram) {
-    QString error;
-    auto parsed = qormin::sim::Scenario::fromJson(QByteArray(scenario), &error);
-    ASSERT_TRUE(parsed) << error.toStdString();
-    qormin::sim::SimServer server(std::move(*parsed));
-    ASSERT_TRUE(server.start(0, &error)) << error.toStdString();
-    QTemporaryDir folder;
-    const QString settings = folder.filePath(QStringLiteral("settings.ini"));
-    const QByteArray commands = QStringLiteral("set txtServer(0) %1\n"
-                                               "set txtPW(0) secret\n"
-                                               "click cmdRefreshDB(0)\n"
-                                               "print lblDBCount(0)\n"
-                                               "print GridDB(0)\n"
-                                               "click cmdBackup(9)\n"
-                                               "print txtDB\n")
-                                    .arg(server.address())
-                                    .toUtf8();
-    const Finished run = runTool(
-        {QStringLiteral("--settings"), settings, QStringLiteral("--batch"), QStringLiteral("-")}, commands);
+    const auto server = qormin::test::SimTestServer::fromJson(R"json({
+      "login": {"user": "sa", "password": "secret"},
+      "rules": [{"exact": "SELECT name FROM sys.databases where database_id >= 5 order by name ",
+                 "response": {"result": {"columns": ["name:nvarchar(128)"], "rows": [["Billing"], ["Station"]]}}}]
+    })json");
+    ASSERT_TRUE(server && server->isRunning());
+    QTemporaryDir root;
+    const QString data = root.filePath(QStringLiteral("data"));
+    ASSERT_TRUE(QDir().mkpath(data));
+    const QString list = QDir(data).filePath(QStringLiteral("ExcludedTables.txt"));
+    QFile file(list);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write("Lab..tbResults\r\n");
+    file.close();
+    const QByteArray commands =
+        QStringLiteral("set txtServer(0) %1\n"
+                       "set txtPW(0) secret\n"
+                       "click cmdRefreshDB(0)\n"
+                       "print lblDBCount(0)\n"
+                       "print GridDB(0)\n"
+                       "click cmdInit\n"
+                       "print ctlExclue.lblFile\n"
+                       "print ctlExclue.txtFileVal\n"
+                       "set ctlExclue.txtFileVal Lab..tbResults\\r\\nBilling..tbAudit\\r\\n\n"
+                       "click ctlExclue.cmdSaveFile\n"
+                       "click cmdBackup(9)\n"
+                       "print txtDB\n")
+            .arg(server->address())
+            .toUtf8();
+    const Finished run =
+        runTool({QStringLiteral("--settings"), root.filePath(QStringLiteral("settings.ini")),
+                 QStringLiteral("--data-dir"), data, QStringLiteral("--batch"), QStringLiteral("-")},
+                commands);
     EXPECT_EQ(run.exitCode, 2);
-    EXPECT_EQ(run.output, QStringLiteral("3\nname\nBilling\nStation\n"));
-    EXPECT_TRUE(run.errors.contains(QStringLiteral("batch line 6: unknown control \"cmdBackup(9)\"")))
+    EXPECT_EQ(run.output,
+              QStringLiteral("3\nname\nBilling\nStation\nExcludedTables.txt\nLab..tbResults\\r\\n\n"));
+    EXPECT_TRUE(run.errors.contains(QStringLiteral("batch line 11: unknown control \"cmdBackup(9)\"")))
         << run.errors.toStdString();
+    EXPECT_EQ(readFile(list), QByteArray("Lab..tbResults\r\nBilling..tbAudit\r\n"));
 }
 
 TEST(ExecutableTest, missingBatchFileIsReportedWithStatusTwo) {

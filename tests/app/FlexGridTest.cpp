@@ -22,28 +22,7 @@ std::shared_ptr<const ResultTable> databases() {
     return table;
 }
 
-struct CellCase {
-    int row;
-    int column;
-    const char* text;
-};
-
-class BoundGridCellTest : public testing::TestWithParam<CellCase> {};
-
-// Row 0 is the header row, as loops that start at row 0 expect to see it.
-TEST_P(BoundGridCellTest, textMatrixNumbersHeaderRowZero) {
-    FlexGrid grid;
-    grid.bind(databases());
-    const CellCase& c = GetParam();
-    EXPECT_EQ(grid.TextMatrix(c.row, c.column), QString::fromUtf8(c.text));
-}
-
-INSTANTIATE_TEST_SUITE_P(Cells, BoundGridCellTest,
-                         testing::Values(CellCase{0, 0, "name"}, CellCase{0, 1, "size_kb"},
-                                         CellCase{1, 0, "Billing"}, CellCase{1, 1, "2048"},
-                                         CellCase{2, 1, ""}, CellCase{3, 0, "Station"}, CellCase{4, 0, ""},
-                                         CellCase{-1, 0, ""}, CellCase{1, 2, ""}));
-
+// Row 0 is the header row, as loops that start at row 0 expect to see it; cells outside read empty.
 TEST(FlexGridTest, boundGridCountsHeaderRowAndStartsOnFirstDataRow) {
     FlexGrid grid;
     EXPECT_EQ(grid.Rows(), 0);
@@ -51,8 +30,14 @@ TEST(FlexGridTest, boundGridCountsHeaderRowAndStartsOnFirstDataRow) {
     EXPECT_EQ(grid.Rows(), 4);
     EXPECT_EQ(grid.Cols(), 2);
     EXPECT_EQ(grid.Row(), 1);
-    EXPECT_EQ(grid.model()->rowCount(), 3);
-    EXPECT_EQ(grid.model()->headerData(0, Qt::Horizontal).toString(), QStringLiteral("name"));
+    EXPECT_EQ(grid.toText(), QStringLiteral("name\tsize_kb\nBilling\t2048\nPatient_Data\t\nStation\t12"));
+    EXPECT_EQ(grid.TextMatrix(0, 1), QStringLiteral("size_kb"));
+    EXPECT_EQ(grid.TextMatrix(3, 0), QStringLiteral("Station"));
+    for (const auto& [row, column] : {std::pair{4, 0}, std::pair{-1, 0}, std::pair{1, 2}})
+        EXPECT_EQ(grid.TextMatrix(row, column), QString()) << row << "," << column;
+    // A closed recordset leaves the grid as it was.
+    EXPECT_FALSE(grid.bind(nullptr));
+    EXPECT_EQ(grid.TextMatrix(1, 0), QStringLiteral("Billing"));
 }
 
 TEST(FlexGridTest, emptyResultLeavesOnlyTheHeaderRow) {
@@ -62,14 +47,6 @@ TEST(FlexGridTest, emptyResultLeavesOnlyTheHeaderRow) {
     grid.bind(table);
     EXPECT_EQ(grid.Rows(), 1);
     EXPECT_EQ(grid.Row(), 0);
-}
-
-TEST(FlexGridTest, closedRecordSetLeavesGridAsItWas) {
-    FlexGrid grid;
-    grid.bind(databases());
-    EXPECT_FALSE(grid.bind(nullptr));
-    EXPECT_EQ(grid.Rows(), 4);
-    EXPECT_EQ(grid.TextMatrix(1, 0), QStringLiteral("Billing"));
 }
 
 TEST(FlexGridTest, changingACellKeepsTheBoundResultUntouched) {
@@ -141,12 +118,6 @@ TEST(FlexGridTest, mouseClickMakesTheRowCurrentThenRaisesClick) {
     EXPECT_EQ(doubleClicks.count(), 1);
     EXPECT_EQ(grid.Row(), 1);
     EXPECT_EQ(grid.Col(), 1);
-}
-
-TEST(FlexGridTest, textJoinsCellsWithTabsAndRowsWithLineFeeds) {
-    FlexGrid grid;
-    grid.bind(databases());
-    EXPECT_EQ(grid.toText(), QStringLiteral("name\tsize_kb\nBilling\t2048\nPatient_Data\t\nStation\t12"));
 }
 
 } // namespace

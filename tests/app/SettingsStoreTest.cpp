@@ -46,18 +46,13 @@ TEST_F(SettingsStoreTest, existingWorldReadableFileIsMadePrivate) {
     EXPECT_EQ(store->getSetting(QStringLiteral("MIR"), QStringLiteral("DB0")), QStringLiteral("secret"));
 }
 
-TEST_F(SettingsStoreTest, missingKeyGivesTheDefault) {
+TEST_F(SettingsStoreTest, missingKeyGivesTheDefaultButASavedEmptyValueDoesNot) {
     auto store = SettingsStore::openFile(path());
-    EXPECT_EQ(store->getSetting(QStringLiteral("MAIN"), QStringLiteral("txtUserID0"), QStringLiteral("sa")),
-              QStringLiteral("sa"));
-    EXPECT_EQ(store->getSetting(QStringLiteral("MAIN"), QStringLiteral("txtUserID0")), QString());
-}
-
-TEST_F(SettingsStoreTest, savedEmptyValueIsNotTheDefault) {
-    auto store = SettingsStore::openFile(path());
-    store->saveSetting(QStringLiteral("MAIN"), QStringLiteral("txtUserID0"), QString());
-    EXPECT_EQ(store->getSetting(QStringLiteral("MAIN"), QStringLiteral("txtUserID0"), QStringLiteral("sa")),
-              QString());
+    const QString section = QStringLiteral("MAIN");
+    const QString key = QStringLiteral("txtUserID0");
+    EXPECT_EQ(store->getSetting(section, key, QStringLiteral("sa")), QStringLiteral("sa"));
+    store->saveSetting(section, key, QString());
+    EXPECT_EQ(store->getSetting(section, key, QStringLiteral("sa")), QString());
 }
 
 class SettingsValueRoundTripTest : public testing::TestWithParam<const char*> {};

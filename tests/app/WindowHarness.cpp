@@ -48,6 +48,12 @@ void WindowHarness::load() {
     m_window->Form_Load();
 }
 
+void WindowHarness::storeConnection(int side, const QString& server, const QString& password) {
+    const QString index = QString::number(side);
+    m_settings->saveSetting(QStringLiteral("MIR"), QStringLiteral("txtServer") + index, server);
+    m_settings->saveSetting(QStringLiteral("MIR"), QStringLiteral("DB") + index, password);
+}
+
 void WindowHarness::restart() {
     m_window.reset();
     m_settings = app::SettingsStore::openFile(settingsFile());

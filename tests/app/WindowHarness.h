@@ -45,6 +45,8 @@ public:
     RecordingShellService& shell() { return m_shell; }
 
     void load(); // Form_Load
+    // The server and password a side finds in the settings at start-up.
+    void storeConnection(int side, const QString& server, const QString& password);
     void restart();
     BatchResult runBatch(const QString& script);
 
