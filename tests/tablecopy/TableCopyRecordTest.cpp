@@ -13,10 +13,7 @@ const QByteArray recordScenario = R"json({
   "login": {"user": "sa", "password": "demo"},
   "rules": [
     {"exact": "SELECT * FROM Billing..tbRows",
-     "response": {"result": {"columns": ["id:int", "name:nvarchar(20)"], "generate": 250
-}
-}
-},
+     "response": {"result": {"columns": ["id:int", "name:nvarchar(20)"], "generate": 250}}},
     {"exact": "SELECT TOP 1 * FROM Billing2..tbRows",
      "response": {"result": {"columns": ["id:int", "name:nvarchar(20)"], "generate": 1}}},
     {"exact": "SELECT TOP 1 * FROM Billing..tbRows_NEW2",
@@ -47,9 +44,8 @@ protected:
     QList<qormin::sim::TranscriptEntry> inserts() const {
         QList<qormin::sim::TranscriptEntry> found;
         for (const auto& entry : m_server->requests()) {
-            if (entry.kind == QLatin1String("rpc") && entry.text.startsWith(QLatin1String("INSERT INTO"))) {
+            if (entry.kind == QLatin1String("rpc") && entry.text.startsWith(QLatin1String("INSERT INTO")))
                 found.append(entry);
-            }
         }
         return found;
     }

@@ -19,7 +19,8 @@ namespace qormin::test {
 
 using tablecopy::TableCopyTools;
 
-// Billing..tbCash exists (two columns); tbGone is in the grid but not in the database.
+// Billing..tbCash exists (two columns); tbGone is in the grid but not in the database; the sister
+// database refuses rows of tbLocked and already has a tbCash.
 extern const QByteArray scenario;
 
 class StubHost : public db::ServerAccessHost {
@@ -47,7 +48,7 @@ protected:
         m_tools = std::make_unique<TableCopyTools>(
             tablecopy::TableCopyControls{*m_access, m_grid, m_database, m_stop});
         m_database.setText(QStringLiteral("Billing"));
-        showTables({QStringLiteral("tbCash"), QStringLiteral("tbGone")});
+        showTables({QStringLiteral("tbCash"), QStringLiteral("tbGone"), QStringLiteral("tbLocked")});
     }
 
     void showTables(const QStringList& tables) {

@@ -7,17 +7,8 @@ namespace qormin::test {
 const QByteArray scenario = R"json({
   "login": {"user": "sa", "password": "demo"},
   "rules": [
-    {"exact": "SELECT * FROM sys.objects WHERE object_id = OBJECT_ID(N'tbCash') AND type in (N'U')",
-                 "response" : {
-    "result" : {
-        "columns" : ["name:nvarchar(128)"], "rows" : [["tbCash"]]
-    }
-}
-},
-    {"exact": "SELECT * FROM sys.objects WHERE object_id = OBJECT_ID(N'tbCash_NEW2') AND type in (N'U')",
-     "response": {"result": {"columns": ["name:nvarchar(128)"], "rows": [["tbCash_NEW2"]]}}},
-    {"exact": "SELECT * FROM sys.objects WHERE object_id = OBJECT_ID(N'tbLocked') AND type in (N'U')",
-     "response": {"result": {"columns": ["name:nvarchar(128)"], "rows": [["tbLocked"]]}}},
+    {"regex": "^SELECT \\* FROM sys\\.objects WHERE object_id = OBJECT_ID\\(N'(tbCash|tbCash_NEW2|tbLocked)'\\)",
+     "response": {"result": {"columns": ["name:nvarchar(128)"], "rows": [["{1}"]]}}},
     {"prefix": "SELECT * FROM sys.objects", "response": {"result": {"columns": ["name:nvarchar(128)"], "rows": []}}},
     {"exact": "select top 1 * from  Billing..tbCash",
      "response": {"result": {"columns": ["id:int", "name:nvarchar(20)"], "rows": [[1, "a"]]}}},
@@ -36,6 +27,7 @@ struct ButtonCase {
     const char* name;
     const char* button;
     int row;
+    const char* error; // the error log's line, nullptr for none
     QStringList statements;
     QStringList log;
 };
@@ -52,6 +44,7 @@ TEST_P(ButtonSequenceTest, sendsExactlyTheseStatementsAndLogsTheTable) {
     EXPECT_EQ(m_server->statements(), GetParam().statements);
     EXPECT_EQ(m_host.boxes, QStringList());
     EXPECT_EQ(logLines(), GetParam().log);
+    EXPECT_EQ(errorLines(), GetParam().error ? QStringList{GetParam().error} : QStringList());
 }
 
 const QString sysObjectsCash =
@@ -65,15 +58,29 @@ INSTANTIATE_TEST_SUITE_P(
         ButtonCase{"copyInto",
                    "cmdCopyInto",
                    1,
+                   nullptr,
                    {"Use Billing", "Use Billing", "select top 1 * from  Billing..tbCash",
                     "truncate table Billing2..tbCash ", "SET IDENTITY_INSERT Billing2..tbCash ON",
                     "use Billing", sysObjectsCash,
                     "INSERT into Billing2..tbCash ([id],[name]) SELECT [id],[name] from Billing..tbCash",
                     "SET IDENTITY_INSERT Billing2..tbCash OFF"},
                    {"tbCash", "Done copying"}},
+        ButtonCase{"copyIntoRefusedInsertLogsTheServersErrorAndTheSource",
+                   "cmdCopyInto",
+                   3,
+                   "Deadlocked. INSERT into Billing2..tbLocked ([id]) SELECT [id] from Billing..tbLocked "
+                   "Billing..tbLocked",
+                   {"Use Billing", "Use Billing", "select top 1 * from  Billing..tbLocked",
+                    "truncate table Billing2..tbLocked ", "SET IDENTITY_INSERT Billing2..tbLocked ON",
+                    "use Billing",
+                    "SELECT * FROM sys.objects WHERE object_id = OBJECT_ID(N'tbLocked') AND type in (N'U')",
+                    "INSERT into Billing2..tbLocked ([id]) SELECT [id] from Billing..tbLocked",
+                    "SET IDENTITY_INSERT Billing2..tbLocked OFF"},
+                   {"tbLocked", "Done copying"}},
         ButtonCase{"copyIntoMissingTableStillTruncatesAndSwitchesIdentity",
                    "cmdCopyInto",
                    2,
+                   nullptr,
                    {"Use Billing", "Use Billing", "select top 1 * from  Billing..tbGone",
                     "truncate table Billing2..tbGone ", "SET IDENTITY_INSERT Billing2..tbGone ON",
                     "use Billing", sysObjectsGone, "SET IDENTITY_INSERT Billing2..tbGone OFF"},
@@ -81,36 +88,51 @@ INSTANTIATE_TEST_SUITE_P(
         ButtonCase{"cloneUsesPlainNamesWithoutExistenceTest",
                    "cmdCloneTable",
                    1,
+                   nullptr,
                    {"Use Billing", "truncate table Billing2..tbCash ", "select top 1 * from  Billing..tbCash",
                     "SET IDENTITY_INSERT Billing2..tbCash ON",
                     "INSERT INTO Billing2..tbCash (id,name) SELECT id,name    From Billing..tbCash",
                     "SET IDENTITY_INSERT Billing2..tbCash OFF"},
                    {"tbCash"}},
-        ButtonCase{"copyStructure",
+        ButtonCase{"copyStructureOfExistingSisterTableLogsTheServersErrorAndTheSource",
                    "cmdCopyTablesDB2",
                    1,
+                   "There is already an object named 'tbCash' in the database. select  * into "
+                   "Billing2..tbCash  from "
+                   "Billing..tbCash  Billing..tbCash",
                    {"Use Billing", "Use Billing", "use Billing", sysObjectsCash,
                     "select  * into Billing2..tbCash  from Billing..tbCash "},
                    {"tbCash", "Done copying"}},
         ButtonCase{"copyStructureOfMissingTableDoesNothing",
                    "cmdCopyTablesDB2",
                    2,
+                   nullptr,
                    {"Use Billing", "Use Billing", "use Billing", sysObjectsGone},
                    {"tbGone", "Done copying"}},
         ButtonCase{"dropSisterTable",
                    "cmdDropTableDB2",
                    1,
+                   nullptr,
                    {"Use Billing2", "use Billing", sysObjectsCash, "drop table Billing2..tbCash "},
                    {"tbCash", "Done Drop"}},
         ButtonCase{"dropKeepsSisterTableWhenWorkingDatabaseLacksIt",
                    "cmdDropTableDB2",
                    2,
+                   nullptr,
                    {"Use Billing2", "use Billing", sysObjectsGone},
                    {"tbGone", "Done Drop"}},
-        ButtonCase{
-            "truncateBareName", "cmdTruncate", 1, {"Use Billing", "Truncate Table   tbCash "}, {"tbCash"}},
-        ButtonCase{
-            "checkBareName", "cmdCheckTables", 1, {"Use Billing", "DBCC CHECKtable('tbCash')"}, {"tbCash"}}),
+        ButtonCase{"truncateBareName",
+                   "cmdTruncate",
+                   1,
+                   nullptr,
+                   {"Use Billing", "Truncate Table   tbCash "},
+                   {"tbCash"}},
+        ButtonCase{"checkBareName",
+                   "cmdCheckTables",
+                   1,
+                   nullptr,
+                   {"Use Billing", "DBCC CHECKtable('tbCash')"},
+                   {"tbCash"}}),
     [](const auto& testCase) { return std::string(testCase.param.name); });
 
 TEST_F(TableCopyToolsTest, allTablesWalksEveryRowIncludingTheHeaderAndMovesTheCurrentRow) {
@@ -119,11 +141,12 @@ TEST_F(TableCopyToolsTest, allTablesWalksEveryRowIncludingTheHeaderAndMovesTheCu
     QObject::connect(m_access.get(), &qormin::db::ServerAccess::statementStarted, m_tools.get(),
                      [this, &rowsSeen] { rowsSeen.append(m_grid.Row()); });
     click(QStringLiteral("cmdTruncate"));
-    EXPECT_EQ(m_server->statements(), (QStringList{"Use Billing", "Truncate Table   TableName ",
-                                                   "Truncate Table   tbCash ", "Truncate Table   tbGone "}));
-    EXPECT_EQ(logLines(), (QStringList{"tbCash", "TableName", "tbCash", "tbGone"}));
-    EXPECT_EQ(rowsSeen, (QList<int>{1, 0, 1, 2}));
-    EXPECT_EQ(m_grid.Row(), 2);
+    EXPECT_EQ(m_server->statements(),
+              (QStringList{"Use Billing", "Truncate Table   TableName ", "Truncate Table   tbCash ",
+                           "Truncate Table   tbGone ", "Truncate Table   tbLocked "}));
+    EXPECT_EQ(logLines(), (QStringList{"tbCash", "TableName", "tbCash", "tbGone", "tbLocked"}));
+    EXPECT_EQ(rowsSeen, (QList<int>{1, 0, 1, 2, 3}));
+    EXPECT_EQ(m_grid.Row(), 3);
 }
 
 TEST_F(TableCopyToolsTest, stopTickedBeforeTheFirstTableRunsNoTableButStillCloses) {
@@ -146,37 +169,5 @@ TEST_F(TableCopyToolsTest, stopTickedDuringATableEndsTheRunBeforeTheNextOne) {
     EXPECT_EQ(m_server->statements(),
               (QStringList{"Use Billing", "DBCC CHECKtable('TableName')", "DBCC CHECKtable('tbCash')"}));
 }
-
-struct FailureCase {
-    const char* name;
-    const char* button;
-    const char* table;
-    const char* errorStart;
-    const char* errorEnd;
-};
-
-void PrintTo(const FailureCase& c, std::ostream* out) {
-    *out << c.name;
-}
-
-class FailureLogTest : public TableCopyToolsTest, public ::testing::WithParamInterface<FailureCase> {};
-
-TEST_P(FailureLogTest, logsTheServersErrorFollowedByTheSourceTable) {
-    showTables({QString::fromUtf8(GetParam().table)});
-    click(QString::fromUtf8(GetParam().button));
-    const QStringList errors = errorLines();
-    ASSERT_EQ(errors.size(), 1) << errors.join(QLatin1Char('|')).toStdString();
-    EXPECT_TRUE(errors[0].startsWith(QString::fromUtf8(GetParam().errorStart))) << errors[0].toStdString();
-    EXPECT_TRUE(errors[0].endsWith(QString::fromUtf8(GetParam().errorEnd))) << errors[0].toStdString();
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Failures, FailureLogTest,
-    ::testing::Values(FailureCase{"structureOfExistingSisterTable", "cmdCopyTablesDB2", "tbCash",
-                                  "There is already an object named 'tbCash' in the database. ",
-                                  " Billing..tbCash"},
-                      FailureCase{"copyIntoRefusedInsert", "cmdCopyInto", "tbLocked",
-                                  "Deadlocked. INSERT into ", " Billing..tbLocked"}),
-    [](const auto& testCase) { return std::string(testCase.param.name); });
 
 } // namespace qormin::test
