@@ -11,14 +11,6 @@ namespace qormin::test {
 
 namespace {
 
-QString firstExisting(const QStringList& paths) {
-    for (const QString& path : paths) {
-        if (QFileInfo(path).isExecutable())
-            return path;
-    }
-    return QString();
-}
-
 bool isMounted(const QString& folder) {
     QFile mounts(QStringLiteral("/proc/self/mounts"));
     if (!mounts.open(QIODevice::ReadOnly))
@@ -26,22 +18,20 @@ bool isMounted(const QString& folder) {
     return mounts.readAll().contains(' ' + folder.toUtf8() + ' ');
 }
 
-// What GVfs needs besides the gio tool; the first thing missing is the reason.
+// What GVfs needs; the first thing missing is the reason.
 QString missingPiece() {
-    const QStringList libexec{QStringLiteral("/usr/libexec/"), QStringLiteral("/usr/lib/gvfs/")};
-    const auto inLibexec = [&](const QString& name) {
-        return firstExisting({libexec.at(0) + name, libexec.at(1) + name});
-    };
     if (QStandardPaths::findExecutable(QStringLiteral("dbus-daemon")).isEmpty())
         return QStringLiteral("dbus-daemon is not installed (package dbus)");
     if (QStandardPaths::findExecutable(QStringLiteral("gio")).isEmpty())
         return QStringLiteral("gio is not installed (package libglib2.0-bin)");
-    if (inLibexec(QStringLiteral("gvfsd")).isEmpty())
-        return QStringLiteral("gvfsd is not installed (package gvfs)");
-    if (inLibexec(QStringLiteral("gvfsd-smb")).isEmpty())
-        return QStringLiteral("the GVfs SMB backend is not installed (package gvfs-backends)");
-    if (inLibexec(QStringLiteral("gvfsd-fuse")).isEmpty())
-        return QStringLiteral("gvfsd-fuse is not installed (package gvfs-fuse)");
+    const char* const daemons[][2] = {
+        {"gvfsd", "gvfs"}, {"gvfsd-smb", "gvfs-backends"}, {"gvfsd-fuse", "gvfs-fuse"}};
+    for (const auto& [daemon, package] : daemons) {
+        const QString name = QString::fromLatin1(daemon);
+        if (!QFileInfo(QStringLiteral("/usr/libexec/") + name).isExecutable() &&
+            !QFileInfo(QStringLiteral("/usr/lib/gvfs/") + name).isExecutable())
+            return name + QStringLiteral(" is not installed (package %1)").arg(QLatin1String(package));
+    }
     QFile fuse(QStringLiteral("/dev/fuse"));
     if (!fuse.open(QIODevice::ReadWrite))
         return QStringLiteral("/dev/fuse cannot be opened: ") + fuse.errorString();

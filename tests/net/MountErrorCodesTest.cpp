@@ -9,20 +9,25 @@ namespace MountErrorCodes = qormin::net::MountErrorCodes;
 struct MessageCase {
     const char* message;
     std::uint32_t code;
+    bool fromSmbclient = false;
 };
 
 void PrintTo(const MessageCase& c, std::ostream* out) {
     *out << c.message;
 }
 
-class GioMessageTest : public ::testing::TestWithParam<MessageCase> {};
+class MountErrorCodesTest : public ::testing::TestWithParam<MessageCase> {};
 
-TEST_P(GioMessageTest, givesTheWindowsCode) {
-    EXPECT_EQ(MountErrorCodes::fromGioMessage(QString::fromUtf8(GetParam().message)), GetParam().code);
+TEST_P(MountErrorCodesTest, givesTheWindowsCode) {
+    const MessageCase& c = GetParam();
+    const QString message = QString::fromUtf8(c.message);
+    EXPECT_EQ(c.fromSmbclient ? MountErrorCodes::fromSmbclientOutput(message)
+                              : MountErrorCodes::fromGioMessage(message),
+              c.code);
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    GioMessages, GioMessageTest,
+    Messages, MountErrorCodesTest,
     ::testing::Values(
         MessageCase{"gio: smb://srv/backup/: Location is already mounted", 0},
         MessageCase{"gio: smb://srv/nosuch/: Failed to mount Windows share: No such file or directory", 67},
@@ -34,27 +39,20 @@ INSTANTIATE_TEST_SUITE_P(
         MessageCase{"gio: smb://srv/backup/: Operation not supported", 1222},
         MessageCase{"gio: smb://srv/backup/: The specified location is not supported", 1222},
         MessageCase{"gio: smb://srv/backup/: Device or resource busy", 2404},
-        MessageCase{"gio: smb://srv/backup/: Something nobody expected", 31}, MessageCase{"", 31}));
-
-class SmbclientOutputTest : public ::testing::TestWithParam<MessageCase> {};
-
-TEST_P(SmbclientOutputTest, givesTheWindowsCode) {
-    EXPECT_EQ(MountErrorCodes::fromSmbclientOutput(QString::fromUtf8(GetParam().message)), GetParam().code);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    SmbclientOutput, SmbclientOutputTest,
-    ::testing::Values(
-        MessageCase{"session setup failed: NT_STATUS_LOGON_FAILURE", 86},
-        MessageCase{"session setup failed: NT_STATUS_WRONG_PASSWORD", 86},
-        MessageCase{"tree connect failed: NT_STATUS_ACCESS_DENIED", 5},
-        MessageCase{"tree connect failed: NT_STATUS_BAD_NETWORK_NAME", 67},
-        MessageCase{"cd \\MIR\\: NT_STATUS_OBJECT_NAME_NOT_FOUND", 67},
-        MessageCase{"do_connect: Connection to srv failed (Error NT_STATUS_CONNECTION_REFUSED)", 53},
-        MessageCase{"do_connect: Connection to nohost failed (Error NT_STATUS_UNSUCCESSFUL)", 53},
-        MessageCase{"Connection to srv failed (Error NT_STATUS_NETWORK_UNREACHABLE)", 1222},
-        MessageCase{"session setup failed: NT_STATUS_ACCOUNT_LOCKED_OUT", 1909},
-        MessageCase{"session setup failed: NT_STATUS_PASSWORD_EXPIRED", 1330},
-        MessageCase{"something else entirely", 31}));
+        MessageCase{"gio: smb://srv/backup/: Something nobody expected", 31}, MessageCase{"", 31},
+        MessageCase{"session setup failed: NT_STATUS_LOGON_FAILURE", 86, true},
+        MessageCase{"session setup failed: NT_STATUS_WRONG_PASSWORD", 86, true},
+        MessageCase{"tree connect failed: NT_STATUS_ACCESS_DENIED", 5, true},
+        MessageCase{"tree connect failed: NT_STATUS_BAD_NETWORK_NAME", 67, true},
+        MessageCase{"cd \\MIR\\: NT_STATUS_OBJECT_NAME_NOT_FOUND", 67, true},
+        MessageCase{"do_connect: Connection to srv failed (Error NT_STATUS_CONNECTION_REFUSED)", 53, true},
+        MessageCase{"do_connect: Connection to nohost failed (Error NT_STATUS_UNSUCCESSFUL)", 53, true},
+        MessageCase{"Connection to srv failed (Error NT_STATUS_NETWORK_UNREACHABLE)", 1222, true},
+        MessageCase{"session setup failed: NT_STATUS_ACCOUNT_LOCKED_OUT", 1909, true},
+        MessageCase{"session setup failed: NT_STATUS_PASSWORD_EXPIRED", 1330, true},
+        MessageCase{"something else entirely", 31, true}),
+    [](const auto& testInfo) {
+        return (testInfo.param.fromSmbclient ? "smbclient" : "gio") + std::to_string(testInfo.index);
+    });
 
 } // namespace

@@ -1,8 +1,6 @@
 #include "net/XdotoolKeyStrokeSender.h"
 #include "net/SendKeysParser.h"
 
-#include <QFile>
-#include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 namespace {
@@ -30,6 +28,7 @@ void PrintTo(const InvocationCase& c, std::ostream* out) {
     *out << c.name;
 }
 
+// Running xdotool, and its absence, are checked through the share buttons of the window.
 class XdotoolInvocationTest : public ::testing::TestWithParam<InvocationCase> {};
 
 TEST_P(XdotoolInvocationTest, typesTextFromInputAndPressesNamedKeys) {
@@ -55,47 +54,5 @@ INSTANTIATE_TEST_SUITE_P(
         InvocationCase{"surrogatePairStaysWhole", u"a\U0001F600", {{typeArguments(), "a\xf0\x9f\x98\x80"}}},
         InvocationCase{"nothing", u"", {}}),
     [](const auto& testInfo) { return std::string(testInfo.param.name); });
-
-// A stand-in xdotool that writes down its arguments and what it read, one run per line.
-class FakeXdotool {
-public:
-    FakeXdotool() {
-        QFile script(m_folder.filePath(QStringLiteral("xdotool")));
-        script.open(QIODevice::WriteOnly);
-        script.write(
-            "#!/bin/sh\nprintf '%s|' \"$@\" >> \"$0.log\"\nprintf '<%s>\\n' \"$(cat)\" >> \"$0.log\"\n");
-        script.close();
-        script.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    }
-    QProcessEnvironment environment() const {
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("PATH"),
-                           m_folder.path() + u':' + environment.value(QStringLiteral("PATH")));
-        return environment;
-    }
-    QString log() const {
-        QFile file(m_folder.filePath(QStringLiteral("xdotool.log")));
-        return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
-    }
-
-private:
-    QTemporaryDir m_folder;
-};
-
-TEST(XdotoolKeyStrokeSenderTest, runsXdotoolOncePerRunWithTheTextOnItsInput) {
-    FakeXdotool xdotool;
-    XdotoolKeyStrokeSender sender(xdotool.environment());
-    EXPECT_EQ(sender.send(SendKeysParser::parse(u"administrator{TAB}").strokes), "");
-    EXPECT_EQ(xdotool.log().toStdString(), std::string("type|--clearmodifiers|--file|-|<administrator>\n"
-                                                       "key|--clearmodifiers|Tab|<>\n"));
-}
-
-TEST(XdotoolKeyStrokeSenderTest, saysWhenXdotoolIsMissing) {
-    QTemporaryDir empty;
-    QProcessEnvironment environment;
-    environment.insert(QStringLiteral("PATH"), empty.path());
-    XdotoolKeyStrokeSender sender(environment);
-    EXPECT_EQ(sender.send(SendKeysParser::parse(u"{ENTER}").strokes), "xdotool is not installed");
-}
 
 } // namespace
