@@ -1,5 +1,6 @@
 #pragma once
 
+#include "../db/FakeServerAccessHost.h"
 #include "QStringPrinter.h"
 #include "SimTestServer.h"
 
@@ -23,17 +24,6 @@ using tablecopy::TableCopyTools;
 // database refuses rows of tbLocked and already has a tbCash.
 extern const QByteArray scenario;
 
-class StubHost : public db::ServerAccessHost {
-public:
-    QString server;
-    QString serverText(int) const override { return server; }
-    QString userText(int) const override { return QStringLiteral("sa"); }
-    QString passwordText(int) const override { return QStringLiteral("demo"); }
-    void showConnectError(const QString& description) override { boxes.append(description); }
-    void setBusyCursor(bool) override {}
-    QStringList boxes;
-};
-
 class TableCopyToolsTest : public ::testing::Test {
 protected:
     void SetUp() override { start(scenario); }
@@ -41,7 +31,7 @@ protected:
     void start(const QByteArray& json) {
         m_server = SimTestServer::fromJson(json);
         ASSERT_TRUE(m_server && m_server->isRunning());
-        m_host.server = m_server->address();
+        m_host.server[0] = m_server->address();
         m_access = std::make_unique<db::ServerAccess>(m_host);
         m_access->ConnectServer(0);
         m_access->log().clear();
@@ -78,7 +68,7 @@ protected:
     QStringList errorLines() const { return linesOf(m_access->errors()); }
 
     std::unique_ptr<SimTestServer> m_server;
-    StubHost m_host;
+    FakeServerAccessHost m_host;
     std::unique_ptr<db::ServerAccess> m_access;
     controls::FlexGrid m_grid;
     QLineEdit m_database;

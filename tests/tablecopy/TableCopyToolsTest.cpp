@@ -42,7 +42,7 @@ TEST_P(ButtonSequenceTest, sendsExactlyTheseStatementsAndLogsTheTable) {
     m_grid.setRow(GetParam().row);
     click(QString::fromUtf8(GetParam().button));
     EXPECT_EQ(m_server->statements(), GetParam().statements);
-    EXPECT_EQ(m_host.boxes, QStringList());
+    EXPECT_EQ(m_host.errorBoxes, QStringList());
     EXPECT_EQ(logLines(), GetParam().log);
     EXPECT_EQ(errorLines(), GetParam().error ? QStringList{GetParam().error} : QStringList());
 }
