@@ -107,19 +107,6 @@ OdbcClient::Outcome OdbcClient::execute(const QString& sql, const std::vector<Pa
     return outcome;
 }
 
-OdbcClient::Outcome OdbcClient::executeAndCancel(const QString& sql) {
-    Outcome outcome;
-    SQLFreeStmt(m_statement, SQL_CLOSE);
-    std::u16string text = sql.toStdU16String();
-    outcome.succeeded = succeeded(SQLExecDirectW(m_statement, sqlText(text), SQL_NTS));
-    if (outcome.succeeded && succeeded(SQLFetch(m_statement))) {
-        outcome.tables.push_back(Table{{}, {QStringList{readCell(1, SQL_WVARCHAR)}}});
-    }
-    outcome.succeeded = succeeded(SQLCancel(m_statement)) && outcome.succeeded;
-    SQLFreeStmt(m_statement, SQL_CLOSE);
-    return outcome;
-}
-
 void OdbcClient::drain(SQLRETURN result, Outcome& outcome) {
     outcome.succeeded = succeeded(result) || result == SQL_NO_DATA;
     while (true) {
@@ -153,13 +140,11 @@ OdbcClient::Table OdbcClient::readTable(SQLSMALLINT columnCount) {
     for (SQLUSMALLINT column = 1; column <= columnCount; ++column) {
         SQLWCHAR name[256] = {};
         SQLSMALLINT nameLength = 0;
-        SQLSMALLINT type = 0;
-        SQLULEN size = 0;
-        SQLSMALLINT digits = 0;
-        SQLSMALLINT nullable = 0;
-        SQLDescribeColW(m_statement, column, name, 256, &nameLength, &type, &size, &digits, &nullable);
-        table.columns.append(QString::fromUtf16(reinterpret_cast<const char16_t*>(name), nameLength));
-        types.push_back(type);
+        SQLLEN type = 0;
+        SQLColAttributeW(m_statement, column, SQL_DESC_NAME, name, sizeof name, &nameLength, nullptr);
+        SQLColAttributeW(m_statement, column, SQL_DESC_CONCISE_TYPE, nullptr, 0, nullptr, &type);
+        table.columns.append(QString::fromUtf16(reinterpret_cast<const char16_t*>(name), nameLength / 2));
+        types.push_back(static_cast<SQLSMALLINT>(type));
     }
     while (succeeded(SQLFetch(m_statement))) {
         QStringList row;

@@ -48,8 +48,6 @@ public:
     void disconnect();
     // Sends `sql` with the given parameters bound (SQLBindParameter), then drains the results.
     Outcome execute(const QString& sql, const std::vector<Parameter>& parameters = {});
-    // Runs `sql` and reads only the first row, then cancels the rest (SQLCancel).
-    Outcome executeAndCancel(const QString& sql);
     SQLHSTMT statement() const { return m_statement; }
     const std::vector<Message>& connectMessages() const { return m_connectMessages; }
 

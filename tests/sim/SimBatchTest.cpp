@@ -45,12 +45,16 @@ protected:
     OdbcClient client;
 };
 
-TEST_F(SimBatchTest, loginIsRecordedWithUserAndDatabase) {
+TEST_F(SimBatchTest, transcriptRecordsLoginAndDisconnect) {
+    client.disconnect();
+    // The server notices the closed socket on its own thread; stop() joins it.
+    server->server().stop();
     const auto transcript = server->transcript();
     ASSERT_FALSE(transcript.empty());
     EXPECT_EQ(transcript.front().kind, QStringLiteral("login"));
     EXPECT_EQ(transcript.front().json.value(QLatin1String("user")).toString(), QStringLiteral("sa"));
     EXPECT_EQ(transcript.front().database, QStringLiteral("master"));
+    EXPECT_EQ(transcript.back().kind, QStringLiteral("disconnect"));
     EXPECT_TRUE(server->statements().isEmpty()) << "the driver sent statements of its own at connect";
 }
 
@@ -150,13 +154,6 @@ TEST_F(SimBatchTest, transcriptKeepsTheExactTextsInOrder) {
     const auto requests = server->requests();
     EXPECT_EQ(requests[0].kind, QStringLiteral("batch"));
     EXPECT_TRUE(requests[1].json.value(QLatin1String("previousResponseComplete")).toBool());
-}
-
-TEST_F(SimBatchTest, disconnectIsRecorded) {
-    client.disconnect();
-    // The server notices the closed socket on its own thread; stop() joins it.
-    server->server().stop();
-    EXPECT_EQ(server->transcript().back().kind, QStringLiteral("disconnect"));
 }
 
 struct LoginCase {

@@ -26,25 +26,19 @@ struct ParameterCase {
 
 const QString longUnicode = QString(6000, QChar(0x00E9)) + QStringLiteral("日本");
 const QByteArray longBinary = QByteArray(10000, '\x5A');
-const SQL_TIMESTAMP_STRUCT timestamp{2024, 2, 29, 13, 14, 15, 123000000};
 // -12.34: the value 1234 little-endian, sign 0 for negative.
 const SQL_NUMERIC_STRUCT numeric{10, 2, 0, {0xD2, 0x04}};
 const SQLGUID guid{0x6F9619FF, 0x8B86, 0xD011, {0xB4, 0x2D, 0x00, 0xC0, 0x4F, 0xC9, 0x64, 0xFF}};
 
-// Integers, doubles, bits, decimal text and NULL integers also arrive through the record writer's tests.
+// The types the record writer sends (integers, floats, bits, decimal text, timestamps, NULL) have
+// their own tests there.
 std::vector<ParameterCase> parameterCases() {
     const QJsonValue null(QJsonValue::Null);
     return {
-        {"smallint", {SQL_C_SSHORT, SQL_SMALLINT, 0, 0, bytesOf(qint16(1234))}, 1234},
-        {"tinyint", {SQL_C_UTINYINT, SQL_TINYINT, 0, 0, bytesOf(quint8(200))}, 200},
-        {"real", {SQL_C_FLOAT, SQL_REAL, 0, 0, bytesOf(0.25f)}, 0.25},
         {"numericStruct", {SQL_C_NUMERIC, SQL_NUMERIC, 10, 2, bytesOf(numeric)}, QStringLiteral("-12.34")},
         {"wideNumeric",
          {SQL_C_CHAR, SQL_NUMERIC, 38, 4, QByteArray("-12345678901234567890123456789012.3456")},
          QStringLiteral("-12345678901234567890123456789012.3456")},
-        {"timestamp",
-         {SQL_C_TYPE_TIMESTAMP, SQL_TYPE_TIMESTAMP, 23, 3, bytesOf(timestamp)},
-         QStringLiteral("2024-02-29T13:14:15.1230000")},
         {"date",
          {SQL_C_TYPE_DATE, SQL_TYPE_DATE, 10, 0, bytesOf(SQL_DATE_STRUCT{1999, 12, 31})},
          QStringLiteral("1999-12-31")},
@@ -66,7 +60,6 @@ std::vector<ParameterCase> parameterCases() {
          QStringLiteral("6F9619FF-8B86-D011-B42D-00C04FC964FF")},
         {"nullText", {SQL_C_WCHAR, SQL_WVARCHAR, 20, 0, QByteArray(), true}, null},
         {"nullBinary", {SQL_C_BINARY, SQL_VARBINARY, 20, 0, QByteArray(), true}, null},
-        {"nullTimestamp", {SQL_C_TYPE_TIMESTAMP, SQL_TYPE_TIMESTAMP, 23, 3, bytesOf(timestamp), true}, null},
     };
 }
 
@@ -105,35 +98,24 @@ INSTANTIATE_TEST_SUITE_P(EveryType, SimRpcTest, ::testing::ValuesIn(parameterCas
 
 TEST_F(SimRpcTest, preparedStatementRunsAgainByHandle) {
     SQLHSTMT statement = client.statement();
-    std::u16string text = QStringLiteral("INSERT INTO t ([a], [b]) VALUES (?, ?)").toStdU16String();
+    std::u16string text = QStringLiteral("INSERT INTO t ([a]) VALUES (?)").toStdU16String();
     ASSERT_TRUE(SQL_SUCCEEDED(SQLPrepareW(statement, reinterpret_cast<SQLWCHAR*>(text.data()), SQL_NTS)));
     SQLINTEGER number = 0;
-    SQLWCHAR name[16] = {};
-    SQLLEN numberIndicator = 0;
-    SQLLEN nameIndicator = SQL_NTS;
-    SQLBindParameter(statement, 1, SQL_PARAM_INPUT, SQL_C_SLONG, SQL_INTEGER, 0, 0, &number, 0,
-                     &numberIndicator);
-    SQLBindParameter(statement, 2, SQL_PARAM_INPUT, SQL_C_WCHAR, SQL_WVARCHAR, 15, 0, name, sizeof name,
-                     &nameIndicator);
-    for (int round = 1; round <= 3; ++round) {
-        number = round * 10;
-        const std::u16string value = QStringLiteral("row %1").arg(round).toStdU16String();
-        std::copy(value.begin(), value.end(), reinterpret_cast<char16_t*>(name));
-        name[value.size()] = 0;
+    SQLLEN indicator = 0;
+    SQLBindParameter(statement, 1, SQL_PARAM_INPUT, SQL_C_SLONG, SQL_INTEGER, 0, 0, &number, 0, &indicator);
+    for (number = 10; number <= 30; number += 10) {
         ASSERT_TRUE(SQL_SUCCEEDED(SQLExecute(statement)));
         while (SQLMoreResults(statement) == SQL_SUCCESS) {
         }
     }
-    const auto requests = server->requests();
-    ASSERT_EQ(requests.size(), 3u);
-    for (int round = 1; round <= 3; ++round) {
-        const auto& request = requests[static_cast<size_t>(round - 1)];
-        EXPECT_EQ(request.text, QStringLiteral("INSERT INTO t ([a], [b]) VALUES (@P1, @P2)"));
-        ASSERT_EQ(request.parameters.size(), 2);
-        EXPECT_EQ(request.parameters.at(0).toObject().value(QLatin1String("value")).toInt(), round * 10);
-        EXPECT_EQ(request.parameters.at(1).toObject().value(QLatin1String("value")).toString(),
-                  QStringLiteral("row %1").arg(round));
+    QStringList texts;
+    QList<int> values;
+    for (const auto& request : server->requests()) {
+        texts.append(request.text);
+        values.append(request.parameters.at(0).toObject().value(QLatin1String("value")).toInt());
     }
+    EXPECT_EQ(texts, QStringList(3, QStringLiteral("INSERT INTO t ([a]) VALUES (@P1)")));
+    EXPECT_EQ(values, (QList<int>{10, 20, 30}));
 }
 
 } // namespace

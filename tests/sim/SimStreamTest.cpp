@@ -16,12 +16,9 @@ const QByteArray scenario = R"json({
     {"exact": "select big", "response": {"result": {"generate": 200000, "columns": [
         {"name": "id", "type": "int"},
         {"name": "name", "type": "nvarchar(200)", "generate": {"template": "a fairly long patient name number {n} to fill the packets"}}]}}},
-    {"exact": "select then drop", "response": [
-        {"result": {"columns": ["id:int"], "rows": [[1], [2]]}}, {"delay": 10}, {"drop": true}]},
-    {"regex": "^BACKUP DATABASE \\[(\\w+)\\]", "response": [
+    {"regex": "^BACKUP DATABASE ", "response": [
         {"progress": {"every": 10, "pace": 5}},
-        {"info": {"number": 4035, "text": "Processed 1234 pages for database '{1}', file '{1}' on file 1."}},
-        {"info": {"number": 3014, "text": "BACKUP DATABASE successfully processed 1234 pages in 0.100 seconds (96.406 MB/sec)."}}]},
+        {"info": {"number": 3014, "text": "BACKUP DATABASE successfully processed 1234 pages."}}]},
     {"exact": "select 1", "response": {"result": {"columns": ["one:int"], "rows": [[1]]}}}
   ]
 })json";
@@ -34,18 +31,15 @@ protected:
         ASSERT_TRUE(client.connect(server->connectionString()));
     }
 
-    std::vector<sim::TranscriptEntry> attentions() const {
-        std::vector<sim::TranscriptEntry> result;
+    // The cancels the server saw, each with whether it came in the middle of an answer.
+    std::vector<bool> attentionsDuringResponse() const {
+        std::vector<bool> result;
         for (const auto& entry : server->transcript()) {
             if (entry.kind == QLatin1String("attention")) {
-                result.push_back(entry);
+                result.push_back(entry.json.value(QLatin1String("duringResponse")).toBool());
             }
         }
         return result;
-    }
-
-    bool lastRequestFoundPreviousResponseComplete() const {
-        return server->requests().back().json.value(QLatin1String("previousResponseComplete")).toBool();
     }
 
     bool connectionStillWorks() {
@@ -78,12 +72,16 @@ TEST_P(SimCancelTest, cancelInTheMiddleOfTheAnswerIsRecordedAndTheConnectionGoes
         EXPECT_FALSE(client.execute(statement).succeeded);
         canceller.join();
     } else {
-        EXPECT_TRUE(client.executeAndCancel(statement).succeeded);
+        // Reads the first row, if there is one, and abandons the rest while the server still writes it.
+        std::u16string text = statement.toStdU16String();
+        SQLHSTMT handle = client.statement();
+        ASSERT_TRUE(SQL_SUCCEEDED(SQLExecDirectW(handle, reinterpret_cast<SQLWCHAR*>(text.data()), SQL_NTS)));
+        SQLFetch(handle);
+        EXPECT_TRUE(SQL_SUCCEEDED(SQLCancel(handle)));
     }
     EXPECT_TRUE(connectionStillWorks());
-    ASSERT_EQ(attentions().size(), 1u);
-    EXPECT_TRUE(attentions()[0].json.value(QLatin1String("duringResponse")).toBool());
-    EXPECT_FALSE(lastRequestFoundPreviousResponseComplete());
+    EXPECT_EQ(attentionsDuringResponse(), std::vector<bool>{true});
+    EXPECT_FALSE(server->requests().back().json.value(QLatin1String("previousResponseComplete")).toBool());
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -98,7 +96,7 @@ TEST_F(SimStreamTest, hangWithALimitGoesOnWithTheRest) {
     const auto outcome = client.execute(QStringLiteral("waitfor briefly"));
     EXPECT_TRUE(outcome.succeeded);
     EXPECT_EQ(outcome.rowCounts.back(), 3);
-    EXPECT_TRUE(attentions().empty());
+    EXPECT_TRUE(attentionsDuringResponse().empty());
 }
 
 TEST_F(SimStreamTest, largeResultArrivesCompleteOverManyPackets) {
@@ -106,36 +104,9 @@ TEST_F(SimStreamTest, largeResultArrivesCompleteOverManyPackets) {
     ASSERT_EQ(outcome.tables.size(), 1u);
     const auto& rows = outcome.tables[0].rows;
     ASSERT_EQ(rows.size(), 200000u);
-    EXPECT_EQ(rows.front(),
-              (QStringList{QStringLiteral("1"), QStringLiteral("a fairly long patient name "
-                                                               "number 1 to fill the packets")}));
+    EXPECT_EQ(rows.front().at(1), QStringLiteral("a fairly long patient name number 1 to fill the packets"));
     EXPECT_EQ(rows.back().at(0), QStringLiteral("200000"));
     EXPECT_TRUE(connectionStillWorks());
-}
-
-TEST_F(SimStreamTest, droppedConnectionFailsTheStatement) {
-    const auto outcome = client.execute(QStringLiteral("select then drop"));
-    EXPECT_FALSE(outcome.succeeded);
-    EXPECT_TRUE(outcome.texts().contains(QStringLiteral("Unexpected EOF from the server")));
-    server->server().stop();
-    EXPECT_EQ(server->transcript().back().kind, QStringLiteral("disconnect"));
-}
-
-TEST_F(SimStreamTest, backupProgressIsReadToTheEnd) {
-    const auto outcome =
-        client.execute(QStringLiteral("BACKUP DATABASE [Billing] TO DISK = 'X:\\Billing.BAK'"));
-    EXPECT_TRUE(outcome.succeeded);
-    QStringList expected;
-    for (int percent = 10; percent <= 100; percent += 10) {
-        expected.append(QStringLiteral("%1 percent processed.").arg(percent));
-    }
-    expected << QStringLiteral("Processed 1234 pages for database 'Billing', file 'Billing' on file 1.")
-             << QStringLiteral(
-                    "BACKUP DATABASE successfully processed 1234 pages in 0.100 seconds (96.406 MB/sec).");
-    EXPECT_EQ(outcome.texts(), expected);
-    EXPECT_TRUE(connectionStillWorks());
-    EXPECT_TRUE(attentions().empty());
-    EXPECT_TRUE(lastRequestFoundPreviousResponseComplete());
 }
 
 TEST_F(SimStreamTest, requestSplitOverManyPacketsArrivesWhole) {
