@@ -7,7 +7,7 @@ namespace {
 using Statements = qormin::tablecopy::TableCopyStatements;
 
 // The full statements are checked against the simulated server by the button tests; these are
-// the column lists those tests cannot reach: none, one, and names with blanks.
+// the column lists those tests cannot reach: none, and names with blanks.
 struct ColumnListCase {
     const char* name;
     QStringList fieldNames;
@@ -29,19 +29,10 @@ TEST_P(ColumnListTest, listsFieldsInOrderWithoutTrailingComma) {
 
 INSTANTIATE_TEST_SUITE_P(Fields, ColumnListTest,
                          ::testing::Values(ColumnListCase{"none", {}, "", ""},
-                                           ColumnListCase{"one", {"ID"}, "[ID]", "ID"},
                                            ColumnListCase{"blankInAName",
                                                           {"ID", "Name", "Visit Date"},
                                                           "[ID],[Name],[Visit Date]",
                                                           "ID,Name,Visit Date"}),
                          [](const auto& caseInfo) { return std::string(caseInfo.param.name); });
-
-TEST(TableCopyStatementsTest, bracketedInsertKeepsNamesWithBlanksWhole) {
-    const QString columns = Statements::bracketedColumnList({"ID", "Visit Date"});
-    EXPECT_EQ(Statements::copyIntoInsert(QStringLiteral("Patient_Data2..Visits"), columns,
-                                         QStringLiteral("Patient_Data..Visits")),
-              QStringLiteral("INSERT into Patient_Data2..Visits ([ID],[Visit Date]) SELECT [ID],[Visit Date] "
-                             "from Patient_Data..Visits"));
-}
 
 } // namespace
