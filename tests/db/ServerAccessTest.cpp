@@ -198,17 +198,6 @@ TEST_F(ServerAccessTest, openRecordsetHoldsTheFirstResultSetAndLogsNothing) {
     EXPECT_EQ(log(), QStringLiteral("Connected.\r\n"));
 }
 
-TEST_F(ServerAccessTest, useOnOpenRecordsetSwitchesTheSidesDatabaseForLaterStatements) {
-    QString result;
-    m_access->OpenRecordset(0, QStringLiteral("use Billing"), QVariant(), result);
-    EXPECT_EQ(result, QString());
-    EXPECT_FALSE(m_access->sharedRecordset().isOpen());
-    m_access->ExecuteSQL(0, QStringLiteral("SELECT 1"));
-    const auto requests = m_server->requests();
-    ASSERT_EQ(requests.size(), 2U);
-    EXPECT_EQ(requests[1].database, QStringLiteral("Billing"));
-}
-
 TEST_F(ServerAccessTest, backupProgressIsReadToTheEndAndReachesTheServerMessages) {
     int messagesWhileRunning = 0;
     QObject::connect(
