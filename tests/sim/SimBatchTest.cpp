@@ -109,42 +109,33 @@ INSTANTIATE_TEST_SUITE_P(
 
 struct UseCase {
     const char* statement;
-    const char* database; // expected current database afterwards
+    const char* database; // current database afterwards
+    int error;            // 0, or the error the statement gives
 };
 
 class SimUseTest : public SimBatchTest, public ::testing::WithParamInterface<UseCase> {};
 
-TEST_P(SimUseTest, useSwitchesTheCurrentDatabase) {
-    ASSERT_TRUE(client.execute(QString::fromUtf8(GetParam().statement)).succeeded);
-    client.execute(QStringLiteral("select who"));
-    const auto requests = server->requests();
-    ASSERT_EQ(requests.size(), 2u);
-    EXPECT_EQ(requests[1].database, QString::fromUtf8(GetParam().database));
+TEST_P(SimUseTest, useSwitchesTheCurrentDatabaseAndRulesForItApply) {
+    const auto outcome = client.execute(QString::fromUtf8(GetParam().statement));
+    EXPECT_EQ(outcome.succeeded, GetParam().error == 0);
+    if (GetParam().error == 911) {
+        EXPECT_EQ(outcome.messageText(911),
+                  QStringLiteral("Database 'Nowhere' does not exist. Make sure that the "
+                                 "name is entered correctly."));
+    }
+    const QString database = QString::fromUtf8(GetParam().database);
+    EXPECT_EQ(firstCell(client.execute(QStringLiteral("select who"))),
+              database == QLatin1String("Billing") ? QStringLiteral("billing") : QStringLiteral("elsewhere"));
+    EXPECT_EQ(server->requests().back().database, database);
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Spellings, SimUseTest,
-    ::testing::Values(UseCase{"use Billing", "Billing"}, UseCase{"USE billing", "Billing"},
-                      UseCase{"use [Patient_Data]", "Patient_Data"}, UseCase{"use Billing   ", "Billing"},
-                      UseCase{"  Use BILLING;", "Billing"}),
+    ::testing::Values(UseCase{"use Billing", "Billing", 0}, UseCase{"USE billing", "Billing", 0},
+                      UseCase{"use [Patient_Data]", "Patient_Data", 0},
+                      UseCase{"use Billing   ", "Billing", 0}, UseCase{"  Use BILLING;", "Billing", 0},
+                      UseCase{"use Nowhere", "master", 911}),
     [](const auto& parameter) { return caseName(parameter.param.statement, parameter.index); });
-
-TEST_F(SimBatchTest, ruleWithDatabaseConditionAppliesOnlyThere) {
-    EXPECT_EQ(firstCell(client.execute(QStringLiteral("select who"))), QStringLiteral("elsewhere"));
-    client.execute(QStringLiteral("use Billing"));
-    EXPECT_EQ(firstCell(client.execute(QStringLiteral("select who"))), QStringLiteral("billing"));
-}
-
-TEST_F(SimBatchTest, useOfAnUnknownDatabaseFailsAndKeepsTheOldOne) {
-    client.execute(QStringLiteral("use Billing"));
-    const auto outcome = client.execute(QStringLiteral("use Nowhere"));
-    EXPECT_FALSE(outcome.succeeded);
-    EXPECT_EQ(
-        outcome.messageText(911),
-        QStringLiteral("Database 'Nowhere' does not exist. Make sure that the name is entered correctly."));
-    client.execute(QStringLiteral("select who"));
-    EXPECT_EQ(server->requests().back().database, QStringLiteral("Billing"));
-}
 
 TEST_F(SimBatchTest, transcriptKeepsTheExactTextsInOrder) {
     const QString multiLine = QStringLiteral("select 1\r\nselect 2  ");
