@@ -6,32 +6,24 @@ namespace qormin::test {
 
 namespace {
 
-bool isDriverBookkeeping(const sim::TranscriptEntry& entry) {
-    const QString procedure = entry.json.value(QLatin1String("procedure")).toString();
-    return procedure.compare(QLatin1String("sp_prepare"), Qt::CaseInsensitive) == 0 ||
-           procedure.compare(QLatin1String("sp_unprepare"), Qt::CaseInsensitive) == 0;
+std::unique_ptr<SimTestServer> started(std::optional<sim::Scenario> scenario, const QString& error) {
+    if (!scenario) {
+        ADD_FAILURE() << "scenario does not parse: " << error.toStdString();
+        return nullptr;
+    }
+    return std::make_unique<SimTestServer>(std::move(*scenario));
 }
 
 } // namespace
 
 std::unique_ptr<SimTestServer> SimTestServer::fromJson(const QByteArray& json) {
     QString error;
-    auto scenario = sim::Scenario::fromJson(json, &error);
-    if (!scenario) {
-        ADD_FAILURE() << "scenario does not parse: " << error.toStdString();
-        return nullptr;
-    }
-    return std::make_unique<SimTestServer>(std::move(*scenario));
+    return started(sim::Scenario::fromJson(json, &error), error);
 }
 
 std::unique_ptr<SimTestServer> SimTestServer::fromFile(const QString& path) {
     QString error;
-    auto scenario = sim::Scenario::fromFile(path, &error);
-    if (!scenario) {
-        ADD_FAILURE() << "scenario does not parse: " << error.toStdString();
-        return nullptr;
-    }
-    return std::make_unique<SimTestServer>(std::move(*scenario));
+    return started(sim::Scenario::fromFile(path, &error), error);
 }
 
 SimTestServer::SimTestServer(sim::Scenario scenario) : m_server(std::move(scenario)) {
@@ -53,9 +45,10 @@ QString SimTestServer::connectionString(const QString& user, const QString& pass
 std::vector<sim::TranscriptEntry> SimTestServer::requests() const {
     std::vector<sim::TranscriptEntry> result;
     for (auto& entry : m_server.transcript()) {
-        const bool carriesStatement =
-            entry.kind == QLatin1String("batch") || entry.kind == QLatin1String("rpc");
-        if (carriesStatement && !isDriverBookkeeping(entry)) {
+        const QString procedure = entry.json.value(QLatin1String("procedure")).toString().toLower();
+        const bool bookkeeping =
+            procedure == QLatin1String("sp_prepare") || procedure == QLatin1String("sp_unprepare");
+        if ((entry.kind == QLatin1String("batch") || entry.kind == QLatin1String("rpc")) && !bookkeeping) {
             result.push_back(std::move(entry));
         }
     }
