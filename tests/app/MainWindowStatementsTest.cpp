@@ -38,10 +38,6 @@ const StatementCase statementCases[] = {
      "p.Rows ORDER BY     TotalSpaceKB desc"},
     {"tableRowCount", Statements::tableRowCount(QStringLiteral("tbPatient")),
      "SELECT CONVERT(bigint, rows) as RCNT from sysindexes WHERE id = OBJECT_ID('tbPatient') AND indid < 2"},
-    {"defaultBackupFolder", Statements::defaultBackupFolder(QStringLiteral("SQLMIRROR")),
-     "\\\\SQLMIRROR\\backup\\MIR"},
-    {"defaultSharedFolder", Statements::defaultSharedFolder(QStringLiteral("SQLMAIN")),
-     "\\\\SQLMAIN\\backup"},
 };
 
 INSTANTIATE_TEST_SUITE_P(Statements, MainWindowStatementsTest, testing::ValuesIn(statementCases),

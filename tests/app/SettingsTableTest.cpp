@@ -33,7 +33,6 @@ const AddressCase addressCases[] = {
     {"txtLastNames", -1, at("MAIN", "txtLastNames"), SettingAddress{}, ""},
     {"txtAnonymizeField", 3, at("MAIN", "txtAnonymizeField3"), SettingAddress{}, ""},
     {"txtDB", -1, SettingAddress{}, SettingAddress{}, ""},
-    {"txtRestoreDir", -1, SettingAddress{}, SettingAddress{}, ""},
 };
 
 INSTANTIATE_TEST_SUITE_P(Controls, SettingsTableTest, testing::ValuesIn(addressCases),

@@ -2,27 +2,29 @@
 
 #include "app/batch/BatchRunner.h"
 #include "app/platform/PlatformServices.h"
+#include "app/platform/ShellService.h"
 
 #include <QDir>
 
 namespace qormin::test {
 
-int RecordingShellService::run(const QString& commandLine, bool /*wait*/) {
-    commands.append(commandLine);
-    return 0;
-}
+namespace {
 
-bool RecordingShellService::openFolder(const QString& folder) {
-    commands.append(QStringLiteral("open ") + folder);
-    return true;
-}
+// The window's commands are not run: a test must not start programs or open folders.
+class InertShellService : public app::ShellService {
+public:
+    int run(const QString& /*commandLine*/, bool /*wait*/) override { return 0; }
+    bool openFolder(const QString& /*folder*/) override { return true; }
+};
+
+} // namespace
 
 WindowHarness::WindowHarness()
     : m_settings(app::SettingsStore::openFile(m_root.filePath(QStringLiteral("settings.ini")))),
       m_paths(app::PathMapper::Platform::Posix, m_root.filePath(QStringLiteral("gvfs")),
               m_root.filePath(QStringLiteral("drives"))),
-      m_files(m_paths), m_outputStream(&m_output), m_errorStream(&m_errors),
-      m_messageBoxes(m_outputStream, m_errorStream) {
+      m_files(m_paths), m_shell(std::make_unique<InertShellService>()), m_outputStream(&m_output),
+      m_errorStream(&m_errors), m_messageBoxes(m_outputStream, m_errorStream) {
     open();
 }
 
@@ -30,7 +32,7 @@ WindowHarness::~WindowHarness() = default;
 
 void WindowHarness::open() {
     app::PlatformServices services{m_settings.get(), &m_paths,
-                                   &m_files,         &m_shell,
+                                   &m_files,         m_shell.get(),
                                    &m_messageBoxes,  m_root.filePath(QStringLiteral("data"))};
     m_window = std::make_unique<app::frmMain>(services);
 }

@@ -208,8 +208,6 @@ TEST_F(ServerAccessTest, backupProgressIsReadToTheEndAndReachesTheServerMessages
     EXPECT_TRUE(log().startsWith(QStringLiteral("Done\r\nSELECT 1\r\nRunning SQL..\r\nDone\r\n")));
     const auto& entries = m_access->serverMessages().entries();
     ASSERT_EQ(entries.size(), 11U);
-    EXPECT_EQ(entries.front().message.text, QStringLiteral("10 percent processed."));
-    EXPECT_EQ(entries.front().message.number, 3211);
     EXPECT_FALSE(entries.front().message.isError());
     EXPECT_EQ(entries.back().message.number, 3014);
     // Shown while the statement ran, not after it.
