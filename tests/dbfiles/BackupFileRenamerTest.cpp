@@ -26,10 +26,6 @@ struct RenameCase {
     QStringList expectedLog; // in the order written
 };
 
-void PrintTo(const RenameCase& value, std::ostream* out) {
-    *out << value.name;
-}
-
 class RenameTest : public testing::TestWithParam<RenameCase> {
 protected:
     WindowHarness m_harness;

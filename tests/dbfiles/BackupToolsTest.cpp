@@ -17,10 +17,6 @@ struct SingleCase {
     QStringList right;
 };
 
-void PrintTo(const SingleCase& value, std::ostream* out) {
-    *out << value.name;
-}
-
 class BackupOneDatabaseTest : public DatabaseFileFixture, public testing::WithParamInterface<SingleCase> {};
 
 TEST_P(BackupOneDatabaseTest, sendsTheStatementsOfTxtDBToItsSide) {
@@ -90,10 +86,6 @@ struct InterruptCase {
     bool boxValue;
     QStringList expected;
 };
-
-void PrintTo(const InterruptCase& value, std::ostream* out) {
-    *out << value.name;
-}
 
 class InterruptedPassTest : public DatabaseFileFixture, public testing::WithParamInterface<InterruptCase> {
 protected:

@@ -40,10 +40,6 @@ struct MovesCase {
     const char* expected;
 };
 
-void PrintTo(const MovesCase& c, std::ostream* out) {
-    *out << c.name;
-}
-
 class MoveClausesTest : public ::testing::TestWithParam<MovesCase> {};
 
 TEST_P(MoveClausesTest, relocatesEachFileKeepingItsName) {

@@ -60,10 +60,6 @@ struct SideCase {
     QStringList expected;
 };
 
-void PrintTo(const SideCase& value, std::ostream* out) {
-    *out << "side " << value.side;
-}
-
 class RestoreOneDatabaseTest : public RestoreFixture, public testing::WithParamInterface<SideCase> {};
 
 TEST_P(RestoreOneDatabaseTest, readsTheFileListThenRestoresDatabaseAndLogAndRefreshesTheGrid) {
@@ -104,17 +100,14 @@ INSTANTIATE_TEST_SUITE_P(
                       "RESTORE LOG  Billing FROM DISK = 'p:\\backup\\MIR\\Billing_log.bak' With   MOVE  "
                       "'Billing' TO 'F:\\db\\Billing.mdf',  MOVE  'Billing_log' TO "
                       "'F:\\db\\Billing_log.ldf', "),
-                  databaseList}}));
+                  databaseList}}),
+    [](const auto& test) { return "side" + std::to_string(test.param.side); });
 
 struct AllFilesCase {
     const char* name;
     bool logOnly;
     QStringList heads;
 };
-
-void PrintTo(const AllFilesCase& value, std::ostream* out) {
-    *out << value.name;
-}
 
 class RestoreAllFilesTest : public RestoreFixture, public testing::WithParamInterface<AllFilesCase> {};
 
@@ -165,10 +158,6 @@ struct StopCase {
     int side;
     bool stopStaysTicked;
 };
-
-void PrintTo(const StopCase& value, std::ostream* out) {
-    *out << value.name;
-}
 
 class RestoreStopTest : public RestoreFixture, public testing::WithParamInterface<StopCase> {};
 

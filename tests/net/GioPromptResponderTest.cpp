@@ -22,10 +22,6 @@ struct ConversationCase {
     bool unexpected;
 };
 
-void PrintTo(const ConversationCase& c, std::ostream* out) {
-    *out << c.name;
-}
-
 class GioPromptResponderTest : public ::testing::TestWithParam<ConversationCase> {};
 
 TEST_P(GioPromptResponderTest, answersEachPromptOnce) {

@@ -97,10 +97,6 @@ struct ConnectCase {
     const char* output;
 };
 
-void PrintTo(const ConnectCase& c, std::ostream* out) {
-    *out << c.name;
-}
-
 class NetworkConnectTest : public ::testing::TestWithParam<ConnectCase> {
 protected:
     void SetUp() override {
@@ -174,10 +170,6 @@ struct LoggedCase {
     const char* script;
     const char* logLine;
 };
-
-void PrintTo(const LoggedCase& c, std::ostream* out) {
-    *out << c.name;
-}
 
 class NetworkSharePageLogTest : public ::testing::TestWithParam<LoggedCase> {};
 

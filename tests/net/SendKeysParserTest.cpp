@@ -37,10 +37,6 @@ struct ParseCase {
     std::vector<KeyStroke> strokes;
 };
 
-void PrintTo(const ParseCase& c, std::ostream* out) {
-    *out << c.name;
-}
-
 class SendKeysParserTest : public ::testing::TestWithParam<ParseCase> {};
 
 TEST_P(SendKeysParserTest, readsTheKeys) {
@@ -75,10 +71,6 @@ struct RefusedCase {
     std::u16string keys;
     const char* error;
 };
-
-void PrintTo(const RefusedCase& c, std::ostream* out) {
-    *out << c.name;
-}
 
 class SendKeysParserRefusesTest : public ::testing::TestWithParam<RefusedCase> {};
 

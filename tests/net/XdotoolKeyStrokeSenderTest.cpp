@@ -24,10 +24,6 @@ struct InvocationCase {
     std::vector<Invocation> runs;
 };
 
-void PrintTo(const InvocationCase& c, std::ostream* out) {
-    *out << c.name;
-}
-
 class XdotoolInvocationTest : public ::testing::TestWithParam<InvocationCase> {};
 
 TEST_P(XdotoolInvocationTest, typesTextFromInputAndPressesNamedKeys) {

@@ -15,10 +15,6 @@ struct ColumnListCase {
     const char* plain;
 };
 
-void PrintTo(const ColumnListCase& c, std::ostream* out) {
-    *out << c.name;
-}
-
 class ColumnListTest : public ::testing::TestWithParam<ColumnListCase> {};
 
 TEST_P(ColumnListTest, listsFieldsInOrderWithoutTrailingComma) {

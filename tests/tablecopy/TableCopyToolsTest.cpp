@@ -32,10 +32,6 @@ struct ButtonCase {
     QStringList log;
 };
 
-void PrintTo(const ButtonCase& c, std::ostream* out) {
-    *out << c.name;
-}
-
 class ButtonSequenceTest : public TableCopyToolsTest, public ::testing::WithParamInterface<ButtonCase> {};
 
 TEST_P(ButtonSequenceTest, sendsExactlyTheseStatementsAndLogsTheTable) {
