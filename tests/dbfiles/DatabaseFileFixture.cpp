@@ -42,10 +42,6 @@ void DatabaseFileFixture::SetUp() {
     clearTranscripts();
 }
 
-void DatabaseFileFixture::TearDown() {
-    m_harness.reset();
-}
-
 void DatabaseFileFixture::clearTranscripts() {
     m_left->clearTranscript();
     m_right->clearTranscript();

@@ -16,7 +16,6 @@ namespace qormin::test {
 class DatabaseFileFixture : public testing::Test {
 protected:
     void SetUp() override;
-    void TearDown() override;
 
     // Server side 0 or 1; statements sent to it since the last clearTranscripts().
     SimTestServer& server(int side) { return side == 0 ? *m_left : *m_right; }
