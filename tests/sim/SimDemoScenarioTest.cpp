@@ -1,5 +1,4 @@
-#include "OdbcClient.h"
-#include "SimTestServer.h"
+#include "SimClientTest.h"
 
 #include <gtest/gtest.h>
 
@@ -18,13 +17,11 @@ const QString tableSizes = QStringLiteral(
     "LIKE 'dt%'     AND t.is_ms_shipped = 0    AND i.OBJECT_ID > 255  GROUP BY     t.Name, s.Name, "
     "p.Rows ORDER BY     TotalSpaceKB desc");
 
-class SimDemoScenarioTest : public ::testing::Test {
+class SimDemoScenarioTest : public SimClientTest {
 protected:
     void SetUp() override {
-        server = SimTestServer::fromFile(QStringLiteral(QORMIN_SIM_SCENARIOS "/demo.json"));
-        ASSERT_TRUE(server);
-        ASSERT_TRUE(client.connect(server->connectionString(QStringLiteral("sa"), QStringLiteral("demo"),
-                                                            QStringLiteral("MASTER "))));
+        start(SimTestServer::fromFile(QStringLiteral(QORMIN_SIM_SCENARIOS "/demo.json")),
+              QStringLiteral("demo"), QStringLiteral("MASTER "));
     }
 
     QStringList databases() {
@@ -35,9 +32,6 @@ protected:
         }
         return names;
     }
-
-    std::unique_ptr<SimTestServer> server;
-    OdbcClient client;
 };
 
 TEST_F(SimDemoScenarioTest, everyHospitalDatabaseListsItsTablesLargestFirstWithMatchingRowCounts) {

@@ -1,5 +1,4 @@
-#include "OdbcClient.h"
-#include "SimTestServer.h"
+#include "SimClientTest.h"
 
 #include <QJsonArray>
 #include <QJsonObject>
@@ -63,16 +62,9 @@ std::vector<ParameterCase> parameterCases() {
     };
 }
 
-class SimRpcTest : public ::testing::TestWithParam<ParameterCase> {
+class SimRpcTest : public SimClientTest, public ::testing::WithParamInterface<ParameterCase> {
 protected:
-    void SetUp() override {
-        server = SimTestServer::fromJson(scenario);
-        ASSERT_TRUE(server);
-        ASSERT_TRUE(client.connect(server->connectionString()));
-    }
-
-    std::unique_ptr<SimTestServer> server;
-    OdbcClient client;
+    void SetUp() override { start(SimTestServer::fromJson(scenario)); }
 };
 
 TEST_P(SimRpcTest, boundParameterArrivesTypedInTheTranscript) {

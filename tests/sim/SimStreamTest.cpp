@@ -1,5 +1,4 @@
-#include "OdbcClient.h"
-#include "SimTestServer.h"
+#include "SimClientTest.h"
 
 #include <QThread>
 #include <gtest/gtest.h>
@@ -23,13 +22,9 @@ const QByteArray scenario = R"json({
   ]
 })json";
 
-class SimStreamTest : public ::testing::Test {
+class SimStreamTest : public SimClientTest {
 protected:
-    void SetUp() override {
-        server = SimTestServer::fromJson(scenario);
-        ASSERT_TRUE(server);
-        ASSERT_TRUE(client.connect(server->connectionString()));
-    }
+    void SetUp() override { start(SimTestServer::fromJson(scenario)); }
 
     // The cancels the server saw, each with whether it came in the middle of an answer.
     std::vector<bool> attentionsDuringResponse() const {
@@ -46,9 +41,6 @@ protected:
         const auto outcome = client.execute(QStringLiteral("select 1"));
         return outcome.succeeded && outcome.tables.size() == 1 && outcome.tables[0].rows.size() == 1;
     }
-
-    std::unique_ptr<SimTestServer> server;
-    OdbcClient client;
 };
 
 struct CancelCase {
