@@ -73,12 +73,11 @@ bool OdbcClient::connect(const QString& connectionString) {
     SQLSetConnectAttr(m_connection, SQL_ATTR_LOGIN_TIMEOUT, reinterpret_cast<SQLPOINTER>(15), 0);
     const SQLRETURN result = SQLDriverConnectW(m_connection, nullptr, sqlText(text), SQL_NTS, nullptr, 0,
                                                nullptr, SQL_DRIVER_NOPROMPT);
-    m_connectMessages = diagnostics(SQL_HANDLE_DBC, m_connection);
-    if (!succeeded(result)) {
-        return false;
+    m_login = {succeeded(result), {}, {}, diagnostics(SQL_HANDLE_DBC, m_connection)};
+    if (m_login.succeeded) {
+        SQLAllocHandle(SQL_HANDLE_STMT, m_connection, &m_statement);
     }
-    SQLAllocHandle(SQL_HANDLE_STMT, m_connection, &m_statement);
-    return true;
+    return m_login.succeeded;
 }
 
 void OdbcClient::disconnect() {

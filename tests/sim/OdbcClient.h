@@ -49,7 +49,8 @@ public:
     // Sends `sql` with the given parameters bound (SQLBindParameter), then drains the results.
     Outcome execute(const QString& sql, const std::vector<Parameter>& parameters = {});
     SQLHSTMT statement() const { return m_statement; }
-    const std::vector<Message>& connectMessages() const { return m_connectMessages; }
+    // What the last connect() answered: its success and messages.
+    const Outcome& login() const { return m_login; }
 
 private:
     void drain(SQLRETURN result, Outcome& outcome);
@@ -59,7 +60,7 @@ private:
     SQLHENV m_environment = SQL_NULL_HENV;
     SQLHDBC m_connection = SQL_NULL_HDBC;
     SQLHSTMT m_statement = SQL_NULL_HSTMT;
-    std::vector<Message> m_connectMessages;
+    Outcome m_login;
 };
 
 } // namespace qormin::test
