@@ -9,6 +9,14 @@
 
 namespace qormin::test {
 
+// The bytes of a C value or of a text as UTF-16, for OdbcClient::Parameter.
+template <typename T> QByteArray bytesOf(const T& value) {
+    return QByteArray(reinterpret_cast<const char*>(&value), sizeof value);
+}
+inline QByteArray wideBytes(const QString& text) {
+    return QByteArray(reinterpret_cast<const char*>(text.utf16()), text.size() * 2);
+}
+
 // Raw ODBC calls, as a client of the simulated server makes them; every result is drained.
 class OdbcClient {
 public:

@@ -83,16 +83,10 @@ TEST_F(SimCursorTest, updateThroughTheCursorRecordsTypedValuesAndChangesItsRow) 
     ASSERT_TRUE(client.execute(declare(2, updatable)).succeeded);
     client.execute(fetch(2, 2));
     const QString name = QStringLiteral("Müller");
-    SQL_TIMESTAMP_STRUCT born{};
-    born.year = 1980;
-    born.month = 2;
-    born.day = 29;
     const auto outcome = client.execute(
         QStringLiteral("UPDATE Patients SET [name] = ?, [born] = ? WHERE CURRENT OF qormin_cursor_2"),
-        {{SQL_C_WCHAR, SQL_WVARCHAR, 50, 0,
-          QByteArray(reinterpret_cast<const char*>(name.utf16()), name.size() * 2)},
-         {SQL_C_TYPE_TIMESTAMP, SQL_TYPE_TIMESTAMP, 23, 3,
-          QByteArray(reinterpret_cast<const char*>(&born), sizeof born)}});
+        {{SQL_C_WCHAR, SQL_WVARCHAR, 50, 0, wideBytes(name)},
+         {SQL_C_TYPE_DATE, SQL_TYPE_DATE, 10, 0, bytesOf(SQL_DATE_STRUCT{1980, 2, 29})}});
     ASSERT_TRUE(outcome.succeeded);
     EXPECT_EQ(outcome.rowCounts.back(), 1);
     EXPECT_EQ(

@@ -9,14 +9,6 @@ namespace {
 
 const QByteArray scenario = R"json({"rules": [{"regex": "^INSERT INTO ", "response": {"rowCount": 1}}]})json";
 
-template <typename T> QByteArray bytesOf(const T& value) {
-    return QByteArray(reinterpret_cast<const char*>(&value), sizeof value);
-}
-
-QByteArray wideBytes(const QString& text) {
-    return QByteArray(reinterpret_cast<const char*>(text.utf16()), text.size() * 2);
-}
-
 struct ParameterCase {
     const char* name;
     OdbcClient::Parameter parameter;

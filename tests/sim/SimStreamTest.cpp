@@ -91,16 +91,6 @@ TEST_F(SimStreamTest, hangWithALimitGoesOnWithTheRest) {
     EXPECT_TRUE(attentionsDuringResponse().empty());
 }
 
-TEST_F(SimStreamTest, largeResultArrivesCompleteOverManyPackets) {
-    const auto outcome = client.execute(QStringLiteral("select big"));
-    ASSERT_EQ(outcome.tables.size(), 1u);
-    const auto& rows = outcome.tables[0].rows;
-    ASSERT_EQ(rows.size(), 200000u);
-    EXPECT_EQ(rows.front().at(1), QStringLiteral("a fairly long patient name number 1 to fill the packets"));
-    EXPECT_EQ(rows.back().at(0), QStringLiteral("200000"));
-    EXPECT_TRUE(connectionStillWorks());
-}
-
 TEST_F(SimStreamTest, requestSplitOverManyPacketsArrivesWhole) {
     QString text = QStringLiteral("select 1 /*");
     for (int i = 0; i < 20000; ++i) {
