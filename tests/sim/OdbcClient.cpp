@@ -56,6 +56,14 @@ QStringList OdbcClient::Outcome::texts() const {
     return result;
 }
 
+QStringList OdbcClient::Outcome::column(qsizetype index) const {
+    QStringList cells;
+    for (const auto& row : tables.empty() ? std::vector<QStringList>() : tables[0].rows) {
+        cells.append(row.value(index));
+    }
+    return cells;
+}
+
 OdbcClient::OdbcClient() {
     SQLAllocHandle(SQL_HANDLE_ENV, SQL_NULL_HANDLE, &m_environment);
     SQLSetEnvAttr(m_environment, SQL_ATTR_ODBC_VERSION, reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3), 0);

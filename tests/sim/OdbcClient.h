@@ -36,6 +36,7 @@ public:
         std::vector<Message> messages;
         QString messageText(int number) const;
         QStringList texts() const;
+        QStringList column(qsizetype index) const; // of the first table
     };
     struct Parameter {
         SQLSMALLINT valueType;

@@ -23,19 +23,10 @@ protected:
         start(SimTestServer::fromFile(QStringLiteral(QORMIN_SIM_SCENARIOS "/demo.json")),
               QStringLiteral("demo"), QStringLiteral("MASTER "));
     }
-
-    QStringList databases() {
-        const auto outcome = client.execute(databaseList);
-        QStringList names;
-        for (const auto& row : outcome.tables.empty() ? std::vector<QStringList>() : outcome.tables[0].rows) {
-            names.append(row.at(0));
-        }
-        return names;
-    }
 };
 
 TEST_F(SimDemoScenarioTest, everyHospitalDatabaseListsItsTablesLargestFirstWithMatchingRowCounts) {
-    const QStringList names = databases();
+    const QStringList names = client.execute(databaseList).column(0);
     for (const char* name :
          {"Patient_Data", "Billing", "Medicare", "Station", "Laboratory", "Radiology", "Payroll",
           "Accounting", "Inventory", "Patient_Files", "HISTORY", "Cardio", "PELWIN", "Eclaims"}) {
@@ -63,15 +54,10 @@ TEST_F(SimDemoScenarioTest, everyHospitalDatabaseListsItsTablesLargestFirstWithM
 TEST_F(SimDemoScenarioTest, restoreFileListNamesDataAndLogFiles) {
     const auto outcome = client.execute(
         QStringLiteral(" RESTORE FILELISTONLY  FROM DISK = 'p:\\backup\\MIR\\Billing.bak' WITH FILE = 1"));
-    ASSERT_EQ(outcome.tables.size(), 1u);
-    const auto& rows = outcome.tables[0].rows;
-    ASSERT_EQ(rows.size(), 2u);
-    EXPECT_EQ(rows[0].mid(0, 3),
-              (QStringList{QStringLiteral("Billing"), QStringLiteral("D:\\SQLData\\Billing.mdf"),
-                           QStringLiteral("D")}));
-    EXPECT_EQ(rows[1].mid(0, 3),
-              (QStringList{QStringLiteral("Billing_log"), QStringLiteral("L:\\SQLLogs\\Billing_log.ldf"),
-                           QStringLiteral("L")}));
+    EXPECT_EQ(outcome.column(0), (QStringList{QStringLiteral("Billing"), QStringLiteral("Billing_log")}));
+    EXPECT_EQ(outcome.column(1), (QStringList{QStringLiteral("D:\\SQLData\\Billing.mdf"),
+                                              QStringLiteral("L:\\SQLLogs\\Billing_log.ldf")}));
+    EXPECT_EQ(outcome.column(2), (QStringList{QStringLiteral("D"), QStringLiteral("L")}));
 }
 
 struct DemoCase {
