@@ -29,11 +29,7 @@ QString declare(int number, const char* kind,
 }
 
 QString fetch(int number, int count) {
-    QStringList lines;
-    for (int i = 0; i < count; ++i) {
-        lines.append(QStringLiteral("FETCH NEXT FROM qormin_cursor_%1").arg(number));
-    }
-    return lines.join(QStringLiteral("\r\n"));
+    return QStringList(count, QStringLiteral("FETCH NEXT FROM qormin_cursor_%1").arg(number)).join(u"\r\n");
 }
 
 class SimCursorTest : public SimClientTest {

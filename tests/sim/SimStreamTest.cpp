@@ -36,11 +36,6 @@ protected:
         }
         return result;
     }
-
-    bool connectionStillWorks() {
-        const auto outcome = client.execute(QStringLiteral("select 1"));
-        return outcome.succeeded && outcome.tables.size() == 1 && outcome.tables[0].rows.size() == 1;
-    }
 };
 
 struct CancelCase {
@@ -71,7 +66,7 @@ TEST_P(SimCancelTest, cancelInTheMiddleOfTheAnswerIsRecordedAndTheConnectionGoes
         SQLFetch(handle);
         EXPECT_TRUE(SQL_SUCCEEDED(SQLCancel(handle)));
     }
-    EXPECT_TRUE(connectionStillWorks());
+    EXPECT_EQ(client.execute(QStringLiteral("select 1")).column(0), QStringList{QStringLiteral("1")});
     EXPECT_EQ(attentionsDuringResponse(), std::vector<bool>{true});
     EXPECT_FALSE(server->requests().back().json.value(QLatin1String("previousResponseComplete")).toBool());
 }
