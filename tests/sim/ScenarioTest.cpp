@@ -56,41 +56,6 @@ INSTANTIATE_TEST_SUITE_P(
         BadScenario{oneValue("decimal(5,2)", "\"1.2.3\""), "not a decimal number"}),
     [](const auto& parameter) { return caseName(parameter.param.error, parameter.index); });
 
-struct ValueCase {
-    const char* type;
-    const char* json; // the scenario's value
-    QVariant expected;
-};
-
-class ScenarioValueTest : public ::testing::TestWithParam<ValueCase> {};
-
-TEST_P(ScenarioValueTest, valuesAreKeptInCanonicalForm) {
-    QString error;
-    const auto scenario = Scenario::fromJson(oneValue(GetParam().type, GetParam().json), &error);
-    ASSERT_TRUE(scenario) << error.toStdString();
-    EXPECT_EQ(scenario->data().rules.at(0).response.at(0).result->row(0).at(0), GetParam().expected);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Types, ScenarioValueTest,
-    ::testing::Values(
-
-        ValueCase{"bigint", "\"9007199254740993\"", qint64(9007199254740993LL)},
-
-        ValueCase{"decimal(10,2)", "\"-0.005\"", QStringLiteral("-0.01")},
-        ValueCase{"money", "3", QStringLiteral("3.0000")}, ValueCase{"bit", "0", false},
-        ValueCase{"datetime", "\"2024-01-31 10:20:30.5\"", QStringLiteral("2024-01-31T10:20:30.500")},
-        ValueCase{"date", "\"2024-01-31T23:59:59\"", QStringLiteral("2024-01-31")},
-        ValueCase{"datetime2(3)", "\"2024-01-31\"", QStringLiteral("2024-01-31T00:00:00.000")},
-        ValueCase{"time(2)", "\"10:20:30.129\"", QStringLiteral("10:20:30.12")},
-        ValueCase{"datetimeoffset(0)", "\"2024-01-31T10:20:30-05:30\"",
-                  QStringLiteral("2024-01-31T10:20:30-05:30")},
-        ValueCase{"time(0)", "\"7:05\"", QStringLiteral("07:05:00")},
-        ValueCase{"datetime", "\"2024-01-31T10:20:30Z\"", QStringLiteral("2024-01-31T10:20:30.000")},
-        ValueCase{"varbinary(4)", "\"0x01aB\"", QByteArray::fromHex("01AB")},
-        ValueCase{"nvarchar(10)", "7", QStringLiteral("7")}, ValueCase{"int", "null", QVariant()}),
-    [](const auto& parameter) { return caseName(parameter.param.type, parameter.index); });
-
 struct GeneratorCase {
     const char* type;
     const char* generate; // the column's generator (JSON), if any
