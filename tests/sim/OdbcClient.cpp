@@ -165,26 +165,18 @@ OdbcClient::Table OdbcClient::readTable(SQLSMALLINT columnCount) {
 
 QString OdbcClient::readCell(SQLUSMALLINT column, SQLSMALLINT sqlType) {
     const bool binary = sqlType == SQL_BINARY || sqlType == SQL_VARBINARY || sqlType == SQL_LONGVARBINARY;
-    // Long values come in pieces; each text piece but the last fills the buffer up to its terminator.
-    const qsizetype pieceSize = binary ? 4096 : 4094;
-    QByteArray data;
-    char buffer[4096];
+    // The cells read here are short; a longer one shows as truncated instead of being cut quietly.
+    QByteArray data(65536, Qt::Uninitialized);
     SQLLEN indicator = 0;
-    SQLRETURN result = SQL_SUCCESS_WITH_INFO;
-    while (result == SQL_SUCCESS_WITH_INFO) {
-        result = SQLGetData(m_statement, column, binary ? SQL_C_BINARY : SQL_C_WCHAR, buffer, sizeof buffer,
-                            &indicator);
-        if (!succeeded(result)) {
-            break;
-        }
-        if (indicator == SQL_NULL_DATA) {
-            return QString::fromLatin1(nullText);
-        }
-        const bool piece =
-            result == SQL_SUCCESS_WITH_INFO && (indicator == SQL_NO_TOTAL || indicator > pieceSize);
-        data.append(buffer, piece ? pieceSize : static_cast<qsizetype>(indicator));
-        result = piece ? SQL_SUCCESS_WITH_INFO : SQL_SUCCESS;
+    const SQLRETURN result = SQLGetData(m_statement, column, binary ? SQL_C_BINARY : SQL_C_WCHAR, data.data(),
+                                        data.size(), &indicator);
+    if (result == SQL_SUCCESS_WITH_INFO || !succeeded(result)) {
+        return QStringLiteral("<truncated or unreadable>");
     }
+    if (indicator == SQL_NULL_DATA) {
+        return QString::fromLatin1(nullText);
+    }
+    data.truncate(indicator);
     if (binary) {
         return QString::fromLatin1(data.toHex().toUpper());
     }
