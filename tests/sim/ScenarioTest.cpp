@@ -94,31 +94,5 @@ INSTANTIATE_TEST_SUITE_P(
         GeneratorCase{"nvarchar(5)", R"j({"value": "same"})j", 500, QStringLiteral("same")}),
     [](const auto& parameter) { return caseName(parameter.param.type, parameter.index); });
 
-struct DatabaseCase {
-    const char* declared; // JSON list
-    const char* asked;
-    const char* known; // "" = unknown
-};
-
-class KnownDatabaseTest : public ::testing::TestWithParam<DatabaseCase> {};
-
-TEST_P(KnownDatabaseTest, databaseNamesAreMatchedWithoutCase) {
-    const auto scenario =
-        Scenario::fromJson(QByteArray(R"j({"databases": )j") + GetParam().declared + "}", nullptr);
-    ASSERT_TRUE(scenario);
-    EXPECT_EQ(scenario->data().knownDatabase(QString::fromUtf8(GetParam().asked)),
-              QString::fromUtf8(GetParam().known));
-}
-
-INSTANTIATE_TEST_SUITE_P(Names, KnownDatabaseTest,
-                         ::testing::Values(DatabaseCase{"[\"Billing\"]", "BILLING", "Billing"},
-                                           DatabaseCase{"[\"Billing\"]", "MASTER", "master"},
-                                           DatabaseCase{"[\"Billing\"]", "msdb", "msdb"},
-                                           DatabaseCase{"[\"Billing\"]", "Billing2", ""},
-                                           DatabaseCase{"[]", "Anything", "Anything"}),
-                         [](const auto& parameter) {
-                             return caseName(parameter.param.asked, parameter.index);
-                         });
-
 } // namespace
 } // namespace qormin::sim

@@ -110,7 +110,7 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(UseCase{"use Billing", "Billing", 0}, UseCase{"USE billing", "Billing", 0},
                       UseCase{"use [Patient_Data]", "Patient_Data", 0},
                       UseCase{"use Billing   ", "Billing", 0}, UseCase{"  Use BILLING;", "Billing", 0},
-                      UseCase{"use Nowhere", "master", 911}),
+                      UseCase{"use MSDB", "msdb", 0}, UseCase{"use Nowhere", "master", 911}),
     [](const auto& parameter) { return caseName(parameter.param.statement, parameter.index); });
 
 TEST_F(SimBatchTest, transcriptKeepsTheExactTextsInOrder) {
