@@ -31,6 +31,8 @@ TEST_P(BatchLineTest, parsesCommand) {
     EXPECT_EQ(result.command->column.value_or(-1), c.column);
 }
 
+// Commands the window tests use all the time (click, select, dblclick, page, open, print) are
+// not repeated here.
 const LineCase lineCases[] = {
     {"emptyLine", "", Kind::None, "", "", 0, -1},
     {"blankLine", "   \r", Kind::None, "", "", 0, -1},
@@ -39,21 +41,12 @@ const LineCase lineCases[] = {
     {"setKeepsLeadingBlanksOfValue", "set txtDB   x", Kind::Set, "txtDB", "  x", 0, -1},
     {"setEmptyValue", "set txtDB ", Kind::Set, "txtDB", "", 0, -1},
     {"setWithoutValue", "set txtDB", Kind::Set, "txtDB", "", 0, -1},
-    {"setIndexedName", "set txtRestoreTO(3) E", Kind::Set, "txtRestoreTO(3)", "E", 0, -1},
     {"setUnescapes", "set txtLog a\\r\\nb\\tc\\\\d", Kind::Set, "txtLog", "a\r\nb\tc\\d", 0, -1},
-    {"setUncPath", "set txtPath(0) \\\\\\\\srv\\\\backup\\\\", Kind::Set, "txtPath(0)", "\\\\srv\\backup\\",
-     0, -1},
     {"setCrlfLineEnding", "set txtDB Billing\r", Kind::Set, "txtDB", "Billing", 0, -1},
-    {"clickButton", "click cmdConnect(1)", Kind::Click, "cmdConnect(1)", "", 0, -1},
     {"commandWordAnyCase", "CLICK cmdRefreshDB(0)", Kind::Click, "cmdRefreshDB(0)", "", 0, -1},
     {"extraBlanksBetweenWords", "  click   cmdConnect(0)  ", Kind::Click, "cmdConnect(0)", "", 0, -1},
-    {"selectRow", "select GridDB(0) 3", Kind::Select, "GridDB(0)", "", 3, -1},
     {"selectHeaderRowAndColumn", "select Grid2 0 2", Kind::Select, "Grid2", "", 0, 2},
-    {"doubleClick", "dblclick GridDB(1) 2", Kind::DoubleClick, "GridDB(1)", "", 2, -1},
-    {"page", "page 5", Kind::Page, "", "", 5, -1},
     {"answerLowerCased", "answer YES", Kind::Answer, "", "yes", 0, -1},
-    {"openForm", "open frmHistorical", Kind::Open, "frmHistorical", "", 0, -1},
-    {"printFormControl", "print frmHistorical.txtYears", Kind::Print, "frmHistorical.txtYears", "", 0, -1},
     {"wait", "wait 250", Kind::Wait, "", "", 250, -1},
 };
 

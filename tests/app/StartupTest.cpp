@@ -82,7 +82,7 @@ INSTANTIATE_TEST_SUITE_P(Fields, FieldTest, testing::ValuesIn(fieldCases), [](co
     return name.remove(u'(').remove(u')').toStdString();
 });
 
-TEST(StartupTest, firstRunContactsNoServerAndLogsTheFolderChecks) {
+TEST(StartupTest, firstRunContactsNoServerLogsTheFolderChecksAndShowsTheTabsInOrder) {
     WindowHarness harness;
     harness.load();
     auto& access = harness.window().serverAccess();
@@ -95,17 +95,13 @@ TEST(StartupTest, firstRunContactsNoServerAndLogsTheFolderChecks) {
     // Filling an empty restore target writes the letter back under the control's own section.
     EXPECT_EQ(harness.settings().getSetting(QStringLiteral("txtRestoreTO"), QStringLiteral("DB4")),
               QStringLiteral("D"));
-}
-
-TEST(StartupTest, tabStripCarriesTheCaptionsInOrder) {
-    WindowHarness harness;
-    const QStringList expected{"Main Tools", "Copy",        "Restore",       "TEST",      "Restore Dir",
+    const QStringList captions{"Main Tools", "Copy",        "Restore",       "TEST",      "Restore Dir",
                                "Options",    "Mirroring",   "SQL to String", "Anonymize", "Config Anonymize",
                                "Other",      "table sizes", "SP Replace",    "Users",     "Transfer Data"};
     QTabWidget* tabs = harness.window().SSTab1();
-    ASSERT_EQ(tabs->count(), expected.size());
+    ASSERT_EQ(tabs->count(), captions.size());
     for (int i = 0; i < tabs->count(); ++i)
-        EXPECT_EQ(tabs->tabText(i), expected[i]) << i;
+        EXPECT_EQ(tabs->tabText(i), captions[i]) << i;
 }
 
 // Default paths are stored where start-up reads them; a typed path is not (see the field table).
