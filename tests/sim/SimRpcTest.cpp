@@ -21,11 +21,17 @@ const QByteArray longBinary = QByteArray(10000, '\x5A');
 const SQL_NUMERIC_STRUCT numeric{10, 2, 0, {0xD2, 0x04}};
 const SQLGUID guid{0x6F9619FF, 0x8B86, 0xD011, {0xB4, 0x2D, 0x00, 0xC0, 0x4F, 0xC9, 0x64, 0xFF}};
 
-// The types the record writer sends (integers, floats, bits, decimal text, timestamps, NULL) have
-// their own tests there.
+// The types the record writer sends (int, bigint, float, bit, decimal text, timestamps, nvarchar,
+// varbinary, NULL) have their own tests there.
 std::vector<ParameterCase> parameterCases() {
     const QJsonValue null(QJsonValue::Null);
     return {
+        {"smallint", {SQL_C_SSHORT, SQL_SMALLINT, 0, 0, bytesOf(qint16(1234))}, 1234},
+        {"tinyint", {SQL_C_UTINYINT, SQL_TINYINT, 0, 0, bytesOf(quint8(200))}, 200},
+        {"real", {SQL_C_FLOAT, SQL_REAL, 0, 0, bytesOf(0.25f)}, 0.25},
+        {"nchar", {SQL_C_WCHAR, SQL_WCHAR, 5, 0, wideBytes(QStringLiteral("ab"))}, QStringLiteral("ab")},
+        {"char", {SQL_C_CHAR, SQL_CHAR, 3, 0, QByteArray("xyz")}, QStringLiteral("xyz")},
+        {"binary", {SQL_C_BINARY, SQL_BINARY, 2, 0, QByteArray::fromHex("ABCD")}, QStringLiteral("0xABCD")},
         {"numericStruct", {SQL_C_NUMERIC, SQL_NUMERIC, 10, 2, bytesOf(numeric)}, QStringLiteral("-12.34")},
         {"wideNumeric",
          {SQL_C_CHAR, SQL_NUMERIC, 38, 4, QByteArray("-12345678901234567890123456789012.3456")},
