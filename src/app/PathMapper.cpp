@@ -57,14 +57,6 @@ void PathMapper::setMountRoot(const QString& root) {
     m_mountRoot = root;
 }
 
-void PathMapper::setDriveLink(QChar letter, const QString& folder) {
-    m_driveLinks[letter.toLower()] = folder;
-}
-
-void PathMapper::removeDriveLink(QChar letter) {
-    m_driveLinks.erase(letter.toLower());
-}
-
 QString PathMapper::resolve(const QString& path) const {
     if (m_platform == Platform::Windows || path.isEmpty())
         return path;
@@ -98,10 +90,7 @@ QString PathMapper::resolveShare(const QString& slashed) const {
 }
 
 QString PathMapper::resolveDrive(QChar letter, const QString& rest) const {
-    const QChar lower = letter.toLower();
-    const auto link = m_driveLinks.find(lower);
-    const QString folder = link != m_driveLinks.end() ? link->second : m_driveLinkRoot + u'/' + lower;
-    return joined(folder, rest);
+    return joined(m_driveLinkRoot + u'/' + letter.toLower(), rest);
 }
 
 } // namespace qormin::app

@@ -2,7 +2,6 @@
 
 #include <QChar>
 #include <QString>
-#include <map>
 
 namespace qormin::app {
 
@@ -25,10 +24,6 @@ public:
     QString mountRoot() const { return m_mountRoot; }
     QString driveLinkRoot() const { return m_driveLinkRoot; }
 
-    // An explicit link wins over the entry in the drive-link folder.
-    void setDriveLink(QChar letter, const QString& folder);
-    void removeDriveLink(QChar letter);
-
     // Empty when the text cannot name a folder here (a share without a share name).
     QString resolve(const QString& path) const;
 
@@ -40,7 +35,6 @@ private:
     QString m_gvfsRoot;
     QString m_driveLinkRoot;
     QString m_mountRoot;
-    std::map<QChar, QString> m_driveLinks;
 };
 
 } // namespace qormin::app

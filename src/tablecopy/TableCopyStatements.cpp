@@ -98,10 +98,6 @@ QString TableCopyStatements::seedSisterTable(const QString& destination, const Q
     return QStringLiteral("SELECT top 1 * INTO ") + destination + QStringLiteral(" FROM ") + source;
 }
 
-QString TableCopyStatements::targetRowsQuery(const QString& destination) {
-    return QStringLiteral("SELECT TOP 1 * FROM ") + destination;
-}
-
 QString TableCopyStatements::seedNewTable(const QString& newTable, const QString& source) {
     return QStringLiteral("select top  1 * into ") + newTable + QStringLiteral("  from ") + source;
 }

@@ -35,10 +35,8 @@ public:
     static QString checkTable(const QString& table);
     static QString truncateTable(const QString& table);
 
-    // CopyTableByRecord: creates the sister table from one row (fails harmlessly when it
-    // exists), then the record set that receives the rows.
+    // CopyTableByRecord: creates the sister table from one row (fails harmlessly when it exists).
     static QString seedSisterTable(const QString& destination, const QString& source);
-    static QString targetRowsQuery(const QString& destination);
 
     // cmdCopytoNEW, on the _NEW2 table in the same database.
     static QString seedNewTable(const QString& newTable, const QString& source);

@@ -48,14 +48,6 @@ const MappingCase mappingCases[] = {
 INSTANTIATE_TEST_SUITE_P(Cases, PosixPathMappingTest, testing::ValuesIn(mappingCases),
                          [](const auto& testInfo) { return std::string(testInfo.param.name); });
 
-TEST(PathMapperTest, explicitDriveLinkWinsOverLinkFolder) {
-    PathMapper mapper(PathMapper::Platform::Posix, QStringLiteral("/gvfs"), QStringLiteral("/links"));
-    mapper.setDriveLink(u'X', QStringLiteral("/mnt/left-backup"));
-    EXPECT_EQ(mapper.resolve(QStringLiteral("x:\\MIR")), QStringLiteral("/mnt/left-backup/MIR"));
-    mapper.removeDriveLink(u'x');
-    EXPECT_EQ(mapper.resolve(QStringLiteral("X:\\MIR")), QStringLiteral("/links/x/MIR"));
-}
-
 TEST(PathMapperTest, windowsUsesTextsAsTheyStand) {
     PathMapper mapper(PathMapper::Platform::Windows, QString(), QString());
     mapper.setMountRoot(QStringLiteral("/mnt"));
