@@ -150,6 +150,7 @@ bool ConnectionHandler::handleLogin(const QByteArray& payload) {
     const QString database = m_scenario.knownDatabase(requested);
     QJsonObject json = entry(QStringLiteral("login"), QString());
     json.insert(QStringLiteral("database"), database.isEmpty() ? requested : database);
+    json.insert(QStringLiteral("requestedDatabase"), request->database);
     json.insert(QStringLiteral("user"), request->userName);
     json.insert(QStringLiteral("application"), request->applicationName);
     json.insert(QStringLiteral("host"), request->hostName);

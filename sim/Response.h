@@ -4,6 +4,7 @@
 
 #include <QJsonObject>
 #include <QStringList>
+#include <optional>
 #include <vector>
 
 namespace qormin::sim {
@@ -14,6 +15,8 @@ struct Response {
     std::vector<ResponseStep> steps;
     QStringList captures;
     QJsonObject note;
+    // Cut the answer after this many tokens and close the connection (fault injection).
+    std::optional<int> dropAfterTokens;
 };
 
 } // namespace qormin::sim

@@ -25,6 +25,8 @@ ResponsePlayer::Outcome ResponsePlayer::play(const Response& response, Mode mode
     m_anyError = false;
     m_cancelled = false;
     m_dropped = false;
+    m_dropAfterTokens = response.dropAfterTokens;
+    m_tokensSent = 0;
     for (const auto& step : response.steps) {
         if (!playStep(step) || !checkAttention()) {
             break;
@@ -90,10 +92,9 @@ bool ResponsePlayer::playStep(const ResponseStep& step) {
     case ResponseStep::Kind::Hang:
         return wait(step.milliseconds > 0 ? step.milliseconds : m_scenario.hangLimitMilliseconds);
     case ResponseStep::Kind::Drop:
-        sendBuffered(true);
-        m_channel.flush();
-        m_channel.abort();
-        m_dropped = true;
+        if (sendBuffered(true)) {
+            drop();
+        }
         return false;
     case ResponseStep::Kind::UseDatabase:
         return playUse(substitute(step.database));
@@ -218,7 +219,23 @@ bool ResponsePlayer::sendBuffered(bool force) {
     if (!force && m_writer.size() < sendThreshold) {
         return true;
     }
+    const auto& tokenEnds = m_writer.tokenEnds();
+    const auto buffered = static_cast<qsizetype>(tokenEnds.size());
+    if (m_dropAfterTokens && m_tokensSent + buffered > *m_dropAfterTokens) {
+        const qsizetype allowed = *m_dropAfterTokens - m_tokensSent;
+        const qsizetype cut = allowed > 0 ? tokenEnds[static_cast<size_t>(allowed - 1)] : 0;
+        m_channel.send(m_writer.take().left(cut));
+        drop();
+        return false;
+    }
+    m_tokensSent += buffered;
     return m_channel.send(m_writer.take());
+}
+
+void ResponsePlayer::drop() {
+    m_channel.flush();
+    m_channel.abort();
+    m_dropped = true;
 }
 
 bool ResponsePlayer::checkAttention() {

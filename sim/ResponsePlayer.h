@@ -55,7 +55,10 @@ private:
     void beginToken();
     void setPendingDone(quint16 status, quint16 command, quint64 count);
     void writePendingDone(bool more);
+    // Sends what is buffered; false when the connection is gone, or was just closed because
+    // the response's token limit was reached.
     bool sendBuffered(bool force);
+    void drop();
     bool checkAttention();
     Outcome cancel();
     QString substitute(const QString& text) const;
@@ -72,6 +75,8 @@ private:
     bool m_anyError = false;
     bool m_cancelled = false;
     bool m_dropped = false;
+    std::optional<int> m_dropAfterTokens;
+    qsizetype m_tokensSent = 0;
 };
 
 } // namespace qormin::sim

@@ -18,6 +18,7 @@ struct Rule {
     QString database; // empty: any current database
     QRegularExpression regex;
     std::vector<ResponseStep> response;
+    std::optional<int> dropAfterTokens;
 
     // The captures ("{0}" the whole match, "{1}".. groups) when the rule applies.
     std::optional<QStringList> matches(const QString& statement, const QString& currentDatabase) const;

@@ -113,7 +113,7 @@ std::optional<ScenarioData> ScenarioParser::parse(const QByteArray& json) {
 bool ScenarioParser::parseRule(const QJsonObject& object, Rule& rule) {
     if (!checkKeys(object, {QStringLiteral("exact"), QStringLiteral("prefix"), QStringLiteral("regex"),
                             QStringLiteral("caseSensitive"), QStringLiteral("database"),
-                            QStringLiteral("response")})) {
+                            QStringLiteral("dropAfterTokens"), QStringLiteral("response")})) {
         return false;
     }
     const std::pair<const char*, Rule::Match> kinds[] = {
@@ -131,6 +131,13 @@ bool ScenarioParser::parseRule(const QJsonObject& object, Rule& rule) {
     }
     rule.caseSensitive = object.value(QLatin1String("caseSensitive")).toBool(false);
     rule.database = object.value(QLatin1String("database")).toString();
+    if (object.contains(QLatin1String("dropAfterTokens"))) {
+        const int tokens = object.value(QLatin1String("dropAfterTokens")).toInt(-1);
+        if (tokens < 0) {
+            return fail(QStringLiteral("\"dropAfterTokens\" is a count of tokens (0 or more)"));
+        }
+        rule.dropAfterTokens = tokens;
+    }
     if (rule.match == Rule::Match::Regex) {
         QRegularExpression::PatternOptions options = QRegularExpression::DotMatchesEverythingOption;
         if (!rule.caseSensitive) {

@@ -80,13 +80,13 @@ Response StatementResolver::resolve(const QString& text, const Parameters& param
 Response StatementResolver::resolveByRules(const QString& text) const {
     for (const auto& rule : m_scenario.rules) {
         if (auto captures = rule.matches(text, m_session.database)) {
-            return Response{rule.response, std::move(*captures), {}};
+            return Response{rule.response, std::move(*captures), {}, rule.dropAfterTokens};
         }
     }
     if (auto use = useDatabase(text)) {
         return *use;
     }
-    return Response{m_scenario.defaultResponse, {}, {}};
+    return Response{m_scenario.defaultResponse, {}, {}, {}};
 }
 
 std::optional<Response> StatementResolver::useDatabase(const QString& text) const {
@@ -100,7 +100,7 @@ std::optional<Response> StatementResolver::useDatabase(const QString& text) cons
     ResponseStep step;
     step.kind = ResponseStep::Kind::UseDatabase;
     step.database = match.captured(1).isEmpty() ? match.captured(2) : match.captured(1);
-    return Response{{step}, {}, {}};
+    return Response{{step}, {}, {}, {}};
 }
 
 Response StatementResolver::runCursorBatch(const std::vector<CursorStatement>& statements) {

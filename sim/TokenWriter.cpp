@@ -73,6 +73,7 @@ TokenWriter::TokenWriter() : m_singleByte("windows-1252") {}
 QByteArray TokenWriter::take() {
     QByteArray result;
     result.swap(m_buffer);
+    m_tokenEnds.clear();
     return result;
 }
 
@@ -121,6 +122,7 @@ void TokenWriter::environmentChange(EnvironmentType type, const QString& newValu
     byte(type);
     byteText(newValue);
     byteText(oldValue);
+    endToken();
 }
 
 void TokenWriter::collationChange() {
@@ -130,6 +132,7 @@ void TokenWriter::collationChange() {
     byte(sizeof collationBytes);
     collation();
     byte(0);
+    endToken();
 }
 
 void TokenWriter::message(Token token, const ServerMessage& message, const QString& serverName) {
@@ -146,6 +149,7 @@ void TokenWriter::message(Token token, const ServerMessage& message, const QStri
     byteText(server);
     byteText(procedure);
     uint32(static_cast<quint32>(message.line));
+    endToken();
 }
 
 void TokenWriter::loginAck(const QString& programName) {
@@ -160,6 +164,7 @@ void TokenWriter::loginAck(const QString& programName) {
     for (const quint8 part : {16, 0, 0x0F, 0xA0}) {
         byte(part);
     }
+    endToken();
 }
 
 void TokenWriter::done(Token token, quint16 status, quint16 command, quint64 count) {
@@ -167,6 +172,7 @@ void TokenWriter::done(Token token, quint16 status, quint16 command, quint64 cou
     uint16(status);
     uint16(command);
     uint64(count);
+    endToken();
 }
 
 void TokenWriter::columnMetadata(const std::vector<ResultColumn>& columns) {
@@ -182,6 +188,7 @@ void TokenWriter::columnMetadata(const std::vector<ResultColumn>& columns) {
         }
         byteText(column.name);
     }
+    endToken();
 }
 
 void TokenWriter::row(const std::vector<ResultColumn>& columns, const QVariantList& values) {
@@ -190,11 +197,13 @@ void TokenWriter::row(const std::vector<ResultColumn>& columns, const QVariantLi
         value(columns[i].type,
               static_cast<qsizetype>(i) < values.size() ? values[static_cast<qsizetype>(i)] : QVariant());
     }
+    endToken();
 }
 
 void TokenWriter::returnStatus(qint32 status) {
     byte(ReturnStatus);
     uint32(static_cast<quint32>(status));
+    endToken();
 }
 
 void TokenWriter::returnValue(quint16 ordinal, const QString& name, const SqlType& type,
@@ -207,6 +216,7 @@ void TokenWriter::returnValue(quint16 ordinal, const QString& name, const SqlTyp
     uint16(nullableUnknownUpdatable);
     typeInfo(type);
     value(type, data);
+    endToken();
 }
 
 void TokenWriter::typeInfo(const SqlType& type) {

@@ -44,6 +44,8 @@ public:
 
     QByteArray take();
     qsizetype size() const { return m_buffer.size(); }
+    // Where each token written since the last take() ends, in bytes.
+    const std::vector<qsizetype>& tokenEnds() const { return m_tokenEnds; }
 
     void environmentChange(EnvironmentType type, const QString& newValue, const QString& oldValue);
     void collationChange();
@@ -82,7 +84,10 @@ private:
     void textPointerValue(const QByteArray& bytes);
     QByteArray valueBytes(const SqlType& type, const QVariant& value);
 
+    void endToken() { m_tokenEnds.push_back(m_buffer.size()); }
+
     QByteArray m_buffer;
+    std::vector<qsizetype> m_tokenEnds;
     QStringEncoder m_singleByte;
 };
 

@@ -410,11 +410,17 @@ void frmMain::GridDB_DblClick(int /*index*/) {
     // Table sizes always come through the left server's connection, whichever grid was used.
     QString result;
     serverAccess().OpenRecordset(0, MainWindowStatements::useDatabase(txtDB()->text()), QVariant(), result);
-    serverAccess().OpenRecordset(0, MainWindowStatements::tableSizes(), QVariant(), result);
+    const QString tableSizes = MainWindowStatements::tableSizes();
+    serverAccess().OpenRecordset(0, tableSizes, QVariant(), result);
+    if (!result.isEmpty()) {
+        // The result is the error followed by the statement; the log gets the error alone.
+        const QString statement = QLatin1Char(' ') + tableSizes;
+        serverAccess().LogMessage(result.endsWith(statement) ? result.chopped(statement.size()) : result);
+    }
     controls::FlexGrid* grid = Grid2();
     grid->bind(serverAccess().sharedRecordset().table());
     grid->setColWidth(0, tableColumnTwips);
-    lblcount()->setText(QString::number(grid->Rows() - 1));
+    lblcount()->setText(QString::number(std::max(grid->Rows() - 1, 0)));
 }
 
 void frmMain::Grid2_Click() {

@@ -81,14 +81,19 @@ void BatchResultReader::absorb(short rc) {
     }
     const auto diagnostics = m_statement.diagnostics();
     m_lastCallHadDiagnostics = !diagnostics.empty();
+    QString lostConnectionText;
     for (const auto& diagnostic : diagnostics) {
         if (diagnostic.sqlState == QLatin1String("HY008") || diagnostic.sqlState == QLatin1String("HYT00")) {
             m_outcome.cancelled = true;
         }
+        ServerMessage message = diagnostic.toServerMessage();
+        // FreeTDS may report a connection lost between two results of a batch as a mere
+        // warning of an otherwise successful call: it still ends the statement unfinished.
         if (diagnostic.isCommunicationFailure()) {
             m_outcome.connectionLost = true;
+            lostConnectionText = diagnostic.text;
+            message.severity = std::max(message.severity, 11);
         }
-        ServerMessage message = diagnostic.toServerMessage();
         if (rc == SQL_ERROR && !diagnostic.isInformational()) {
             message.severity = std::max(message.severity, 11);
         }
@@ -97,14 +102,15 @@ void BatchResultReader::absorb(short rc) {
         }
         m_outcome.messages.push_back(std::move(message));
     }
-    if (rc != SQL_ERROR) {
+    if (rc != SQL_ERROR && lostConnectionText.isEmpty()) {
         return;
     }
     m_outcome.succeeded = false;
     if (!m_outcome.errorDescription.isEmpty()) {
         return;
     }
-    m_outcome.errorDescription = errorDescription(diagnostics);
+    m_outcome.errorDescription =
+        lostConnectionText.isEmpty() ? errorDescription(diagnostics) : lostConnectionText;
     if (m_outcome.errorDescription.isEmpty()) {
         m_outcome.errorDescription =
             QStringLiteral("The statement failed without a message from the driver.");

@@ -40,9 +40,11 @@ bool applySegment(const QString& segment, ProviderSettings& settings) {
         return false;
     }
     const QString key = segment.left(equals).trimmed();
-    const QString value = segment.mid(equals + 1);
+    // The provider the string was written for trims blanks around unquoted values, so
+    // "Database=MASTER " asks for MASTER; a server that compares names exactly needs the same.
+    const QString value = segment.mid(equals + 1).trimmed();
     if (isOneOf(key, {"Provider"})) {
-        settings.provider = value.trimmed();
+        settings.provider = value;
     } else if (isOneOf(key, {"Server", "Data Source", "Address", "Addr", "Network Address"})) {
         settings.server = value;
     } else if (isOneOf(key, {"UID", "User ID"})) {
@@ -66,7 +68,7 @@ bool isKnownProvider(const QString& provider) {
 // ODBC values with characters that would end or confuse the pair go in braces ("}" doubled).
 QString odbcValue(const QString& value) {
     static const QString special = QStringLiteral(";{}=");
-    bool needsBraces = !value.isEmpty() && (value.front().isSpace() || value.back().isSpace());
+    bool needsBraces = false;
     for (const QChar character : value) {
         needsBraces = needsBraces || special.contains(character);
     }

@@ -27,6 +27,8 @@ const char* const hospitalScenario = R"json({
                                          "TotalSpaceKB:bigint", "UsedSpaceKB:bigint", "UnusedSpaceKB:bigint"],
                              "rows": [["tbBillDailyBill", "dbo", 120000, 8000, 7800, 200],
                                       ["tbCashAssessment", "dbo", 500, 64, 56, 8]]}}},
+    {"prefix": " SELECT     t.NAME AS TableName,", "database": "Station",
+     "response": {"error": {"number": 229, "text": "The SELECT permission was denied on the object 'tables', database 'mssqlsystemresource', schema 'sys'."}}},
     {"exact": "SELECT CONVERT(bigint, rows) as RCNT from sysindexes WHERE id = OBJECT_ID('tbCashAssessment') AND indid < 2",
      "response": {"result": {"columns": ["RCNT:bigint"], "rows": [[500]]}}}
   ]
@@ -104,6 +106,19 @@ TEST(DatabaseListTest, rightGridDoubleClickListsTablesThroughTheLeftServer) {
                              "OBJECT_ID('tbCashAssessment') AND indid < 2"));
     EXPECT_EQ(right->statements(), QStringList{databaseList});
     EXPECT_TRUE(window.serverAccess().log().text().startsWith(QStringLiteral("ROWS: 500\r\n")));
+}
+
+TEST(DatabaseListTest, refusedTableListSaysWhyAndCountsNoTables) {
+    const auto server = startServer();
+    WindowHarness harness;
+    harness.storeConnection(0, server->address(), QStringLiteral("secret"));
+    harness.load();
+    const auto result = harness.runBatch(QStringLiteral("dblclick GridDB(0) 3\nprint lblcount\n"));
+    ASSERT_EQ(result.exitCode, 0) << result.errors.toStdString();
+    EXPECT_EQ(result.output, QStringLiteral("0\n"));
+    EXPECT_TRUE(harness.window().serverAccess().log().text().startsWith(QStringLiteral(
+        "The SELECT permission was denied on the object 'tables', database 'mssqlsystemresource', "
+        "schema 'sys'.\r\n")));
 }
 
 TEST(DatabaseListTest, failedLoginShowsTheServersMessageAndTheConnectButtonRetriesWithTheCurrentTexts) {

@@ -9,6 +9,9 @@
 #include "db/SideConnection.h"
 
 #include <QDateTime>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QTcpServer>
 #include <QTimer>
 #include <gtest/gtest.h>
@@ -90,6 +93,10 @@ TEST_F(ServerAccessTest, connectLogsConnectedOnceAndMarksTheSide) {
     EXPECT_EQ(log(), QStringLiteral("Connected.\r\n"));
     EXPECT_TRUE(m_host.errorBoxes.isEmpty());
     EXPECT_EQ(m_server->server().connectionCount(), 1);
+    // The blank after MASTER in the connection string does not reach the server.
+    const auto login = m_server->transcript().front();
+    EXPECT_EQ(login.kind, QStringLiteral("login"));
+    EXPECT_EQ(login.json.value(QLatin1String("requestedDatabase")).toString(), QStringLiteral("MASTER"));
 }
 
 enum class Target { Simulator, ClosedPort, SilentPort };
@@ -314,3 +321,92 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& testInfo) { return std::string(testInfo.param.name); });
 
 } // namespace
+
+// A BACKUP or RESTORE answered the way the server streams them: progress messages each closed
+// by a DONE, the closing messages, the final DONE. The connection is dropped after each token
+// of that answer in turn; no cut may ever be logged as done.
+struct StreamedStatement {
+    const char* name;
+    const char* sql;
+    const char* closingMessages; // JSON steps after the progress stream
+    int closingMessageCount;
+};
+
+const StreamedStatement streamedStatements[] = {
+    {"backup", "BACKUP DATABASE Billing TO DISK = 'p:\\backup\\MIR\\Billing.BAK'   WITH FORMAT",
+     R"({"info": {"number": 4035, "text": "Processed 1234 pages for database 'Billing', file 'Billing' on file 1."}},
+        {"info": {"number": 3014, "text": "BACKUP DATABASE successfully processed 1234 pages in 0.100 seconds (96.406 MB/sec)."}})",
+     2},
+    {"restore", "RESTORE DATABASE Billing FROM DISK = 'p:\\backup\\MIR\\Billing.BAK' WITH NORECOVERY",
+     R"({"info": {"number": 4035, "text": "Processed 1234 pages for database 'Billing', file 'Billing' on file 1."}},
+        {"info": {"number": 3014, "text": "RESTORE DATABASE successfully processed 1234 pages in 0.100 seconds (96.406 MB/sec)."}})",
+     2},
+};
+
+constexpr int progressEvery = 25;
+
+// Progress: a message and a DONE per step; then the closing messages and the final DONE.
+int tokensOf(const StreamedStatement& statement) {
+    return 2 * (100 / progressEvery) + statement.closingMessageCount + 1;
+}
+
+struct WireFaultCase {
+    const StreamedStatement* statement;
+    int tokensBeforeDrop;
+};
+
+void PrintTo(const WireFaultCase& c, std::ostream* out) {
+    *out << c.statement->name << " cut after " << c.tokensBeforeDrop << " tokens";
+}
+
+std::vector<WireFaultCase> wireFaultCases() {
+    std::vector<WireFaultCase> cases;
+    for (const auto& statement : streamedStatements) {
+        for (int tokens = 0; tokens < tokensOf(statement); ++tokens) {
+            cases.push_back({&statement, tokens});
+        }
+    }
+    return cases;
+}
+
+QByteArray wireFaultScenario(const WireFaultCase& c) {
+    QJsonArray response{
+        QJsonObject{{QStringLiteral("progress"), QJsonObject{{QStringLiteral("every"), progressEvery}}}}};
+    const QByteArray closing = QByteArray("[") + c.statement->closingMessages + "]";
+    for (const auto& step : QJsonDocument::fromJson(closing).array()) {
+        response.append(step);
+    }
+    const QJsonObject rule{{QStringLiteral("exact"), QString::fromUtf8(c.statement->sql)},
+                           {QStringLiteral("dropAfterTokens"), c.tokensBeforeDrop},
+                           {QStringLiteral("response"), response}};
+    return QJsonDocument(QJsonObject{{QStringLiteral("rules"), QJsonArray{rule}}}).toJson();
+}
+
+class WireFaultTest : public ::testing::TestWithParam<WireFaultCase> {};
+
+TEST_P(WireFaultTest, aCutAnswerIsLoggedAsAnErrorAndTheSideReconnects) {
+    const auto server = SimTestServer::fromJson(wireFaultScenario(GetParam()));
+    ASSERT_TRUE(server && server->isRunning());
+    FakeServerAccessHost host;
+    host.server[0] = server->address();
+    ServerAccess access(host);
+    const QString sql = QString::fromUtf8(GetParam().statement->sql);
+
+    access.ExecuteSQL(0, sql);
+    const QStringList lines = access.log().text().split(QStringLiteral("\r\n"));
+    ASSERT_GE(lines.size(), 3);
+    EXPECT_EQ(lines[1], sql);
+    EXPECT_NE(lines[0], QStringLiteral("Done"));
+    EXPECT_FALSE(lines[0].isEmpty());
+    EXPECT_FALSE(access.IsConnected(0));
+
+    access.ExecuteSQL(0, QStringLiteral("SELECT 1"));
+    EXPECT_TRUE(access.log().text().startsWith(QStringLiteral("Done\r\nSELECT 1\r\nConnected.\r\n")));
+    EXPECT_EQ(server->server().connectionCount(), 2);
+}
+
+INSTANTIATE_TEST_SUITE_P(EveryToken, WireFaultTest, ::testing::ValuesIn(wireFaultCases()),
+                         [](const auto& test) {
+                             return std::string(test.param.statement->name) + "DroppedAfter" +
+                                    std::to_string(test.param.tokensBeforeDrop) + "Tokens";
+                         });

@@ -151,5 +151,30 @@ TEST_F(BackupProgressTest, longStreamOfProgressMessagesReachesTheServerMessagesA
     EXPECT_EQ(lines.count(QStringLiteral("Done")), 2);
 }
 
+// The connection drops half-way through the progress of Billing's full backup: that backup is
+// reported failed, and the pass reconnects and goes on with the next database.
+class BackupDroppedMidStreamTest : public DatabaseFileFixture {
+protected:
+    QByteArray extraRules() const override {
+        return R"json({"prefix": "BACKUP DATABASE Billing ", "dropAfterTokens": 9, "response": [
+            {"progress": {"every": 25, "pace": 0, "number": 3211, "text": "{percent} percent processed."}},
+            {"info": {"number": 4035, "text": "Processed 1234 pages for database 'Billing'."}},
+            {"info": {"number": 3014, "text": "BACKUP DATABASE successfully processed 1234 pages."}}]},)json";
+    }
+};
+
+TEST_F(BackupDroppedMidStreamTest, isLoggedAsFailedAndThePassGoesOn) {
+    run(QStringLiteral("set chkALL 1\nclick cmdBackup(0)\n"));
+    const QStringList sent = statements(0);
+    ASSERT_EQ(sent.size(), 8) << sent.join(QLatin1Char('\n')).toStdString();
+    EXPECT_TRUE(sent.at(2).startsWith(QStringLiteral("BACKUP DATABASE Billing ")));
+    EXPECT_TRUE(sent.at(7).startsWith(QStringLiteral("BACKUP Log  Station ")));
+    const QStringList lines = logLines();
+    const auto billing = lines.indexOf(sent.at(2));
+    ASSERT_GT(billing, 0);
+    EXPECT_NE(lines.at(billing - 1), QStringLiteral("Done"));
+    EXPECT_EQ(lines.first(), QStringLiteral("Done"));
+}
+
 } // namespace
 } // namespace qormin::test

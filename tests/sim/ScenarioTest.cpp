@@ -38,6 +38,8 @@ INSTANTIATE_TEST_SUITE_P(
         BadScenario{R"j({"rules": [{"response": []}]})j", "rules[0]: a rule has exactly one of"},
         BadScenario{R"j({"rules": [{"exact": "a", "prefix": "b"}]})j", "rules[0]: a rule has exactly one of"},
         BadScenario{R"j({"rules": [{"regex": "(", "response": []}]})j", "rules[0]: bad regular expression"},
+        BadScenario{R"j({"rules": [{"exact": "a", "dropAfterTokens": -1}]})j",
+                    "rules[0]: \"dropAfterTokens\""},
         BadScenario{R"j({"rules": [{"exact": "a", "response": [{"rows": 1}]}]})j",
                     "rules[0].response.step[0]"},
         BadScenario{oneValue("integer", "1"), "columns[0]: unknown type \"integer\""},
