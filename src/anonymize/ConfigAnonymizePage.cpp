@@ -1,9 +1,9 @@
 #include "anonymize/ConfigAnonymizePage.h"
 
-#include "app/MainWindowContext.h"
 #include "controls/FlexGrid.h"
 #include "controls/SaveLoadFileText.h"
 #include "controls/ctlSaveLoadFile.h"
+#include "window/MainWindowContext.h"
 
 #include <QBoxLayout>
 #include <QCheckBox>
@@ -19,7 +19,7 @@ const char* const anonymizeTablesFile = "AnonymizeTables.txt";
 constexpr int panelMinimumHeight = 160;
 constexpr int gridMinimumHeight = 320;
 
-controls::ctlSaveLoadFile* panel(const char* name, app::MainWindowContext& context, QWidget* parent) {
+controls::ctlSaveLoadFile* panel(const char* name, window::MainWindowContext& context, QWidget* parent) {
     auto* created = new controls::ctlSaveLoadFile(context.dataDirectory(), context.messageBoxes(), parent);
     created->setObjectName(QString::fromLatin1(name));
     created->setMinimumHeight(panelMinimumHeight);
@@ -28,7 +28,7 @@ controls::ctlSaveLoadFile* panel(const char* name, app::MainWindowContext& conte
 
 } // namespace
 
-ConfigAnonymizePage::ConfigAnonymizePage(app::MainWindowContext& context, QWidget* parent)
+ConfigAnonymizePage::ConfigAnonymizePage(window::MainWindowContext& context, QWidget* parent)
     : QWidget(parent), m_cmdInit(new QPushButton(tr("Configure"), this)),
       m_fraConfig(new QGroupBox(tr("Anonymize configuration"), this)),
       m_ctlExclue(panel("ctlExclue", context, m_fraConfig)),
@@ -65,7 +65,7 @@ ConfigAnonymizePage::ConfigAnonymizePage(app::MainWindowContext& context, QWidge
     connect(m_GridC, &controls::FlexGrid::Click, this, &ConfigAnonymizePage::GridC_Click);
 }
 
-ConfigAnonymizePage* ConfigAnonymizePage::install(app::MainWindowContext& context) {
+ConfigAnonymizePage* ConfigAnonymizePage::install(window::MainWindowContext& context) {
     auto* page = new ConfigAnonymizePage(context, context.page(pageIndex));
     page->setObjectName(QStringLiteral("ConfigAnonymizePage"));
     context.pageToolArea(pageIndex)->addWidget(page);

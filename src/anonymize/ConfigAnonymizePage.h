@@ -1,12 +1,14 @@
 #pragma once
 
+#include "window/Tab.h"
+
 #include <QWidget>
 
 class QCheckBox;
 class QGroupBox;
 class QPushButton;
 
-namespace qormin::app {
+namespace qormin::window {
 class MainWindowContext;
 }
 
@@ -23,15 +25,15 @@ namespace qormin::anonymize {
 class ConfigAnonymizePage : public QWidget {
     Q_OBJECT
 public:
-    static constexpr int pageIndex = 9;
-    // SSTab1 runs cmdInitAnonymize when it turns to page 9 and cmdInit when it turns to page 10.
-    static constexpr int initAnonymizeHookPage = 9;
-    static constexpr int configureHookPage = 10;
+    static constexpr int pageIndex = window::Tab::ConfigAnonymize;
+    // Turning to "Anonymize" runs cmdInitAnonymize; turning to "Config Anonymize" runs cmdInit.
+    static constexpr int initAnonymizeHookPage = window::Tab::Anonymize;
+    static constexpr int configureHookPage = window::Tab::ConfigAnonymize;
 
-    explicit ConfigAnonymizePage(app::MainWindowContext& context, QWidget* parent = nullptr);
+    explicit ConfigAnonymizePage(window::MainWindowContext& context, QWidget* parent = nullptr);
 
     // Puts the page's controls onto the main window and registers its page hooks.
-    static ConfigAnonymizePage* install(app::MainWindowContext& context);
+    static ConfigAnonymizePage* install(window::MainWindowContext& context);
 
     // "Configure": loads the excluded tables and shows fraConfig.
     void cmdInit_Click();

@@ -1,19 +1,17 @@
 #include "app/Application.h"
 
 #include "app/AppInfo.h"
-#include "app/PathMapper.h"
-#include "app/SettingsStore.h"
 #include "app/batch/BatchMessageBoxService.h"
 #include "app/batch/BatchRunner.h"
 #include "app/frmMain.h"
-#include "app/platform/LocalFileSystemService.h"
-#include "app/platform/PlatformServices.h"
-#include "app/platform/ProcessShellService.h"
-#include "app/platform/WidgetMessageBoxService.h"
+#include "platform/LocalFileSystemService.h"
+#include "platform/PathMapper.h"
+#include "platform/PlatformServices.h"
+#include "platform/ProcessShellService.h"
+#include "platform/SettingsStore.h"
+#include "platform/WidgetMessageBoxService.h"
 
-#ifdef QORMIN_HAS_DEMO
 #include "app/DemoServer.h"
-#endif
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -96,16 +94,15 @@ std::optional<Options> parse(const QApplication& application, QTextStream& error
     return options;
 }
 
-std::unique_ptr<SettingsStore> openSettings(const Options& options, QTemporaryDir& demoFolder) {
+std::unique_ptr<platform::SettingsStore> openSettings(const Options& options, QTemporaryDir& demoFolder) {
     if (!options.settingsFile.isEmpty())
-        return SettingsStore::openFile(options.settingsFile);
+        return platform::SettingsStore::openFile(options.settingsFile);
     if (options.demo)
-        return SettingsStore::openFile(demoFolder.filePath(QStringLiteral("settings.ini")));
-    return SettingsStore::openDefault();
+        return platform::SettingsStore::openFile(demoFolder.filePath(QStringLiteral("settings.ini")));
+    return platform::SettingsStore::openDefault();
 }
 
-#ifdef QORMIN_HAS_DEMO
-void storeDemoLogins(SettingsStore& settings, const QString& address) {
+void storeDemoLogins(platform::SettingsStore& settings, const QString& address) {
     for (const QString& side : {QStringLiteral("0"), QStringLiteral("1")}) {
         settings.saveSetting(QStringLiteral("MIR"), QStringLiteral("txtServer") + side, address);
         settings.saveSetting(QStringLiteral("MIR"), QStringLiteral("DB") + side,
@@ -114,7 +111,6 @@ void storeDemoLogins(SettingsStore& settings, const QString& address) {
                              QString::fromLatin1(DemoServer::user));
     }
 }
-#endif
 
 int runBatch(frmMain& window, BatchMessageBoxService& boxes, const Options& options, QTextStream& output,
              QTextStream& errors) {
@@ -160,8 +156,7 @@ int runApplication(int argc, char** argv) {
         return usageExitCode;
 
     QTemporaryDir demoFolder;
-    std::unique_ptr<SettingsStore> settings = openSettings(*options, demoFolder);
-#ifdef QORMIN_HAS_DEMO
+    std::unique_ptr<platform::SettingsStore> settings = openSettings(*options, demoFolder);
     std::unique_ptr<DemoServer> demo;
     if (options->demo) {
         QString error;
@@ -172,23 +167,18 @@ int runApplication(int argc, char** argv) {
         }
         storeDemoLogins(*settings, demo->address());
     }
-#else
-    if (options->demo) {
-        errors << "this build has no simulated server for --demo" << Qt::endl;
-        return 1;
-    }
-#endif
-    PathMapper paths = PathMapper::forThisSystem();
-    LocalFileSystemService files(paths);
-    ProcessShellService shell(paths);
-    WidgetMessageBoxService widgetBoxes;
+    platform::PathMapper paths = platform::PathMapper::forThisSystem();
+    platform::LocalFileSystemService files(paths);
+    platform::ProcessShellService shell(paths);
+    platform::WidgetMessageBoxService widgetBoxes;
     BatchMessageBoxService batchBoxes(output, errors);
-    PlatformServices services{settings.get(),
-                              &paths,
-                              &files,
-                              &shell,
-                              options->batch ? static_cast<MessageBoxService*>(&batchBoxes) : &widgetBoxes,
-                              options->dataDirectory};
+    platform::PlatformServices services{
+        settings.get(),
+        &paths,
+        &files,
+        &shell,
+        options->batch ? static_cast<platform::MessageBoxService*>(&batchBoxes) : &widgetBoxes,
+        options->dataDirectory};
     frmMain window(services);
     widgetBoxes.setParentWindow(&window);
     if (options->batch) {

@@ -1,24 +1,70 @@
 #include "app/DemoServer.h"
 
-#include "sim/SimServer.h"
-
 #include <QCoreApplication>
+#include <QDeadlineTimer>
 #include <QFileInfo>
+#include <QProcess>
+#include <QRegularExpression>
 
 namespace qormin::app {
 
 namespace {
 
-class SimulatedDemoServer : public DemoServer {
+constexpr int startMilliseconds = 10000;
+
+QString simulatorProgram() {
+    QString name = QStringLiteral("qormin-sim");
+#ifdef Q_OS_WIN
+    name += QStringLiteral(".exe");
+#endif
+    const QString beside = QCoreApplication::applicationDirPath() + QLatin1Char('/') + name;
+    if (QFileInfo::exists(beside))
+        return beside;
+    return QStringLiteral(QORMIN_SIM_BUILD_PATH);
+}
+
+// The simulator runs as a program of its own, so the tool itself carries no server.
+class ProcessDemoServer : public DemoServer {
 public:
-    explicit SimulatedDemoServer(sim::Scenario scenario) : m_server(std::move(scenario)) {
-        m_server.setKeepTranscriptInMemory(false);
+    ~ProcessDemoServer() override {
+        m_process.kill();
+        m_process.waitForFinished(startMilliseconds);
     }
-    bool start(QString& error) { return m_server.start(0, &error); }
-    QString address() const override { return m_server.address(); }
+
+    bool start(const QString& program, const QString& scenario, QString& error) {
+        m_process.setProgram(program);
+        m_process.setArguments(
+            {QStringLiteral("--scenario"), scenario, QStringLiteral("--port"), QStringLiteral("0")});
+        m_process.setProcessChannelMode(QProcess::SeparateChannels);
+        m_process.start();
+        if (!m_process.waitForStarted(startMilliseconds)) {
+            error = program + QStringLiteral(": ") + m_process.errorString();
+            return false;
+        }
+        static const QRegularExpression listening(QStringLiteral("^listening on ([0-9.]+):(\\d+)"));
+        const QDeadlineTimer deadline(startMilliseconds);
+        while (!m_process.canReadLine()) {
+            if (m_process.state() != QProcess::Running || deadline.hasExpired() ||
+                !m_process.waitForReadyRead(static_cast<int>(deadline.remainingTime()))) {
+                error = program + QStringLiteral(" did not start listening: ") +
+                        QString::fromLocal8Bit(m_process.readAllStandardError()).trimmed();
+                return false;
+            }
+        }
+        const auto match = listening.match(QString::fromLatin1(m_process.readLine()));
+        if (!match.hasMatch()) {
+            error = program + QStringLiteral(" said something unexpected at start");
+            return false;
+        }
+        m_address = match.captured(1) + QLatin1Char(',') + match.captured(2);
+        return true;
+    }
+
+    QString address() const override { return m_address; }
 
 private:
-    sim::SimServer m_server;
+    QProcess m_process;
+    QString m_address;
 };
 
 } // namespace
@@ -31,14 +77,13 @@ QString DemoServer::scenarioPath() {
 }
 
 std::unique_ptr<DemoServer> DemoServer::start(QString& error) {
-    const QString path = scenarioPath();
-    std::optional<sim::Scenario> scenario = sim::Scenario::fromFile(path, &error);
-    if (!scenario) {
-        error = QStringLiteral("demo scenario ") + path + QStringLiteral(": ") + error;
+    const QString scenario = scenarioPath();
+    if (!QFileInfo::exists(scenario)) {
+        error = QStringLiteral("demo scenario ") + scenario + QStringLiteral(" not found");
         return nullptr;
     }
-    auto server = std::make_unique<SimulatedDemoServer>(std::move(*scenario));
-    if (!server->start(error))
+    auto server = std::make_unique<ProcessDemoServer>();
+    if (!server->start(simulatorProgram(), scenario, error))
         return nullptr;
     return server;
 }

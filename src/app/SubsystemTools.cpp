@@ -1,15 +1,15 @@
 #include "app/SubsystemTools.h"
 
 #include "anonymize/ConfigAnonymizePage.h"
-#include "app/MainWindowContext.h"
 #include "dbfiles/DatabaseFileTools.h"
 #include "net/NetworkSharePage.h"
 #include "tablecopy/TableCopyInstaller.h"
+#include "window/MainWindowContext.h"
 
 namespace qormin::app {
 
 // One line per subsystem, in the order their buttons should appear.
-void installSubsystemTools(MainWindowContext& context) {
+void installSubsystemTools(window::MainWindowContext& context) {
     (void)context;
     net::NetworkSharePage::install(context);
     dbfiles::installDatabaseFileTools(context);

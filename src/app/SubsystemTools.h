@@ -1,10 +1,12 @@
 #pragma once
 
+namespace qormin::window {
+class MainWindowContext;
+}
+
 namespace qormin::app {
 
-class MainWindowContext;
-
 // Lets every subsystem put its buttons, pages and windows onto the assembled main window.
-void installSubsystemTools(MainWindowContext& context);
+void installSubsystemTools(window::MainWindowContext& context);
 
 } // namespace qormin::app

@@ -4,8 +4,6 @@
 #include "app/LogPanel.h"
 #include "app/LogView.h"
 #include "app/MainWindowStatements.h"
-#include "app/PathMapper.h"
-#include "app/SettingsStore.h"
 #include "app/SettingsTable.h"
 #include "app/SideColumn.h"
 #include "app/SubsystemTools.h"
@@ -13,13 +11,15 @@
 #include "app/pages/OptionsPage.h"
 #include "app/pages/RestoreDirPage.h"
 #include "app/pages/RestorePage.h"
-#include "app/platform/FileSystemService.h"
-#include "app/platform/MessageBoxService.h"
-#include "app/platform/PlatformServices.h"
 #include "controls/FileListBox.h"
 #include "controls/FlexGrid.h"
 #include "db/Recordset.h"
 #include "db/ResultTableModel.h"
+#include "platform/FileSystemService.h"
+#include "platform/MessageBoxService.h"
+#include "platform/PathMapper.h"
+#include "platform/PlatformServices.h"
+#include "platform/SettingsStore.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -41,11 +41,11 @@ namespace qormin::app {
 
 namespace {
 
-constexpr int pageCount = 15;
-constexpr int mainToolsPage = 0;
-constexpr int restorePage = 2;
-constexpr int restoreDirPage = 4; // "Restore Dir" in caption order; its hook fires on index 5
-constexpr int optionsPage = 5;
+constexpr int pageCount = window::Tab::Count;
+constexpr int mainToolsPage = window::Tab::MainTools;
+constexpr int restorePage = window::Tab::Restore;
+constexpr int restoreDirPage = window::Tab::RestoreDir;
+constexpr int optionsPage = window::Tab::Options;
 constexpr int databaseColumnTwips = 3000;
 constexpr int tableColumnTwips = 2300;
 
@@ -71,7 +71,7 @@ QLineEdit* lineEdit(const QString& name, QWidget* parent) {
     return edit;
 }
 
-controls::FileListBox* fileList(const char* name, FileSystemService& files, QWidget* parent) {
+controls::FileListBox* fileList(const char* name, platform::FileSystemService& files, QWidget* parent) {
     auto* list = new controls::FileListBox(files, parent);
     list->setObjectName(QString::fromLatin1(name));
     return list;
@@ -80,7 +80,7 @@ controls::FileListBox* fileList(const char* name, FileSystemService& files, QWid
 } // namespace
 
 struct frmMain::Parts {
-    PlatformServices services;
+    platform::PlatformServices services;
     std::unique_ptr<db::ServerAccess> access;
     std::array<SideColumn*, sideCount> sides{};
     QLineEdit* txtDB = nullptr;
@@ -112,7 +112,7 @@ struct frmMain::Parts {
     bool busy = false;
 };
 
-frmMain::frmMain(const PlatformServices& services, QWidget* parent)
+frmMain::frmMain(const platform::PlatformServices& services, QWidget* parent)
     : QMainWindow(parent), m_parts(std::make_unique<Parts>()) {
     m_parts->services = services;
     m_parts->access = std::make_unique<db::ServerAccess>(*this);
@@ -134,7 +134,7 @@ frmMain::~frmMain() {
 
 void frmMain::buildWindow() {
     Parts& p = *m_parts;
-    FileSystemService& files = *p.services.files;
+    platform::FileSystemService& files = *p.services.files;
     auto* central = new QWidget(this);
     for (int side = 0; side < sideCount; ++side)
         p.sides[side] = new SideColumn(side, central);
@@ -320,7 +320,7 @@ void frmMain::connectHandlers() {
 
 void frmMain::Form_Load() {
     Parts& p = *m_parts;
-    SettingsStore& store = *p.services.settings;
+    platform::SettingsStore& store = *p.services.settings;
     p.SSTab1->setCurrentIndex(0);
     show();
     QCoreApplication::processEvents();
@@ -357,7 +357,7 @@ void frmMain::Form_Load() {
 }
 
 void frmMain::loadSide(int side) {
-    SettingsStore& store = *m_parts->services.settings;
+    platform::SettingsStore& store = *m_parts->services.settings;
     const std::pair<const char*, QLineEdit*> fields[] = {
         {"txtPW", txtPW(side)},
         {"txtServer", txtServer(side)},
@@ -389,7 +389,7 @@ void frmMain::cmdRefreshDB_Click(int index) {
 }
 
 void frmMain::cmdDefaultPaths_Click(int index) {
-    SettingsStore& store = settings();
+    platform::SettingsStore& store = settings();
     const QString backup = MainWindowStatements::defaultBackupFolder(txtServer(index)->text());
     const SettingAddress sideAddress = startupAddress(QStringLiteral("txtPath"), index);
     store.saveSetting(sideAddress.section, sideAddress.key, backup);
@@ -439,7 +439,8 @@ void frmMain::Grid2_Click() {
 
 void frmMain::SSTab1_Click(int /*previousTab*/) {
     const int index = m_parts->SSTab1->currentIndex();
-    if (index == restoreDirHookPage)
+    // Turning to the page with the restore-directory lists refreshes them.
+    if (index == restoreDirPage)
         txtRestoreDir_Change();
     const auto [first, last] = m_parts->pageHooks.equal_range(index);
     for (auto hook = first; hook != last; ++hook)
@@ -485,19 +486,19 @@ QTabWidget* frmMain::SSTab1() const {
 db::ServerAccess& frmMain::serverAccess() {
     return *m_parts->access;
 }
-MessageBoxService& frmMain::messageBoxes() {
+platform::MessageBoxService& frmMain::messageBoxes() {
     return *m_parts->services.messageBoxes;
 }
-ShellService& frmMain::shell() {
+platform::ShellService& frmMain::shell() {
     return *m_parts->services.shell;
 }
-FileSystemService& frmMain::fileSystem() {
+platform::FileSystemService& frmMain::fileSystem() {
     return *m_parts->services.files;
 }
-PathMapper& frmMain::pathMapper() {
+platform::PathMapper& frmMain::pathMapper() {
     return *m_parts->services.paths;
 }
-SettingsStore& frmMain::settings() {
+platform::SettingsStore& frmMain::settings() {
     return *m_parts->services.settings;
 }
 QString frmMain::dataDirectory() const {

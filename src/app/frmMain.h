@@ -1,28 +1,29 @@
 #pragma once
 
-#include "app/MainWindowContext.h"
 #include "db/ServerAccess.h"
+#include "window/MainWindowContext.h"
 
 #include <QMainWindow>
 #include <memory>
 
 class QTabWidget;
 
-namespace qormin::app {
-
+namespace qormin::platform {
 struct PlatformServices;
+}
+
+namespace qormin::app {
 
 // The main window: two server columns, the shared controls, the tab strip SSTab1 with the tool
 // pages, and the log boxes. Handlers are named after their control and event; the pages of the
-// subsystems reach the shared controls through MainWindowContext.
-class frmMain : public QMainWindow, public MainWindowContext, public db::ServerAccessHost {
+// subsystems reach the shared controls through window::MainWindowContext.
+class frmMain : public QMainWindow, public window::MainWindowContext, public db::ServerAccessHost {
     Q_OBJECT
 public:
     static constexpr int timer1Milliseconds = 5000;
     static constexpr int tmrDoEvMilliseconds = 100;
-    static constexpr int restoreDirHookPage = 5;
 
-    explicit frmMain(const PlatformServices& services, QWidget* parent = nullptr);
+    explicit frmMain(const platform::PlatformServices& services, QWidget* parent = nullptr);
     ~frmMain() override;
 
     // Start-up: paints first, then restores the fields, connects the sides with a stored
@@ -42,13 +43,13 @@ public:
 
     QTabWidget* SSTab1() const;
 
-    // MainWindowContext
+    // window::MainWindowContext
     db::ServerAccess& serverAccess() override;
-    MessageBoxService& messageBoxes() override;
-    ShellService& shell() override;
-    FileSystemService& fileSystem() override;
-    PathMapper& pathMapper() override;
-    SettingsStore& settings() override;
+    platform::MessageBoxService& messageBoxes() override;
+    platform::ShellService& shell() override;
+    platform::FileSystemService& fileSystem() override;
+    platform::PathMapper& pathMapper() override;
+    platform::SettingsStore& settings() override;
     QString dataDirectory() const override;
     QLineEdit* txtDB() override;
     QCheckBox* chkALL() override;

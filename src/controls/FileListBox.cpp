@@ -1,10 +1,10 @@
 #include "controls/FileListBox.h"
 
-#include "app/platform/FileSystemService.h"
+#include "platform/FileSystemService.h"
 
 namespace qormin::controls {
 
-FileListBox::FileListBox(app::FileSystemService& files, QWidget* parent)
+FileListBox::FileListBox(platform::FileSystemService& files, QWidget* parent)
     : QListWidget(parent), m_files(files) {
     setSelectionMode(QAbstractItemView::SingleSelection);
     connect(this, &QListWidget::itemClicked, this, [this] { Q_EMIT Click(); });

@@ -2,7 +2,7 @@
 
 #include <QListWidget>
 
-namespace qormin::app {
+namespace qormin::platform {
 class FileSystemService;
 }
 
@@ -15,7 +15,7 @@ namespace qormin::controls {
 class FileListBox : public QListWidget {
     Q_OBJECT
 public:
-    explicit FileListBox(app::FileSystemService& files, QWidget* parent = nullptr);
+    explicit FileListBox(platform::FileSystemService& files, QWidget* parent = nullptr);
 
     QString Path() const { return m_path; }
     // False when the folder cannot be read.
@@ -37,7 +37,7 @@ private:
     bool load(const QString& path);
     QStringList patterns() const;
 
-    app::FileSystemService& m_files;
+    platform::FileSystemService& m_files;
     QString m_path;
     QString m_wantedPath;
     QString m_pattern = QStringLiteral("*.*");

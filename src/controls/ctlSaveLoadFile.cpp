@@ -1,6 +1,6 @@
 #include "controls/ctlSaveLoadFile.h"
 
-#include "app/platform/MessageBoxService.h"
+#include "platform/MessageBoxService.h"
 
 #include <QDir>
 #include <QHBoxLayout>
@@ -35,7 +35,8 @@ bool endsWithLineBreak(const QString& text) {
 
 } // namespace
 
-ctlSaveLoadFile::ctlSaveLoadFile(QString dataDirectory, app::MessageBoxService& messageBoxes, QWidget* parent)
+ctlSaveLoadFile::ctlSaveLoadFile(QString dataDirectory, platform::MessageBoxService& messageBoxes,
+                                 QWidget* parent)
     : QWidget(parent), m_dataDirectory(std::move(dataDirectory)), m_messageBoxes(messageBoxes),
       m_lineEnd(windowsLineEnd), m_lblFile(new QLabel(this)), m_txtFileVal(new QPlainTextEdit(this)),
       m_cmdInit(new QPushButton(tr("Load"), this)), m_cmdSaveFile(new QPushButton(tr("Save"), this)) {

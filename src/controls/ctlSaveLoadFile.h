@@ -9,7 +9,7 @@ class QLabel;
 class QPlainTextEdit;
 class QPushButton;
 
-namespace qormin::app {
+namespace qormin::platform {
 class MessageBoxService;
 }
 
@@ -26,7 +26,8 @@ namespace qormin::controls {
 class ctlSaveLoadFile : public QWidget {
     Q_OBJECT
 public:
-    ctlSaveLoadFile(QString dataDirectory, app::MessageBoxService& messageBoxes, QWidget* parent = nullptr);
+    ctlSaveLoadFile(QString dataDirectory, platform::MessageBoxService& messageBoxes,
+                    QWidget* parent = nullptr);
 
     // The inner text box; hosts that need the text with its line ends use text().
     QPlainTextEdit* TextBoxObj() const { return m_txtFileVal; }
@@ -53,7 +54,7 @@ private:
     void rememberSaved(const QString& text);
 
     QString m_dataDirectory;
-    app::MessageBoxService& m_messageBoxes;
+    platform::MessageBoxService& m_messageBoxes;
     SaveLoadFileText m_file;
     QString m_lineEnd;
     QString m_savedText;  // the file's text as last loaded or saved

@@ -1,10 +1,10 @@
 #include "dbfiles/BackupFileRenamer.h"
 
-#include "app/MainWindowContext.h"
-#include "app/platform/FileSystemService.h"
 #include "controls/FileListBox.h"
 #include "db/ServerAccess.h"
 #include "dbfiles/BackupFileNames.h"
+#include "platform/FileSystemService.h"
+#include "window/MainWindowContext.h"
 
 #include <QFileInfo>
 #include <QLineEdit>
@@ -23,7 +23,7 @@ QStringList namesOf(const controls::FileListBox& files) {
 
 } // namespace
 
-BackupFileRenamer::BackupFileRenamer(app::MainWindowContext& context) : m_context(context) {}
+BackupFileRenamer::BackupFileRenamer(window::MainWindowContext& context) : m_context(context) {}
 
 void BackupFileRenamer::cmdRename_Click() {
     const QString server = m_context.txtServer(0)->text();
@@ -61,7 +61,7 @@ void BackupFileRenamer::rename(const QString& folder, const QString& fileName,
 }
 
 QString BackupFileRenamer::failureReason(const QString& from, const QString& to) const {
-    const app::FileSystemService& files = m_context.fileSystem();
+    const platform::FileSystemService& files = m_context.fileSystem();
     if (!QFileInfo::exists(files.localPath(from)))
         return QStringLiteral("the file is gone");
     if (QFileInfo::exists(files.localPath(to)))

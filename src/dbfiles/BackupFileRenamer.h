@@ -3,7 +3,7 @@
 #include <QString>
 #include <optional>
 
-namespace qormin::app {
+namespace qormin::window {
 class MainWindowContext;
 }
 
@@ -13,7 +13,7 @@ namespace qormin::dbfiles {
 // tried; a skipped or failed one is logged with the reason and the pass goes on.
 class BackupFileRenamer {
 public:
-    explicit BackupFileRenamer(app::MainWindowContext& context);
+    explicit BackupFileRenamer(window::MainWindowContext& context);
 
     // File1's names lose everything from "_2015"; the files sit in the left server's share.
     void cmdRename_Click();
@@ -25,7 +25,7 @@ private:
     QString failureReason(const QString& from, const QString& to) const;
     void log(const QString& text);
 
-    app::MainWindowContext& m_context;
+    window::MainWindowContext& m_context;
 };
 
 } // namespace qormin::dbfiles

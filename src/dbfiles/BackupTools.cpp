@@ -1,9 +1,9 @@
 #include "dbfiles/BackupTools.h"
 
-#include "app/MainWindowContext.h"
 #include "controls/FlexGrid.h"
 #include "db/ServerAccess.h"
 #include "dbfiles/BackupStatements.h"
+#include "window/MainWindowContext.h"
 
 #include <QCheckBox>
 #include <QLineEdit>
@@ -11,7 +11,7 @@
 
 namespace qormin::dbfiles {
 
-BackupTools::BackupTools(app::MainWindowContext& context) : m_context(context) {}
+BackupTools::BackupTools(window::MainWindowContext& context) : m_context(context) {}
 
 void BackupTools::cmdBackup_Click(int index) {
     forEachDatabase(index, StopBox::Ignored, [this, index] {

@@ -3,7 +3,7 @@
 #include <QString>
 #include <functional>
 
-namespace qormin::app {
+namespace qormin::window {
 class MainWindowContext;
 }
 
@@ -13,7 +13,7 @@ namespace qormin::dbfiles {
 // chkALL ticked, for every row of a side's database grid.
 class BackupTools {
 public:
-    explicit BackupTools(app::MainWindowContext& context);
+    explicit BackupTools(window::MainWindowContext& context);
 
     void cmdBackup_Click(int index);
     void cmdFullRecovery_Click(int index);
@@ -31,7 +31,7 @@ private:
     void openOnLeft(const QString& sql);
     QString database() const;
 
-    app::MainWindowContext& m_context;
+    window::MainWindowContext& m_context;
 };
 
 } // namespace qormin::dbfiles

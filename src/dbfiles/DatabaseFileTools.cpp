@@ -1,10 +1,10 @@
 #include "dbfiles/DatabaseFileTools.h"
 
-#include "app/MainWindowContext.h"
 #include "controls/FileListBox.h"
 #include "dbfiles/BackupFileRenamer.h"
 #include "dbfiles/BackupTools.h"
 #include "dbfiles/RestoreTools.h"
+#include "window/MainWindowContext.h"
 
 #include <QBoxLayout>
 #include <QGroupBox>
@@ -18,9 +18,9 @@ namespace qormin::dbfiles {
 
 namespace {
 
-constexpr int mainToolsPage = 0;
-constexpr int restorePage = 2;
-constexpr int restoreDirPage = 4;
+constexpr int mainToolsPage = window::Tab::MainTools;
+constexpr int restorePage = window::Tab::Restore;
+constexpr int restoreDirPage = window::Tab::RestoreDir;
 
 QString indexed(const char* name, int side) {
     return QString::fromLatin1(name) + QLatin1Char('(') + QString::number(side) + QLatin1Char(')');
@@ -28,12 +28,12 @@ QString indexed(const char* name, int side) {
 
 } // namespace
 
-DatabaseFileTools::DatabaseFileTools(app::MainWindowContext& context)
+DatabaseFileTools::DatabaseFileTools(window::MainWindowContext& context)
     : QObject(context.page(mainToolsPage)), m_context(context),
       m_backup(std::make_unique<BackupTools>(context)), m_restore(std::make_unique<RestoreTools>(context)),
       m_renamer(std::make_unique<BackupFileRenamer>(context)) {
     setObjectName(QStringLiteral("DatabaseFileTools"));
-    for (int side = 0; side < app::MainWindowContext::sideCount; ++side)
+    for (int side = 0; side < window::MainWindowContext::sideCount; ++side)
         addSideButtons(side);
     addMainToolsButtons();
     addRestorePageButtons();
@@ -106,7 +106,7 @@ QPushButton* DatabaseFileTools::addButton(QBoxLayout* layout, const QString& nam
     return button;
 }
 
-void installDatabaseFileTools(app::MainWindowContext& context) {
+void installDatabaseFileTools(window::MainWindowContext& context) {
     // Owned by the page it is parented to.
     new DatabaseFileTools(context);
 }

@@ -7,7 +7,7 @@ class QLineEdit;
 class QPushButton;
 class QBoxLayout;
 
-namespace qormin::app {
+namespace qormin::window {
 class MainWindowContext;
 }
 
@@ -22,7 +22,7 @@ class RestoreTools;
 class DatabaseFileTools : public QObject {
     Q_OBJECT
 public:
-    explicit DatabaseFileTools(app::MainWindowContext& context);
+    explicit DatabaseFileTools(window::MainWindowContext& context);
     ~DatabaseFileTools() override;
 
     BackupTools& backupTools() { return *m_backup; }
@@ -36,7 +36,7 @@ private:
     void addRestoreDirPageControls();
     QPushButton* addButton(QBoxLayout* layout, const QString& name, const QString& caption);
 
-    app::MainWindowContext& m_context;
+    window::MainWindowContext& m_context;
     std::unique_ptr<BackupTools> m_backup;
     std::unique_ptr<RestoreTools> m_restore;
     std::unique_ptr<BackupFileRenamer> m_renamer;
@@ -44,6 +44,6 @@ private:
 };
 
 // Called once by the window while it assembles its pages.
-void installDatabaseFileTools(app::MainWindowContext& context);
+void installDatabaseFileTools(window::MainWindowContext& context);
 
 } // namespace qormin::dbfiles

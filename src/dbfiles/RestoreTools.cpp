@@ -1,6 +1,5 @@
 #include "dbfiles/RestoreTools.h"
 
-#include "app/MainWindowContext.h"
 #include "controls/FileListBox.h"
 #include "db/Recordset.h"
 #include "db/ServerAccess.h"
@@ -8,6 +7,7 @@
 #include "dbfiles/BackupStatements.h"
 #include "dbfiles/RestoreDrive.h"
 #include "dbfiles/RestoreStatements.h"
+#include "window/MainWindowContext.h"
 
 #include <QCheckBox>
 #include <QCoreApplication>
@@ -21,7 +21,7 @@ namespace {
 constexpr int leftSide = 0;
 }
 
-RestoreTools::RestoreTools(app::MainWindowContext& context) : m_context(context) {}
+RestoreTools::RestoreTools(window::MainWindowContext& context) : m_context(context) {}
 
 void RestoreTools::cmdRestoreFileList_Click(int index) {
     const QString database = m_context.txtDB()->text();
@@ -40,7 +40,7 @@ void RestoreTools::cmdRestoreFileList_Click(int index) {
 
 QString RestoreTools::GetRestoreDrive(QString& databaseName, int side) const {
     QStringList restoreTo;
-    for (int box = 0; box < app::MainWindowContext::restoreTargetCount; ++box)
+    for (int box = 0; box < window::MainWindowContext::restoreTargetCount; ++box)
         restoreTo.append(m_context.txtRestoreTO(box)->text());
     return RestoreDrive::GetRestoreDrive(databaseName, side, restoreTo);
 }

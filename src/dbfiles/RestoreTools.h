@@ -5,7 +5,7 @@
 #include <QList>
 #include <QString>
 
-namespace qormin::app {
+namespace qormin::window {
 class MainWindowContext;
 }
 
@@ -15,7 +15,7 @@ namespace qormin::dbfiles {
 // folder or a source folder, and the file list that every restore reads first.
 class RestoreTools {
 public:
-    explicit RestoreTools(app::MainWindowContext& context);
+    explicit RestoreTools(window::MainWindowContext& context);
 
     void cmdRestoreFileList_Click(int index);
     // Upper-cases databaseName, as callers have always seen it; pass a copy to keep a name.
@@ -37,7 +37,7 @@ private:
     // chkStop ends a restore-to-main pass and is cleared for the next one.
     bool takeStopRequest();
 
-    app::MainWindowContext& m_context;
+    window::MainWindowContext& m_context;
     QList<RestoreFile> m_restoreFiles;
 };
 

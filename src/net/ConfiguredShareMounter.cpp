@@ -1,6 +1,6 @@
 #include "net/ConfiguredShareMounter.h"
 
-#include "app/PathMapper.h"
+#include "platform/PathMapper.h"
 
 namespace qormin::net {
 

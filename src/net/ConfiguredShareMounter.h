@@ -2,7 +2,7 @@
 
 #include "net/ShareMounter.h"
 
-namespace qormin::app {
+namespace qormin::platform {
 class PathMapper;
 }
 
@@ -13,14 +13,15 @@ namespace qormin::net {
 // checked. Unmounting always goes to GVfs: the other way never mounts anything.
 class ConfiguredShareMounter : public ShareMounter {
 public:
-    ConfiguredShareMounter(const app::PathMapper& paths, ShareMounter& desktop, ShareMounter& underMountRoot)
+    ConfiguredShareMounter(const platform::PathMapper& paths, ShareMounter& desktop,
+                           ShareMounter& underMountRoot)
         : m_paths(paths), m_desktop(desktop), m_underMountRoot(underMountRoot) {}
 
     MountOutcome mount(const ShareAddress& share, const ShareCredentials& credentials) override;
     std::uint32_t unmount(const ShareAddress& share) override;
 
 private:
-    const app::PathMapper& m_paths;
+    const platform::PathMapper& m_paths;
     ShareMounter& m_desktop;
     ShareMounter& m_underMountRoot;
 };

@@ -1,18 +1,18 @@
 #include "net/DesktopShareShell.h"
 
-#include "app/PathMapper.h"
 #include "net/KeyStrokeTyping.h"
 #include "net/MountShareConnector.h"
 #include "net/NetErrorText.h"
 #include "net/ShareAddress.h"
 #include "net/ToolProcess.h"
+#include "platform/PathMapper.h"
 
 #include <QFileInfo>
 #include <QProcess>
 
 namespace qormin::net {
 
-DesktopShareShell::DesktopShareShell(const app::PathMapper& paths, MountShareConnector& connector,
+DesktopShareShell::DesktopShareShell(const platform::PathMapper& paths, MountShareConnector& connector,
                                      KeyStrokeSender& keys, QProcessEnvironment environment)
     : m_paths(paths), m_connector(connector), m_keys(keys), m_environment(std::move(environment)) {}
 

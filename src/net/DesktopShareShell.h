@@ -5,7 +5,7 @@
 #include <QProcessEnvironment>
 #include <QStringList>
 
-namespace qormin::app {
+namespace qormin::platform {
 class PathMapper;
 }
 
@@ -19,7 +19,8 @@ class MountShareConnector;
 // Drop Dir as the removal of the drive links and of the mounts this tool made.
 class DesktopShareShell : public ShareShell {
 public:
-    DesktopShareShell(const app::PathMapper& paths, MountShareConnector& connector, KeyStrokeSender& keys,
+    DesktopShareShell(const platform::PathMapper& paths, MountShareConnector& connector,
+                      KeyStrokeSender& keys,
                       QProcessEnvironment environment = QProcessEnvironment::systemEnvironment());
 
     QString openShareFolder(const QString& server) override;
@@ -34,7 +35,7 @@ private:
     QString find(const QString& program) const;
     bool startDetached(const QString& program, const QStringList& arguments, const QString& folder) const;
 
-    const app::PathMapper& m_paths;
+    const platform::PathMapper& m_paths;
     MountShareConnector& m_connector;
     KeyStrokeSender& m_keys;
     QProcessEnvironment m_environment;

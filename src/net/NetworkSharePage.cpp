@@ -1,7 +1,5 @@
 #include "net/NetworkSharePage.h"
 
-#include "app/MainWindowContext.h"
-#include "app/platform/MessageBoxService.h"
 #include "db/ServerAccess.h"
 #include "net/KeyStrokeTyping.h"
 #include "net/ModNetUse.h"
@@ -10,6 +8,8 @@
 #include "net/ShareConnector.h"
 #include "net/ShareServices.h"
 #include "net/ShareShell.h"
+#include "platform/MessageBoxService.h"
+#include "window/MainWindowContext.h"
 
 #include <QBoxLayout>
 #include <QCoreApplication>
@@ -29,15 +29,15 @@ QString indexed(const char* name, int index) {
 
 } // namespace
 
-NetworkSharePage::NetworkSharePage(app::MainWindowContext& context, std::unique_ptr<ShareServices> services,
-                                   QObject* parent)
+NetworkSharePage::NetworkSharePage(window::MainWindowContext& context,
+                                   std::unique_ptr<ShareServices> services, QObject* parent)
     : QObject(parent), m_context(context), m_services(std::move(services)) {
     addButtons();
 }
 
 NetworkSharePage::~NetworkSharePage() = default;
 
-NetworkSharePage* NetworkSharePage::install(app::MainWindowContext& context,
+NetworkSharePage* NetworkSharePage::install(window::MainWindowContext& context,
                                             QProcessEnvironment environment) {
     return new NetworkSharePage(context, std::make_unique<ShareServices>(context, std::move(environment)),
                                 context.page(0));
@@ -64,7 +64,7 @@ void NetworkSharePage::addButtons() {
         {"cmdClearConnections", "Clear Connections", "End every session using the database in txtDB",
          &NetworkSharePage::cmdClearConnections_Click},
     };
-    for (int side = 0; side < app::MainWindowContext::sideCount; ++side) {
+    for (int side = 0; side < window::MainWindowContext::sideCount; ++side) {
         for (const Button& button : buttons) {
             auto* widget = new QPushButton(tr(button.caption), m_context.page(0));
             widget->setObjectName(indexed(button.name, side));

@@ -4,7 +4,7 @@
 #include <QProcessEnvironment>
 #include <memory>
 
-namespace qormin::app {
+namespace qormin::window {
 class MainWindowContext;
 }
 
@@ -22,13 +22,13 @@ public:
     static constexpr const char* logOnUser = "administrator";
     static constexpr const char* logOnPassword = "harbor@579";
 
-    NetworkSharePage(app::MainWindowContext& context, std::unique_ptr<ShareServices> services,
+    NetworkSharePage(window::MainWindowContext& context, std::unique_ptr<ShareServices> services,
                      QObject* parent = nullptr);
     ~NetworkSharePage() override;
 
     // Puts the buttons on the window, with this platform's services.
     static NetworkSharePage*
-    install(app::MainWindowContext& context,
+    install(window::MainWindowContext& context,
             QProcessEnvironment environment = QProcessEnvironment::systemEnvironment());
 
     void cmdNetworkConnect_Click(int index);
@@ -44,7 +44,7 @@ private:
     void addButtons();
     void log(const QString& problem);
 
-    app::MainWindowContext& m_context;
+    window::MainWindowContext& m_context;
     std::unique_ptr<ShareServices> m_services;
 };
 

@@ -1,8 +1,8 @@
 #include "net/ShareServices.h"
 
-#include "app/MainWindowContext.h"
-#include "app/PathMapper.h"
 #include "net/ModNetUse.h"
+#include "platform/PathMapper.h"
+#include "window/MainWindowContext.h"
 
 #ifdef Q_OS_WIN
 #include "net/Win32KeyStrokeSender.h"
@@ -24,7 +24,7 @@ namespace qormin::net {
 #ifdef Q_OS_WIN
 
 struct ShareServices::Parts {
-    Parts(app::MainWindowContext& context, const QProcessEnvironment&)
+    Parts(window::MainWindowContext& context, const QProcessEnvironment&)
         : shell(context.shell(), keys, std::chrono::milliseconds(1500)), net(connector) {}
 
     Win32ShareConnector connector;
@@ -36,7 +36,7 @@ struct ShareServices::Parts {
 #else
 
 struct ShareServices::Parts {
-    Parts(app::MainWindowContext& context, const QProcessEnvironment& environment)
+    Parts(window::MainWindowContext& context, const QProcessEnvironment& environment)
         : links(context.pathMapper().driveLinkRoot()), desktopMounter(environment),
           mountRootMounter([&paths = context.pathMapper()](
                                const ShareAddress& share) { return paths.resolve(share.remoteName()); },
@@ -56,7 +56,7 @@ struct ShareServices::Parts {
 
 #endif
 
-ShareServices::ShareServices(app::MainWindowContext& context, QProcessEnvironment environment)
+ShareServices::ShareServices(window::MainWindowContext& context, QProcessEnvironment environment)
     : m_parts(std::make_unique<Parts>(context, environment)) {}
 
 ShareServices::~ShareServices() = default;

@@ -3,7 +3,7 @@
 #include <QProcessEnvironment>
 #include <memory>
 
-namespace qormin::app {
+namespace qormin::window {
 class MainWindowContext;
 }
 
@@ -18,7 +18,7 @@ class ShareServices {
 public:
     // environment: where the Linux tools (gio, smbclient, xdg-open, terminals, xdotool) are
     // looked up and what they run with.
-    explicit ShareServices(app::MainWindowContext& context,
+    explicit ShareServices(window::MainWindowContext& context,
                            QProcessEnvironment environment = QProcessEnvironment::systemEnvironment());
     ~ShareServices();
     ShareServices(const ShareServices&) = delete;

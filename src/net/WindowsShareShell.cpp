@@ -1,7 +1,7 @@
 #include "net/WindowsShareShell.h"
 
-#include "app/platform/ShellService.h"
 #include "net/KeyStrokeTyping.h"
+#include "platform/ShellService.h"
 
 namespace qormin::net {
 

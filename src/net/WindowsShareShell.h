@@ -4,7 +4,7 @@
 
 #include <chrono>
 
-namespace qormin::app {
+namespace qormin::platform {
 class ShellService;
 }
 
@@ -17,7 +17,8 @@ class KeyStrokeSender;
 class WindowsShareShell : public ShareShell {
 public:
     // promptWait: how long cmd.exe gets to open before the drive change is typed into it.
-    WindowsShareShell(app::ShellService& shell, KeyStrokeSender& keys, std::chrono::milliseconds promptWait)
+    WindowsShareShell(platform::ShellService& shell, KeyStrokeSender& keys,
+                      std::chrono::milliseconds promptWait)
         : m_shell(shell), m_keys(keys), m_promptWait(promptWait) {}
 
     QString openShareFolder(const QString& server) override;
@@ -26,7 +27,7 @@ public:
     QString dropMappedDrives() override;
 
 private:
-    app::ShellService& m_shell;
+    platform::ShellService& m_shell;
     KeyStrokeSender& m_keys;
     std::chrono::milliseconds m_promptWait;
 };

@@ -1,17 +1,17 @@
 #include "tablecopy/TableCopyInstaller.h"
 
-#include "app/MainWindowContext.h"
 #include "tablecopy/TableCopyTools.h"
+#include "window/MainWindowContext.h"
 
 #include <QBoxLayout>
 
 namespace qormin::tablecopy {
 
 namespace {
-constexpr int copyPage = 1;
+constexpr int copyPage = window::Tab::Copy;
 }
 
-void installTableCopyTools(app::MainWindowContext& context) {
+void installTableCopyTools(window::MainWindowContext& context) {
     TableCopyControls controls{context.serverAccess(), *context.Grid2(), *context.txtDB(),
                                *context.chkStop()};
     auto* tools = new TableCopyTools(controls, context.page(copyPage));

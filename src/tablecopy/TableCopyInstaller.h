@@ -1,12 +1,12 @@
 #pragma once
 
-namespace qormin::app {
+namespace qormin::window {
 class MainWindowContext;
 }
 
 namespace qormin::tablecopy {
 
 // Puts the table-copy buttons onto the "Copy" page of the main window.
-void installTableCopyTools(app::MainWindowContext& context);
+void installTableCopyTools(window::MainWindowContext& context);
 
 } // namespace qormin::tablecopy

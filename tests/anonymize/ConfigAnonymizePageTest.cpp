@@ -63,7 +63,8 @@ struct ConfigureCase {
 
 class ConfigureTest : public ConfigAnonymizePageTest, public ::testing::WithParamInterface<ConfigureCase> {};
 
-// Configure, by its button or by turning to page 10, loads the excluded tables and shows the frame.
+// Configure, by its button or by turning to "Config Anonymize", loads the excluded tables and
+// shows the frame.
 TEST_P(ConfigureTest, loadsTheExcludedTablesAndShowsTheFrame) {
     ASSERT_NE(m_page, nullptr);
     writeFile("ExcludedTables.txt", "Billing..tbAudit\r\n");
@@ -77,19 +78,19 @@ TEST_P(ConfigureTest, loadsTheExcludedTablesAndShowsTheFrame) {
 
 const ConfigureCase configureCases[] = {
     {"configureButton", "click cmdInit\n"},
-    {"pageTenHook", "page 10\n"},
+    {"configAnonymizePageHook", "page 9\n"},
 };
 
 INSTANTIATE_TEST_SUITE_P(Ways, ConfigureTest, testing::ValuesIn(configureCases),
                          [](const auto& testInfo) { return std::string(testInfo.param.name); });
 
-TEST_F(ConfigAnonymizePageTest, pageNineBindsTheTableListOnce) {
+TEST_F(ConfigAnonymizePageTest, anonymizePageBindsTheTableListOnce) {
     writeFile("AnonymizeTables.txt", "Billing..tbCashPatient LastName\r\n");
-    ASSERT_EQ(run("page 9\n").exitCode, 0);
+    ASSERT_EQ(run("page 8\n").exitCode, 0);
     EXPECT_EQ(m_page->ctlATables()->fileName(), QStringLiteral("AnonymizeTables.txt"));
     EXPECT_EQ(m_page->ctlATables()->text(), QStringLiteral("Billing..tbCashPatient LastName\r\n"));
     m_page->ctlATables()->setText(QStringLiteral("edited"));
-    ASSERT_EQ(run("page 0\npage 9\n").exitCode, 0);
+    ASSERT_EQ(run("page 0\npage 8\n").exitCode, 0);
     EXPECT_EQ(m_page->ctlATables()->text(), QStringLiteral("edited"));
 }
 

@@ -75,6 +75,14 @@ TEST(ExecutableTest, batchFromStandardInputDrivesTheRealProgram) {
     EXPECT_EQ(readFile(list), QByteArray("Lab..tbResults\r\nBilling..tbAudit\r\n"));
 }
 
+// --demo starts the simulator as a program of its own.
+TEST(ExecutableTest, demoConnectsBothSidesToASimulatorProcess) {
+    const Finished run = runTool({QStringLiteral("--demo"), QStringLiteral("--batch"), QStringLiteral("-")},
+                                 "print lblDBCount(0)\nprint lblDBCount(1)\n");
+    EXPECT_EQ(run.exitCode, 0) << run.errors.toStdString();
+    EXPECT_TRUE(run.output.endsWith(QStringLiteral("18\n18\n"))) << run.output.toStdString();
+}
+
 TEST(ExecutableTest, missingBatchFileIsReportedWithStatusTwo) {
     QTemporaryDir folder;
     const Finished run = runTool({QStringLiteral("--settings"), folder.filePath(QStringLiteral("s.ini")),

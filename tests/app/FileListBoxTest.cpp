@@ -1,7 +1,7 @@
 #include "controls/FileListBox.h"
 #include "QStringPrinter.h"
-#include "app/PathMapper.h"
-#include "app/platform/LocalFileSystemService.h"
+#include "platform/LocalFileSystemService.h"
+#include "platform/PathMapper.h"
 
 #include <QDir>
 #include <QFile>
@@ -10,9 +10,9 @@
 
 namespace {
 
-using qormin::app::LocalFileSystemService;
-using qormin::app::PathMapper;
 using qormin::controls::FileListBox;
+using qormin::platform::LocalFileSystemService;
+using qormin::platform::PathMapper;
 
 void touch(const QString& path) {
     QFile file(path);

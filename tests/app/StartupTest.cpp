@@ -1,10 +1,10 @@
 #include "QStringPrinter.h"
 #include "WindowHarness.h"
 
-#include "app/SettingsStore.h"
 #include "controls/FileListBox.h"
 #include "db/LogBuffer.h"
 #include "db/ServerAccess.h"
+#include "platform/SettingsStore.h"
 
 #include <QFile>
 #include <QLabel>
@@ -46,7 +46,7 @@ TEST_P(FieldTest, startsWithItsDefaultIsSavedOnEachChangeAndComesBackAfterRestar
     const auto result = harness.runBatch(QStringLiteral("set %1 typed value").arg(QLatin1String(c.control)));
     ASSERT_EQ(result.exitCode, 0) << result.errors.toStdString();
     if (c.section != nullptr) {
-        auto reader = qormin::app::SettingsStore::openFile(harness.settingsFile());
+        auto reader = qormin::platform::SettingsStore::openFile(harness.settingsFile());
         EXPECT_EQ(reader->getSetting(QString::fromLatin1(c.section), QString::fromLatin1(c.key)),
                   QStringLiteral("typed value"));
     }
@@ -138,7 +138,8 @@ TEST(StartupTest, backupFolderListsShowTheStoredFoldersAndFollowNewFilesOnTimer1
     EXPECT_EQ(window.FileA()->List(1), QStringLiteral("Station.BAK"));
 }
 
-TEST(StartupTest, restoreDirectoryHookRunsOnPageFiveOnly) {
+// Each page hook fires on the page that holds its controls: Restore Dir refreshes its lists.
+TEST(StartupTest, restoreDirectoryHookRunsOnTheRestoreDirPageOnly) {
     WindowHarness harness;
     harness.load();
     const QString source = harness.folder(QStringLiteral("source"));
@@ -150,10 +151,11 @@ TEST(StartupTest, restoreDirectoryHookRunsOnPageFiveOnly) {
     window.txtRestoreDir()->blockSignals(false);
     int hookRuns = 0;
     window.addPageHook(9, [&] { ++hookRuns; });
-    ASSERT_EQ(harness.runBatch(QStringLiteral("page 4\npage 9\n")).exitCode, 0);
+    ASSERT_EQ(harness.runBatch(QStringLiteral("page 5\npage 9\n")).exitCode, 0);
     EXPECT_EQ(window.File2()->ListCount(), 0);
     EXPECT_EQ(hookRuns, 1);
-    ASSERT_EQ(harness.runBatch(QStringLiteral("page 5\n")).exitCode, 0);
+    ASSERT_EQ(harness.runBatch(QStringLiteral("page 4\n")).exitCode, 0);
+    EXPECT_EQ(window.SSTab1()->tabText(4), QStringLiteral("Restore Dir"));
     EXPECT_EQ(window.File2()->Path(), source);
     EXPECT_EQ(window.File2()->List(0), QStringLiteral("Payroll.bak"));
     EXPECT_EQ(window.fileAttach()->List(0), QStringLiteral("Payroll.mdf"));

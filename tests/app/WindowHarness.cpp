@@ -1,8 +1,8 @@
 #include "WindowHarness.h"
 
 #include "app/batch/BatchRunner.h"
-#include "app/platform/PlatformServices.h"
-#include "app/platform/ShellService.h"
+#include "platform/PlatformServices.h"
+#include "platform/ShellService.h"
 
 #include <QDir>
 
@@ -11,7 +11,7 @@ namespace qormin::test {
 namespace {
 
 // The window's commands are not run: a test must not start programs or open folders.
-class InertShellService : public app::ShellService {
+class InertShellService : public platform::ShellService {
 public:
     int run(const QString& /*commandLine*/, bool /*wait*/) override { return 0; }
     bool openFolder(const QString& /*folder*/) override { return true; }
@@ -20,8 +20,8 @@ public:
 } // namespace
 
 WindowHarness::WindowHarness()
-    : m_settings(app::SettingsStore::openFile(m_root.filePath(QStringLiteral("settings.ini")))),
-      m_paths(app::PathMapper::Platform::Posix, m_root.filePath(QStringLiteral("gvfs")),
+    : m_settings(platform::SettingsStore::openFile(m_root.filePath(QStringLiteral("settings.ini")))),
+      m_paths(platform::PathMapper::Platform::Posix, m_root.filePath(QStringLiteral("gvfs")),
               m_root.filePath(QStringLiteral("drives"))),
       m_files(m_paths), m_shell(std::make_unique<InertShellService>()), m_outputStream(&m_output),
       m_errorStream(&m_errors), m_messageBoxes(m_outputStream, m_errorStream) {
@@ -31,9 +31,9 @@ WindowHarness::WindowHarness()
 WindowHarness::~WindowHarness() = default;
 
 void WindowHarness::open() {
-    app::PlatformServices services{m_settings.get(), &m_paths,
-                                   &m_files,         m_shell.get(),
-                                   &m_messageBoxes,  m_root.filePath(QStringLiteral("data"))};
+    platform::PlatformServices services{m_settings.get(), &m_paths,
+                                        &m_files,         m_shell.get(),
+                                        &m_messageBoxes,  m_root.filePath(QStringLiteral("data"))};
     m_window = std::make_unique<app::frmMain>(services);
 }
 
@@ -58,7 +58,7 @@ void WindowHarness::storeConnection(int side, const QString& server, const QStri
 
 void WindowHarness::restart() {
     m_window.reset();
-    m_settings = app::SettingsStore::openFile(settingsFile());
+    m_settings = platform::SettingsStore::openFile(settingsFile());
     open();
     load();
 }

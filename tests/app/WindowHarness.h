@@ -1,17 +1,17 @@
 #pragma once
 
-#include "app/PathMapper.h"
-#include "app/SettingsStore.h"
 #include "app/batch/BatchMessageBoxService.h"
 #include "app/frmMain.h"
-#include "app/platform/LocalFileSystemService.h"
+#include "platform/LocalFileSystemService.h"
+#include "platform/PathMapper.h"
+#include "platform/SettingsStore.h"
 
 #include <QStringList>
 #include <QTemporaryDir>
 #include <QTextStream>
 #include <memory>
 
-namespace qormin::app {
+namespace qormin::platform {
 class ShellService;
 }
 
@@ -32,7 +32,7 @@ public:
     ~WindowHarness();
 
     app::frmMain& window() { return *m_window; }
-    app::SettingsStore& settings() { return *m_settings; }
+    platform::SettingsStore& settings() { return *m_settings; }
     QString settingsFile() const;
     QString folder(const QString& name) const; // a folder inside the harness's temporary root
     QString output() const { return m_output; }
@@ -48,10 +48,10 @@ private:
     void open();
 
     QTemporaryDir m_root;
-    std::unique_ptr<app::SettingsStore> m_settings;
-    app::PathMapper m_paths;
-    app::LocalFileSystemService m_files;
-    std::unique_ptr<app::ShellService> m_shell; // runs nothing
+    std::unique_ptr<platform::SettingsStore> m_settings;
+    platform::PathMapper m_paths;
+    platform::LocalFileSystemService m_files;
+    std::unique_ptr<platform::ShellService> m_shell; // runs nothing
     QString m_output;
     QString m_errors;
     QTextStream m_outputStream;

@@ -1,5 +1,5 @@
 #include "controls/ctlSaveLoadFile.h"
-#include "app/platform/MessageBoxService.h"
+#include "platform/MessageBoxService.h"
 
 #include <QDir>
 #include <QFile>
@@ -12,15 +12,15 @@
 
 namespace {
 
-using qormin::app::MessageBoxAnswer;
-using qormin::app::MessageBoxButtons;
 using qormin::controls::ctlSaveLoadFile;
+using qormin::platform::MessageBoxAnswer;
+using qormin::platform::MessageBoxButtons;
 
-class RecordingMessageBoxes : public qormin::app::MessageBoxService {
+class RecordingMessageBoxes : public qormin::platform::MessageBoxService {
 public:
     MessageBoxAnswer MsgBox(const QString& text, MessageBoxButtons buttons, const QString&) override {
         texts.append(text);
-        return qormin::app::defaultAnswer(buttons);
+        return qormin::platform::defaultAnswer(buttons);
     }
     QString saveFileName(const QString&, const QString&, const QString&) override { return QString(); }
     QStringList texts;
@@ -74,7 +74,8 @@ const RoundTripCase roundTripCases[] = {
     {"emptyLines", "\r\n\r\na..b\r\n\r\n"},
     {"latin1Bytes", "Patient_data..tbNi\xf1o\r\nCaf\xe9..t\xa0x\r\n"},
     {"utf8Bytes", "M\xc3\xbcller..tb\r\n"},
-    {"utf8WithByteOrderMark", "\xef\xbb\xbf" "a..b\r\n"},
+    {"utf8WithByteOrderMark", "\xef\xbb\xbf"
+                              "a..b\r\n"},
     {"cutUtf8Sequence", "ab\xc3"},
     {"emptyFile", ""},
 };

@@ -1,9 +1,9 @@
 #include "DatabaseFileFixture.h"
 
-#include "app/SettingsStore.h"
 #include "controls/FlexGrid.h"
 #include "db/LogBuffer.h"
 #include "db/ServerAccess.h"
+#include "platform/SettingsStore.h"
 
 #include <QLineEdit>
 

@@ -1,6 +1,5 @@
 #include "GvfsTestSession.h"
 #include "SambaTestServer.h"
-#include "app/PathMapper.h"
 #include "net/DriveLinkStore.h"
 #include "net/GioShareMounter.h"
 #include "net/ModNetUse.h"
@@ -8,6 +7,7 @@
 #include "net/ShareAddress.h"
 #include "net/ShareCredentials.h"
 #include "net/SmbclientShareMounter.h"
+#include "platform/PathMapper.h"
 
 #include <QDir>
 #include <QFile>
@@ -18,7 +18,7 @@
 namespace {
 
 using namespace qormin;
-using qormin::app::PathMapper;
+using qormin::platform::PathMapper;
 
 enum class MounterKind { Gvfs, Smbclient };
 

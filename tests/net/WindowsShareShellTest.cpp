@@ -1,7 +1,7 @@
 #include "net/WindowsShareShell.h"
-#include "app/platform/ShellService.h"
 #include "net/KeyStrokeSender.h"
 #include "net/SendKeysParser.h"
+#include "platform/ShellService.h"
 
 #include <QStringList>
 #include <gtest/gtest.h>
@@ -12,7 +12,7 @@ using qormin::net::KeyStroke;
 using qormin::net::WindowsShareShell;
 
 // Commands and key strokes in the order they would have happened.
-class Recorder : public qormin::app::ShellService, public qormin::net::KeyStrokeSender {
+class Recorder : public qormin::platform::ShellService, public qormin::net::KeyStrokeSender {
 public:
     int run(const QString& commandLine, bool wait) override {
         events << (wait ? QStringLiteral("run and wait: ") : QStringLiteral("run: ")) + commandLine;

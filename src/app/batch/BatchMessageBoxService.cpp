@@ -18,15 +18,16 @@ QString oneLine(QString text) {
 BatchMessageBoxService::BatchMessageBoxService(QTextStream& output, QTextStream& warnings)
     : m_output(output), m_warnings(warnings) {}
 
-void BatchMessageBoxService::queueAnswer(MessageBoxAnswer answer) {
+void BatchMessageBoxService::queueAnswer(platform::MessageBoxAnswer answer) {
     m_answers.push_back(answer);
 }
 
-MessageBoxAnswer BatchMessageBoxService::MsgBox(const QString& text, MessageBoxButtons buttons,
-                                                const QString& /*title*/) {
-    MessageBoxAnswer answer = defaultAnswer(buttons);
+platform::MessageBoxAnswer BatchMessageBoxService::MsgBox(const QString& text,
+                                                          platform::MessageBoxButtons buttons,
+                                                          const QString& /*title*/) {
+    platform::MessageBoxAnswer answer = defaultAnswer(buttons);
     if (!m_answers.empty()) {
-        const MessageBoxAnswer queued = m_answers.front();
+        const platform::MessageBoxAnswer queued = m_answers.front();
         m_answers.pop_front();
         if (offers(buttons, queued))
             answer = queued;

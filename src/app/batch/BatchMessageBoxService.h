@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/platform/MessageBoxService.h"
+#include "platform/MessageBoxService.h"
 
 #include <QStringList>
 #include <deque>
@@ -11,21 +11,22 @@ namespace qormin::app {
 
 // Message boxes in batch mode: each is printed as "MSGBOX: <text> -> <answer>" and answered
 // from the queue the batch file fills ("answer yes"), or with its default button.
-class BatchMessageBoxService : public MessageBoxService {
+class BatchMessageBoxService : public platform::MessageBoxService {
 public:
     BatchMessageBoxService(QTextStream& output, QTextStream& warnings);
 
-    void queueAnswer(MessageBoxAnswer answer);
+    void queueAnswer(platform::MessageBoxAnswer answer);
     std::size_t pendingAnswers() const { return m_answers.size(); }
 
-    MessageBoxAnswer MsgBox(const QString& text, MessageBoxButtons buttons, const QString& title) override;
+    platform::MessageBoxAnswer MsgBox(const QString& text, platform::MessageBoxButtons buttons,
+                                      const QString& title) override;
     QString saveFileName(const QString& caption, const QString& suggestedName,
                          const QString& filter) override;
 
 private:
     QTextStream& m_output;
     QTextStream& m_warnings;
-    std::deque<MessageBoxAnswer> m_answers;
+    std::deque<platform::MessageBoxAnswer> m_answers;
 };
 
 } // namespace qormin::app

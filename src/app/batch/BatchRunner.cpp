@@ -29,15 +29,15 @@ namespace {
 
 using Kind = BatchCommand::Kind;
 
-std::optional<MessageBoxAnswer> answerOf(const QString& word) {
+std::optional<platform::MessageBoxAnswer> answerOf(const QString& word) {
     if (word == u"yes")
-        return MessageBoxAnswer::Yes;
+        return platform::MessageBoxAnswer::Yes;
     if (word == u"no")
-        return MessageBoxAnswer::No;
+        return platform::MessageBoxAnswer::No;
     if (word == u"ok")
-        return MessageBoxAnswer::Ok;
+        return platform::MessageBoxAnswer::Ok;
     if (word == u"cancel")
-        return MessageBoxAnswer::Cancel;
+        return platform::MessageBoxAnswer::Cancel;
     return std::nullopt;
 }
 

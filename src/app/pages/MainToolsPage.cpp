@@ -1,7 +1,7 @@
 #include "app/pages/MainToolsPage.h"
 
-#include "app/MainWindowContext.h"
 #include "controls/FileListBox.h"
+#include "window/MainWindowContext.h"
 
 #include <QGroupBox>
 #include <QHBoxLayout>
@@ -30,7 +30,7 @@ QGroupBox* sideBox(const QString& title, QVBoxLayout* buttons, controls::FileLis
 
 } // namespace
 
-MainToolsPage::MainToolsPage(MainWindowContext& context, QWidget* parent)
+MainToolsPage::MainToolsPage(window::MainWindowContext& context, QWidget* parent)
     : QWidget(parent), m_sideButtons{new QVBoxLayout, new QVBoxLayout}, m_toolArea(new QVBoxLayout) {
     for (QVBoxLayout* buttons : m_sideButtons)
         buttons->setSpacing(3);

@@ -1,9 +1,9 @@
 #include "app/pages/OptionsPage.h"
 
-#include "app/MainWindowContext.h"
-#include "app/PathMapper.h"
-#include "app/SettingsStore.h"
 #include "db/ServerAccess.h"
+#include "platform/PathMapper.h"
+#include "platform/SettingsStore.h"
+#include "window/MainWindowContext.h"
 
 #include <QFormLayout>
 #include <QLabel>
@@ -18,7 +18,7 @@ const QString mountRootKey = QStringLiteral("txtMountRoot");
 const QString odbcDriverKey = QStringLiteral("txtOdbcDriver");
 } // namespace
 
-OptionsPage::OptionsPage(MainWindowContext& context, QWidget* parent)
+OptionsPage::OptionsPage(window::MainWindowContext& context, QWidget* parent)
     : QWidget(parent), m_context(context), m_mountRoot(new QLineEdit(this)),
       m_odbcDriver(new QLineEdit(this)), m_toolArea(new QVBoxLayout) {
     m_mountRoot->setObjectName(mountRootKey);
@@ -33,7 +33,7 @@ OptionsPage::OptionsPage(MainWindowContext& context, QWidget* parent)
         tr("On this system a share \\\\server\\share\\dir is found at <mount root>/server/share/dir, "
            "or in the GVfs mount of the share when no root is given. Drive letters "
            "(X:\\dir) are found through the links in %1.")
-            .arg(PathMapper::defaultDriveLinkRoot()),
+            .arg(platform::PathMapper::defaultDriveLinkRoot()),
         this);
     note->setWordWrap(true);
 

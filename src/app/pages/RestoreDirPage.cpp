@@ -1,7 +1,7 @@
 #include "app/pages/RestoreDirPage.h"
 
-#include "app/MainWindowContext.h"
 #include "controls/FileListBox.h"
+#include "window/MainWindowContext.h"
 
 #include <QGroupBox>
 #include <QHBoxLayout>
@@ -11,7 +11,7 @@
 
 namespace qormin::app {
 
-RestoreDirPage::RestoreDirPage(MainWindowContext& context, QWidget* parent)
+RestoreDirPage::RestoreDirPage(window::MainWindowContext& context, QWidget* parent)
     : QWidget(parent), m_toolArea(new QVBoxLayout) {
     auto* source = new QGroupBox(tr("1. Specify source folder with .bak"), this);
     auto* sourceLayout = new QVBoxLayout(source);

@@ -5,15 +5,17 @@
 class QBoxLayout;
 class QVBoxLayout;
 
-namespace qormin::app {
-
+namespace qormin::window {
 class MainWindowContext;
+}
+
+namespace qormin::app {
 
 // "Restore Dir": a source folder of backups and data files (txtRestoreDir) and its two lists.
 class RestoreDirPage : public QWidget {
     Q_OBJECT
 public:
-    explicit RestoreDirPage(MainWindowContext& context, QWidget* parent = nullptr);
+    explicit RestoreDirPage(window::MainWindowContext& context, QWidget* parent = nullptr);
     QBoxLayout* toolArea() const;
 
 private:

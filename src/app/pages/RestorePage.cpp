@@ -1,7 +1,7 @@
 #include "app/pages/RestorePage.h"
 
-#include "app/MainWindowContext.h"
 #include "controls/FileListBox.h"
+#include "window/MainWindowContext.h"
 
 #include <QGridLayout>
 #include <QGroupBox>
@@ -12,7 +12,7 @@
 
 namespace qormin::app {
 
-RestorePage::RestorePage(MainWindowContext& context, QWidget* parent)
+RestorePage::RestorePage(window::MainWindowContext& context, QWidget* parent)
     : QWidget(parent), m_toolArea(new QVBoxLayout) {
     auto* drives = new QGroupBox(tr("Restore Drive"), this);
     drives->setObjectName(QStringLiteral("fraRestoreDrive"));
@@ -22,7 +22,7 @@ RestorePage::RestorePage(MainWindowContext& context, QWidget* parent)
     const QString labels[] = {tr("Financial DB drive:"), tr("Clinical DB drive:"), tr("Other DB drive:")};
     for (int kind = 0; kind < 3; ++kind) {
         grid->addWidget(new QLabel(labels[kind], drives), kind + 1, 0);
-        for (int side = 0; side < MainWindowContext::sideCount; ++side) {
+        for (int side = 0; side < window::MainWindowContext::sideCount; ++side) {
             QLineEdit* drive = context.txtRestoreTO(kind + 3 * side);
             drive->setMaximumWidth(48);
             grid->addWidget(drive, kind + 1, side + 1);

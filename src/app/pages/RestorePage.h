@@ -5,15 +5,17 @@
 class QBoxLayout;
 class QVBoxLayout;
 
-namespace qormin::app {
-
+namespace qormin::window {
 class MainWindowContext;
+}
+
+namespace qormin::app {
 
 // "Restore": the restore-target drives of both servers and the shared backup folder's files.
 class RestorePage : public QWidget {
     Q_OBJECT
 public:
-    explicit RestorePage(MainWindowContext& context, QWidget* parent = nullptr);
+    explicit RestorePage(window::MainWindowContext& context, QWidget* parent = nullptr);
     QBoxLayout* toolArea() const;
 
 private:

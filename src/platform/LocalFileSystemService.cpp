@@ -1,13 +1,13 @@
-#include "app/platform/LocalFileSystemService.h"
+#include "platform/LocalFileSystemService.h"
 
-#include "app/PathMapper.h"
+#include "platform/PathMapper.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QSaveFile>
 
-namespace qormin::app {
+namespace qormin::platform {
 
 QString LocalFileSystemService::localPath(const QString& path) const {
     return m_paths.resolve(path);
@@ -55,4 +55,4 @@ bool LocalFileSystemService::writeFile(const QString& path, const QByteArray& co
     return file.commit();
 }
 
-} // namespace qormin::app
+} // namespace qormin::platform

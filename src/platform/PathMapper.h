@@ -3,7 +3,7 @@
 #include <QChar>
 #include <QString>
 
-namespace qormin::app {
+namespace qormin::platform {
 
 // Turns the Windows folder texts typed into the window (\\server\share\dir, X:\dir\) into
 // folders this machine can open. On Windows they are used as they stand; elsewhere a share
@@ -37,4 +37,4 @@ private:
     QString m_mountRoot;
 };
 
-} // namespace qormin::app
+} // namespace qormin::platform

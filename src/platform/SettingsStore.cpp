@@ -1,4 +1,4 @@
-#include "app/SettingsStore.h"
+#include "platform/SettingsStore.h"
 
 #include <QDir>
 #include <QFile>
@@ -6,7 +6,7 @@
 #include <QSettings>
 #include <QStandardPaths>
 
-namespace qormin::app {
+namespace qormin::platform {
 
 namespace {
 
@@ -81,4 +81,4 @@ QString SettingsStore::location() const {
     return m_settings->fileName();
 }
 
-} // namespace qormin::app
+} // namespace qormin::platform

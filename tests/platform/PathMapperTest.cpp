@@ -1,10 +1,10 @@
-#include "app/PathMapper.h"
+#include "platform/PathMapper.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
-using qormin::app::PathMapper;
+using qormin::platform::PathMapper;
 
 struct MappingCase {
     const char* name;

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "app/platform/MessageBoxService.h"
+#include "platform/MessageBoxService.h"
 
 class QWidget;
 
-namespace qormin::app {
+namespace qormin::platform {
 
 // Message boxes shown to the operator, modal over the main window.
 class WidgetMessageBoxService : public MessageBoxService {
@@ -18,4 +18,4 @@ private:
     QWidget* m_parent = nullptr;
 };
 
-} // namespace qormin::app
+} // namespace qormin::platform

@@ -1,4 +1,4 @@
-#include "app/PathMapper.h"
+#include "platform/PathMapper.h"
 
 #include <QStandardPaths>
 
@@ -6,7 +6,7 @@
 #include <unistd.h>
 #endif
 
-namespace qormin::app {
+namespace qormin::platform {
 
 namespace {
 
@@ -93,4 +93,4 @@ QString PathMapper::resolveDrive(QChar letter, const QString& rest) const {
     return joined(m_driveLinkRoot + u'/' + letter.toLower(), rest);
 }
 
-} // namespace qormin::app
+} // namespace qormin::platform

@@ -1,6 +1,6 @@
-#include "app/platform/MessageBoxService.h"
+#include "platform/MessageBoxService.h"
 
-namespace qormin::app {
+namespace qormin::platform {
 
 MessageBoxAnswer defaultAnswer(MessageBoxButtons buttons) {
     switch (buttons) {
@@ -42,4 +42,4 @@ QString answerName(MessageBoxAnswer answer) {
     return QString();
 }
 
-} // namespace qormin::app
+} // namespace qormin::platform

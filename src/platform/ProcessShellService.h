@@ -1,8 +1,8 @@
 #pragma once
 
-#include "app/platform/ShellService.h"
+#include "platform/ShellService.h"
 
-namespace qormin::app {
+namespace qormin::platform {
 
 class PathMapper;
 
@@ -17,4 +17,4 @@ private:
     const PathMapper& m_paths;
 };
 
-} // namespace qormin::app
+} // namespace qormin::platform

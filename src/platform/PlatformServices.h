@@ -2,7 +2,7 @@
 
 #include <QString>
 
-namespace qormin::app {
+namespace qormin::platform {
 
 class FileSystemService;
 class MessageBoxService;
@@ -21,4 +21,4 @@ struct PlatformServices {
     QString dataDirectory;
 };
 
-} // namespace qormin::app
+} // namespace qormin::platform

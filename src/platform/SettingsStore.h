@@ -5,7 +5,7 @@
 
 class QSettings;
 
-namespace qormin::app {
+namespace qormin::platform {
 
 // The per-user settings store: string values by section and key under the application
 // "QORMIN DB Tools". Every save reaches the disk before it returns, so a killed process
@@ -32,4 +32,4 @@ private:
     std::unique_ptr<QSettings> m_settings;
 };
 
-} // namespace qormin::app
+} // namespace qormin::platform

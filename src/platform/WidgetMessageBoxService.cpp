@@ -1,12 +1,10 @@
-#include "app/platform/WidgetMessageBoxService.h"
-
-#include "app/AppInfo.h"
+#include "platform/WidgetMessageBoxService.h"
 
 #include <QApplication>
 #include <QFileDialog>
 #include <QMessageBox>
 
-namespace qormin::app {
+namespace qormin::platform {
 
 namespace {
 
@@ -55,7 +53,7 @@ MessageBoxAnswer answerOf(int button) {
 
 MessageBoxAnswer WidgetMessageBoxService::MsgBox(const QString& text, MessageBoxButtons buttons,
                                                  const QString& title) {
-    QMessageBox box(QMessageBox::NoIcon, title.isEmpty() ? applicationTitle() : title, text,
+    QMessageBox box(QMessageBox::NoIcon, title.isEmpty() ? QApplication::applicationName() : title, text,
                     standardButtons(buttons), m_parent);
     box.setDefaultButton(standardButton(defaultAnswer(buttons)));
     // A box raised while a handler shows the hourglass must still get a normal pointer.
@@ -73,4 +71,4 @@ QString WidgetMessageBoxService::saveFileName(const QString& caption, const QStr
     return QFileDialog::getSaveFileName(m_parent, caption, suggestedName, filter);
 }
 
-} // namespace qormin::app
+} // namespace qormin::platform

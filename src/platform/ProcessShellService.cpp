@@ -1,12 +1,12 @@
-#include "app/platform/ProcessShellService.h"
+#include "platform/ProcessShellService.h"
 
-#include "app/PathMapper.h"
+#include "platform/PathMapper.h"
 
 #include <QDesktopServices>
 #include <QProcess>
 #include <QUrl>
 
-namespace qormin::app {
+namespace qormin::platform {
 
 namespace {
 
@@ -45,4 +45,4 @@ bool ProcessShellService::openFolder(const QString& folder) {
     return QDesktopServices::openUrl(QUrl::fromLocalFile(local));
 }
 
-} // namespace qormin::app
+} // namespace qormin::platform

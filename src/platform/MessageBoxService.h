@@ -2,7 +2,7 @@
 
 #include <QString>
 
-namespace qormin::app {
+namespace qormin::platform {
 
 enum class MessageBoxButtons { Ok, OkCancel, YesNo, YesNoCancel };
 enum class MessageBoxAnswer { Ok, Cancel, Yes, No };
@@ -23,4 +23,4 @@ MessageBoxAnswer defaultAnswer(MessageBoxButtons buttons);
 bool offers(MessageBoxButtons buttons, MessageBoxAnswer answer);
 QString answerName(MessageBoxAnswer answer);
 
-} // namespace qormin::app
+} // namespace qormin::platform

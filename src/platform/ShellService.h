@@ -2,7 +2,7 @@
 
 #include <QString>
 
-namespace qormin::app {
+namespace qormin::platform {
 
 // Commands and folder windows of the operating system's shell, behind an interface so tests
 // and batch mode can see what would have run.
@@ -16,4 +16,4 @@ public:
     virtual bool openFolder(const QString& folder) = 0;
 };
 
-} // namespace qormin::app
+} // namespace qormin::platform

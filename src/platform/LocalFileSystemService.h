@@ -1,8 +1,8 @@
 #pragma once
 
-#include "app/platform/FileSystemService.h"
+#include "platform/FileSystemService.h"
 
-namespace qormin::app {
+namespace qormin::platform {
 
 class PathMapper;
 
@@ -22,4 +22,4 @@ private:
     const PathMapper& m_paths;
 };
 
-} // namespace qormin::app
+} // namespace qormin::platform

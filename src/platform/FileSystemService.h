@@ -4,7 +4,7 @@
 #include <QStringList>
 #include <optional>
 
-namespace qormin::app {
+namespace qormin::platform {
 
 // Files and folders named by the Windows folder texts of the window. Implementations map the
 // texts to local folders; tests substitute their own.
@@ -24,4 +24,4 @@ public:
     virtual QString localPath(const QString& path) const = 0;
 };
 
-} // namespace qormin::app
+} // namespace qormin::platform

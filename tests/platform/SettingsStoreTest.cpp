@@ -1,4 +1,4 @@
-#include "app/SettingsStore.h"
+#include "platform/SettingsStore.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -7,7 +7,7 @@
 
 namespace {
 
-using qormin::app::SettingsStore;
+using qormin::platform::SettingsStore;
 
 constexpr auto privateMode = QFileDevice::ReadOwner | QFileDevice::WriteOwner;
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "window/Tab.h"
+
 #include <QString>
 #include <functional>
 
@@ -18,13 +20,21 @@ class FileListBox;
 class FlexGrid;
 } // namespace qormin::controls
 
-namespace qormin::app {
-
+namespace qormin::platform {
 class FileSystemService;
 class MessageBoxService;
 class PathMapper;
 class SettingsStore;
 class ShellService;
+} // namespace qormin::platform
+
+namespace qormin::window {
+
+using platform::FileSystemService;
+using platform::MessageBoxService;
+using platform::PathMapper;
+using platform::SettingsStore;
+using platform::ShellService;
 
 // What a page or handler class gets from the main window: the shared controls, the server
 // access, the platform services, the handlers other handlers call, and the places where it
@@ -76,7 +86,7 @@ public:
     // True when chkStop is ticked; loops call it between items.
     virtual bool stopRequested() = 0;
 
-    // The page of SSTab1 with that index (0 "Main Tools" ... 14 "Transfer Data").
+    // The page of SSTab1 with that index (Tab::MainTools ... Tab::TransferData).
     virtual QWidget* page(int index) = 0;
     // The button group of one side on the "Main Tools" page; add buttons in the side's order.
     virtual QBoxLayout* sideButtons(int side) = 0;
@@ -90,4 +100,4 @@ public:
     virtual QWidget* openWindow(const QString& name) = 0;
 };
 
-} // namespace qormin::app
+} // namespace qormin::window
