@@ -186,6 +186,9 @@ bool ConnectionHandler::handleLogin(const QByteArray& payload) {
     writer.environmentChange(TokenWriter::PacketSizeChange, QString::number(packetSize),
                              QStringLiteral("4096"));
     writer.done(TokenWriter::Done, TokenWriter::DoneFinal, 0, 0);
+    if (m_scenario.loginStallAfterTokens) {
+        return stallLogin(writer, *m_scenario.loginStallAfterTokens);
+    }
     if (!m_channel->send(writer.take()) || !m_channel->finish()) {
         return false;
     }
@@ -193,6 +196,17 @@ bool ConnectionHandler::handleLogin(const QByteArray& payload) {
     m_session.database = database;
     m_loggedIn = true;
     return true;
+}
+
+// Half a login answer, then silence until the client gives up (or the hang limit runs out).
+bool ConnectionHandler::stallLogin(TokenWriter& writer, int tokens) {
+    const auto& ends = writer.tokenEnds();
+    const qsizetype end =
+        tokens <= 0 ? 0 : ends[static_cast<size_t>(std::min<qsizetype>(tokens, ssize(ends)) - 1)];
+    if (m_channel->send(writer.take().left(end)) && m_channel->flush()) {
+        m_channel->waitForAttention(m_scenario.hangLimitMilliseconds);
+    }
+    return false;
 }
 
 bool ConnectionHandler::refuseLogin(const QList<ServerMessage>& errors) {

@@ -15,6 +15,7 @@ class ResponsePlayer;
 class StatementResolver;
 class TdsChannel;
 class Transcript;
+class TokenWriter;
 struct Response;
 struct RpcCall;
 struct ScenarioData;
@@ -35,6 +36,7 @@ private:
     bool handlePreLogin();
     bool handleLogin(const QByteArray& payload);
     bool refuseLogin(const QList<ServerMessage>& errors);
+    bool stallLogin(TokenWriter& writer, int tokens);
     bool handleBatch(const QByteArray& payload);
     bool handleRpc(const QByteArray& payload);
     bool runCall(const RpcCall& call, bool last);

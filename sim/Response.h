@@ -1,5 +1,6 @@
 #pragma once
 
+#include "sim/AnswerCut.h"
 #include "sim/ResponseStep.h"
 
 #include <QJsonObject>
@@ -15,8 +16,7 @@ struct Response {
     std::vector<ResponseStep> steps;
     QStringList captures;
     QJsonObject note;
-    // Cut the answer after this many tokens and close the connection (fault injection).
-    std::optional<int> dropAfterTokens;
+    std::optional<AnswerCut> cut;
 };
 
 } // namespace qormin::sim

@@ -25,7 +25,7 @@ ResponsePlayer::Outcome ResponsePlayer::play(const Response& response, Mode mode
     m_anyError = false;
     m_cancelled = false;
     m_dropped = false;
-    m_dropAfterTokens = response.dropAfterTokens;
+    m_cut = response.cut;
     m_tokensSent = 0;
     for (const auto& step : response.steps) {
         if (!playStep(step) || !checkAttention()) {
@@ -57,7 +57,10 @@ ResponsePlayer::Outcome ResponsePlayer::play(const Response& response, Mode mode
                                (m_anyError ? TokenWriter::DoneError : TokenWriter::DoneFinal);
         m_writer.done(TokenWriter::DoneProcedure, status, 0, 0);
     }
-    if (!sendBuffered(true) || (last && !m_channel.finish())) {
+    if (!sendBuffered(true)) {
+        return m_cancelled ? cancel() : Outcome::Dropped;
+    }
+    if (last && !m_channel.finish()) {
         return Outcome::Dropped;
     }
     return Outcome::Completed;
@@ -219,17 +222,27 @@ bool ResponsePlayer::sendBuffered(bool force) {
     if (!force && m_writer.size() < sendThreshold) {
         return true;
     }
-    const auto& tokenEnds = m_writer.tokenEnds();
-    const auto buffered = static_cast<qsizetype>(tokenEnds.size());
-    if (m_dropAfterTokens && m_tokensSent + buffered > *m_dropAfterTokens) {
-        const qsizetype allowed = *m_dropAfterTokens - m_tokensSent;
-        const qsizetype cut = allowed > 0 ? tokenEnds[static_cast<size_t>(allowed - 1)] : 0;
-        m_channel.send(m_writer.take().left(cut));
-        drop();
-        return false;
+    const auto buffered = static_cast<qsizetype>(m_writer.tokenEnds().size());
+    if (m_cut && m_tokensSent + buffered > m_cut->tokens) {
+        return sendUpToCut();
     }
     m_tokensSent += buffered;
     return m_channel.send(m_writer.take());
+}
+
+// Sends the tokens before the cut, then closes the connection or falls silent until a cancel.
+// Always false: the answer does not go on.
+bool ResponsePlayer::sendUpToCut() {
+    const qsizetype allowed = m_cut->tokens - m_tokensSent;
+    const qsizetype end = allowed > 0 ? m_writer.tokenEnds()[static_cast<size_t>(allowed - 1)] : 0;
+    const bool sent = m_channel.send(m_writer.take().left(end)) && m_channel.flush();
+    if (sent && m_cut->kind == AnswerCut::Kind::Stall &&
+        m_channel.waitForAttention(m_scenario.hangLimitMilliseconds)) {
+        m_cancelled = true;
+        return false;
+    }
+    drop();
+    return false;
 }
 
 void ResponsePlayer::drop() {

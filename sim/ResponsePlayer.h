@@ -1,5 +1,6 @@
 #pragma once
 
+#include "sim/AnswerCut.h"
 #include "sim/TokenWriter.h"
 
 #include <functional>
@@ -58,6 +59,7 @@ private:
     // Sends what is buffered; false when the connection is gone, or was just closed because
     // the response's token limit was reached.
     bool sendBuffered(bool force);
+    bool sendUpToCut();
     void drop();
     bool checkAttention();
     Outcome cancel();
@@ -75,7 +77,7 @@ private:
     bool m_anyError = false;
     bool m_cancelled = false;
     bool m_dropped = false;
-    std::optional<int> m_dropAfterTokens;
+    std::optional<AnswerCut> m_cut;
     qsizetype m_tokensSent = 0;
 };
 

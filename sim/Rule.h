@@ -1,5 +1,6 @@
 #pragma once
 
+#include "sim/AnswerCut.h"
 #include "sim/ResponseStep.h"
 
 #include <QRegularExpression>
@@ -18,7 +19,7 @@ struct Rule {
     QString database; // empty: any current database
     QRegularExpression regex;
     std::vector<ResponseStep> response;
-    std::optional<int> dropAfterTokens;
+    std::optional<AnswerCut> cut;
 
     // The captures ("{0}" the whole match, "{1}".. groups) when the rule applies.
     std::optional<QStringList> matches(const QString& statement, const QString& currentDatabase) const;

@@ -21,6 +21,8 @@ struct ScenarioData {
     std::vector<Rule> rules;
     std::vector<ResponseStep> defaultResponse;
     int hangLimitMilliseconds = 120'000;
+    // The login's answer stops after this many tokens and the server falls silent.
+    std::optional<int> loginStallAfterTokens;
 
     // The declared spelling of `name` (case-insensitive); empty when the database is unknown.
     QString knownDatabase(const QString& asked) const;

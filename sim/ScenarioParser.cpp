@@ -65,13 +65,21 @@ std::optional<ScenarioData> ScenarioParser::parse(const QByteArray& json) {
     const QJsonObject root = document.object();
     if (!checkKeys(root, {QStringLiteral("server"), QStringLiteral("login"), QStringLiteral("databases"),
                           QStringLiteral("rules"), QStringLiteral("default"),
-                          QStringLiteral("hangLimitSeconds")})) {
+                          QStringLiteral("hangLimitSeconds"), QStringLiteral("loginStallAfterTokens")})) {
         return std::nullopt;
     }
     ScenarioData data;
     data.serverName = root.value(QLatin1String("server")).toString(data.serverName);
     data.hangLimitMilliseconds =
         static_cast<int>(root.value(QLatin1String("hangLimitSeconds")).toDouble(120) * 1000);
+    if (root.contains(QLatin1String("loginStallAfterTokens"))) {
+        const int tokens = root.value(QLatin1String("loginStallAfterTokens")).toInt(-1);
+        if (tokens < 0) {
+            fail(QStringLiteral("\"loginStallAfterTokens\" is a count of tokens (0 or more)"));
+            return std::nullopt;
+        }
+        data.loginStallAfterTokens = tokens;
+    }
     if (root.contains(QLatin1String("login"))) {
         PathScope scope(m_path, QStringLiteral("login"));
         const QJsonObject login = root.value(QLatin1String("login")).toObject();
@@ -113,7 +121,8 @@ std::optional<ScenarioData> ScenarioParser::parse(const QByteArray& json) {
 bool ScenarioParser::parseRule(const QJsonObject& object, Rule& rule) {
     if (!checkKeys(object, {QStringLiteral("exact"), QStringLiteral("prefix"), QStringLiteral("regex"),
                             QStringLiteral("caseSensitive"), QStringLiteral("database"),
-                            QStringLiteral("dropAfterTokens"), QStringLiteral("response")})) {
+                            QStringLiteral("dropAfterTokens"), QStringLiteral("stallAfterTokens"),
+                            QStringLiteral("response")})) {
         return false;
     }
     const std::pair<const char*, Rule::Match> kinds[] = {
@@ -131,12 +140,19 @@ bool ScenarioParser::parseRule(const QJsonObject& object, Rule& rule) {
     }
     rule.caseSensitive = object.value(QLatin1String("caseSensitive")).toBool(false);
     rule.database = object.value(QLatin1String("database")).toString();
-    if (object.contains(QLatin1String("dropAfterTokens"))) {
-        const int tokens = object.value(QLatin1String("dropAfterTokens")).toInt(-1);
-        if (tokens < 0) {
-            return fail(QStringLiteral("\"dropAfterTokens\" is a count of tokens (0 or more)"));
+    const std::pair<const char*, AnswerCut::Kind> cuts[] = {{"dropAfterTokens", AnswerCut::Kind::Drop},
+                                                            {"stallAfterTokens", AnswerCut::Kind::Stall}};
+    for (const auto& [key, kind] : cuts) {
+        if (!object.contains(QLatin1String(key))) {
+            continue;
         }
-        rule.dropAfterTokens = tokens;
+        const int tokens = object.value(QLatin1String(key)).toInt(-1);
+        if (tokens < 0 || rule.cut) {
+            return fail(
+                QStringLiteral("\"%1\" is a count of tokens (0 or more), and a rule has one cut at most")
+                    .arg(QLatin1String(key)));
+        }
+        rule.cut = AnswerCut{kind, tokens};
     }
     if (rule.match == Rule::Match::Regex) {
         QRegularExpression::PatternOptions options = QRegularExpression::DotMatchesEverythingOption;

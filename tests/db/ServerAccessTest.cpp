@@ -99,7 +99,7 @@ TEST_F(ServerAccessTest, connectLogsConnectedOnceAndMarksTheSide) {
     EXPECT_EQ(login.json.value(QLatin1String("requestedDatabase")).toString(), QStringLiteral("MASTER"));
 }
 
-enum class Target { Simulator, ClosedPort, SilentPort };
+enum class Target { Simulator, ClosedPort, SilentPort, HalfLogin };
 
 struct ConnectFailureCase {
     const char* name;
@@ -121,10 +121,24 @@ TEST_P(ConnectFailureTest, showsTheReasonInABoxAndStaysDisconnected) {
     if (c.target == Target::ClosedPort) {
         listener.close();
     }
+    // Answers the pre-login and then half of the login's answer.
+    const auto halfLogin =
+        SimTestServer::fromJson(R"json({"loginStallAfterTokens": 2, "hangLimitSeconds": 5})json");
+    if (c.target == Target::HalfLogin) {
+        m_host.server[0] = halfLogin->address();
+    }
     m_access->setLoginTimeout(1);
     m_host.password[0] = QString::fromUtf8(c.password);
+    int ticks = 0;
+    QTimer ticker;
+    QObject::connect(&ticker, &QTimer::timeout, [&ticks] { ++ticks; });
+    ticker.start(50);
     m_access->ConnectServer(0);
     EXPECT_FALSE(m_access->IsConnected(0));
+    // The window's event loop kept turning while the login waited.
+    if (c.target == Target::SilentPort || c.target == Target::HalfLogin) {
+        EXPECT_GE(ticks, 5);
+    }
     EXPECT_EQ(m_host.errorBoxes, QStringList{QString::fromUtf8(c.box)});
     EXPECT_EQ(log(), QString());
 }
@@ -137,6 +151,7 @@ const ConnectFailureCase connectFailureCases[] = {
     {"closedPortGivesTheDriversReason", Target::ClosedPort, "demo",
      "Unable to connect: Adaptive Server is unavailable or does not exist"},
     {"silentServerGivesUpAfterTheLoginTimeout", Target::SilentPort, "demo", "Timeout expired"},
+    {"halfAnsweredLoginGivesUpAfterTheLoginTimeout", Target::HalfLogin, "demo", "Timeout expired"},
 };
 
 INSTANTIATE_TEST_SUITE_P(Cases, ConnectFailureTest, ::testing::ValuesIn(connectFailureCases),
@@ -410,3 +425,40 @@ INSTANTIATE_TEST_SUITE_P(EveryToken, WireFaultTest, ::testing::ValuesIn(wireFaul
                              return std::string(test.param.statement->name) + "DroppedAfter" +
                                     std::to_string(test.param.tokensBeforeDrop) + "Tokens";
                          });
+
+// A server that falls silent in the middle of a result set: Cancel ends the statement, and the
+// command timeout ends it on its own; the event loop turns meanwhile and the side stays usable.
+class StalledResultTest : public ::testing::TestWithParam<bool> {};
+
+TEST_P(StalledResultTest, endsWithAClearErrorAndTheSideStaysUsable) {
+    const bool cancel = GetParam();
+    const auto server = SimTestServer::fromJson(R"json({"hangLimitSeconds": 30, "rules": [
+        {"exact": "select * from stalled", "stallAfterTokens": 3, "response": {"result": {
+            "columns": ["id:int"], "generate": 10}}}]})json");
+    ASSERT_TRUE(server && server->isRunning());
+    FakeServerAccessHost host;
+    host.server[0] = server->address();
+    ServerAccess access(host);
+    access.ConnectServer(0);
+    access.side(0).setCommandTimeout(cancel ? 3600 : 1);
+    int ticks = 0;
+    QTimer ticker;
+    QObject::connect(&ticker, &QTimer::timeout, [&] {
+        ++ticks;
+        if (cancel && ticks == 10) {
+            access.cancelRunningStatement();
+        }
+    });
+    ticker.start(50);
+    QString result;
+    access.OpenRecordset(0, QStringLiteral("select * from stalled"), QVariant(), result);
+    EXPECT_EQ(result,
+              (cancel ? QStringLiteral("Operation was cancelled") : QStringLiteral("Timeout expired")) +
+                  QStringLiteral(" select * from stalled"));
+    EXPECT_GE(ticks, 10);
+    access.OpenRecordset(0, QStringLiteral("SELECT 1"), QVariant(), result);
+    EXPECT_EQ(result, QString());
+}
+
+INSTANTIATE_TEST_SUITE_P(Ways, StalledResultTest, ::testing::Bool(),
+                         [](const auto& test) { return test.param ? "cancel" : "commandTimeout"; });
