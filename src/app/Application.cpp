@@ -3,6 +3,7 @@
 #include "app/AppInfo.h"
 #include "app/PathMapper.h"
 #include "app/SettingsStore.h"
+#include "app/batch/BatchLogEcho.h"
 #include "app/batch/BatchMessageBoxService.h"
 #include "app/batch/BatchRunner.h"
 #include "app/frmMain.h"
@@ -127,8 +128,10 @@ int runBatch(frmMain& window, BatchMessageBoxService& boxes, const Options& opti
         return BatchRunner::malformedExitCode;
     }
     QTextStream input(&file);
+    // Start-up's log lines, connections and statements belong to the run as well.
+    const BatchLogEcho echo(window.serverAccess(), output);
+    BatchRunner runner(window, boxes, output, errors, output);
     window.Form_Load();
-    BatchRunner runner(window, boxes, output, errors);
     return runner.run(input);
 }
 

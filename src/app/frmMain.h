@@ -10,6 +10,7 @@ class QTabWidget;
 
 namespace qormin::app {
 
+class HandlerGate;
 struct PlatformServices;
 
 // The main window: two server columns, the shared controls, the tab strip SSTab1 with the tool
@@ -41,6 +42,10 @@ public:
     void txtRestoreDir_Change();
 
     QTabWidget* SSTab1() const;
+    // One handler at a time: batch mode starts its commands through it too.
+    HandlerGate& handlerGate();
+    // Whether turning SSTab1 to that page runs a page hook.
+    bool pageSwitchStartsHandler(int index) const;
 
     // MainWindowContext
     db::ServerAccess& serverAccess() override;
@@ -80,6 +85,7 @@ public:
     void addPageHook(int index, std::function<void()> hook) override;
     void registerWindow(const QString& name, std::function<QWidget*(QWidget* parent)> create) override;
     QWidget* openWindow(const QString& name) override;
+    void allowWhileBusy(QWidget* control) override;
     QWidget* findWindow(const QString& name) const;
 
     // ServerAccessHost
@@ -97,6 +103,7 @@ private:
     struct Parts;
 
     void buildWindow();
+    void buildGate();
     void buildPages();
     void connectHandlers();
     void persistOnChange(QLineEdit* edit, const QString& control, int index);

@@ -10,13 +10,16 @@ class QTextStream;
 namespace qormin::app {
 
 // Message boxes in batch mode: each is printed as "MSGBOX: <text> -> <answer>" and answered
-// from the queue the batch file fills ("answer yes"), or with its default button.
+// from the queue the batch file fills ("answer yes"), or with its default button. File dialogs
+// likewise take the next path of "answer file PATH", or are cancelled.
 class BatchMessageBoxService : public MessageBoxService {
 public:
     BatchMessageBoxService(QTextStream& output, QTextStream& warnings);
 
     void queueAnswer(MessageBoxAnswer answer);
+    void queueFileName(const QString& path);
     std::size_t pendingAnswers() const { return m_answers.size(); }
+    std::size_t pendingFileNames() const { return m_fileNames.size(); }
 
     MessageBoxAnswer MsgBox(const QString& text, MessageBoxButtons buttons, const QString& title) override;
     QString saveFileName(const QString& caption, const QString& suggestedName,
@@ -26,6 +29,7 @@ private:
     QTextStream& m_output;
     QTextStream& m_warnings;
     std::deque<MessageBoxAnswer> m_answers;
+    std::deque<QString> m_fileNames;
 };
 
 } // namespace qormin::app
