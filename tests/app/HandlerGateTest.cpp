@@ -9,6 +9,7 @@
 
 #include <QApplication>
 #include <QCheckBox>
+#include <QEventLoop>
 #include <QFile>
 #include <QLabel>
 #include <QLineEdit>
@@ -120,6 +121,24 @@ TEST_F(HandlerGateTest, secondClickDuringAHungStatementStartsNothingAndCancelSti
     EXPECT_TRUE(window().serverAccess().log().text().contains(QStringLiteral("Operation was cancelled")));
     EXPECT_EQ(result.exitCode, 1) << result.log.toStdString();
     // Nothing shows as running once the handler is over.
+    EXPECT_EQ(control<QLabel>(QStringLiteral("lblBusy"))->text(), QString());
+    EXPECT_EQ(QApplication::overrideCursor(), nullptr);
+}
+
+// A click the window's own event loop delivers: the status line shows from the first wait and
+// is cleared once the loop is idle again.
+TEST_F(HandlerGateTest, clickFromTheEventLoopShowsWhatRunsUntilTheLoopIsIdle) {
+    window().txtDB()->setText(QStringLiteral("Billing"));
+    QString statusWhileRunning;
+    duringFirstStatementFor(QStringLiteral("Billing"),
+                            [&] { statusWhileRunning = control<QLabel>(QStringLiteral("lblBusy"))->text(); });
+    QEventLoop loop;
+    QTimer::singleShot(0, &loop, [&] {
+        QTest::mouseClick(control<QPushButton>(QStringLiteral("cmdRestoreFileList(0)")), Qt::LeftButton);
+        QTimer::singleShot(100, &loop, &QEventLoop::quit);
+    });
+    loop.exec();
+    EXPECT_EQ(statusWhileRunning, QStringLiteral("Restore File list (left) \u2014 00:00"));
     EXPECT_EQ(control<QLabel>(QStringLiteral("lblBusy"))->text(), QString());
     EXPECT_EQ(QApplication::overrideCursor(), nullptr);
 }
