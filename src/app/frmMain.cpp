@@ -345,11 +345,12 @@ void frmMain::connectHandlers() {
 void frmMain::Form_Load() {
     Parts& p = *m_parts;
     SettingsStore& store = *p.services.settings;
+    // Start-up is a handler too: nothing else starts until the sides are connected and listed.
+    const HandlerGate::Run startUp(*p.gate, tr("Start-up"));
     p.SSTab1->setCurrentIndex(0);
     show();
     QCoreApplication::processEvents();
     Q_EMIT painted();
-    const HandlerGate::Run startUp(*p.gate, tr("Start-up"));
     // The shell and the ODBC driver choice are ready before anything connects.
     p.options->load();
     for (int side = 0; side < sideCount; ++side)
