@@ -13,6 +13,7 @@
 #include <QFile>
 #include <QLabel>
 #include <QLineEdit>
+#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QRegularExpression>
 #include <QTabBar>
@@ -96,12 +97,33 @@ TEST_F(HandlerGateTest, secondClickDuringAHungStatementStartsNothingAndCancelSti
     int hookedTab = 1;
     while (!window().pageSwitchStartsHandler(hookedTab))
         ++hookedTab;
+    // A subsidiary window: its buttons wait too, unless kept live.
+    int started = 0;
+    int stopped = 0;
+    window().registerWindow(QStringLiteral("frmTest"), [&](QWidget* parent) {
+        auto* form = new QWidget(parent);
+        auto* go = new QPushButton(QStringLiteral("Go"), form);
+        go->setObjectName(QStringLiteral("cmdGo"));
+        QObject::connect(go, &QPushButton::clicked, [&started] { ++started; });
+        auto* stop = new QPushButton(QStringLiteral("Stop"), form);
+        stop->setObjectName(QStringLiteral("cmdStop"));
+        QObject::connect(stop, &QPushButton::clicked, [&stopped] { ++stopped; });
+        window().allowWhileBusy(stop);
+        return form;
+    });
+    QWidget* form = window().openWindow(QStringLiteral("frmTest"));
+    bool logSelectable = false;
     duringFirstStatementFor(QStringLiteral("Hung"), [&] {
         statusWhileHung = control<QLabel>(QStringLiteral("lblBusy"))->text();
         waitCursorWhileHung = QApplication::overrideCursor() != nullptr;
         QTest::mouseClick(control<QPushButton>(QStringLiteral("cmdRestore(0)")), Qt::LeftButton);
         QTest::mouseClick(control<QPushButton>(QStringLiteral("cmdBackup(0)")), Qt::LeftButton);
         QTest::keyClicks(window().txtDB(), QStringLiteral("X"));
+        QTest::mouseClick(form->findChild<QPushButton*>(QStringLiteral("cmdGo")), Qt::LeftButton);
+        QTest::mouseClick(form->findChild<QPushButton*>(QStringLiteral("cmdStop")), Qt::LeftButton);
+        auto* log = control<QPlainTextEdit>(QStringLiteral("txtLog"));
+        QTest::keyClick(log, Qt::Key_A, Qt::ControlModifier);
+        logSelectable = log->textCursor().hasSelection();
         clickTab(1);
         tabAfterPlainTab = window().SSTab1()->currentIndex();
         clickTab(hookedTab);
@@ -116,6 +138,9 @@ TEST_F(HandlerGateTest, secondClickDuringAHungStatementStartsNothingAndCancelSti
     EXPECT_EQ(window().txtDB()->text(), QStringLiteral("Hung"));
     EXPECT_EQ(statusWhileHung, QStringLiteral("Backup (left) \u2014 00:00"));
     EXPECT_TRUE(waitCursorWhileHung);
+    EXPECT_EQ(started, 0);
+    EXPECT_EQ(stopped, 1);
+    EXPECT_TRUE(logSelectable);
     EXPECT_EQ(tabAfterPlainTab, 1);
     EXPECT_EQ(tabAfterHookedTab, 1);
     EXPECT_TRUE(window().serverAccess().log().text().contains(QStringLiteral("Operation was cancelled")));
