@@ -1,6 +1,7 @@
 #include "app/Application.h"
 
 #include "app/AppInfo.h"
+#include "app/batch/BatchLogEcho.h"
 #include "app/batch/BatchMessageBoxService.h"
 #include "app/batch/BatchRunner.h"
 #include "app/frmMain.h"
@@ -123,8 +124,10 @@ int runBatch(frmMain& window, BatchMessageBoxService& boxes, const Options& opti
         return BatchRunner::malformedExitCode;
     }
     QTextStream input(&file);
+    // Start-up's log lines, connections and statements belong to the run as well.
+    const BatchLogEcho echo(window.serverAccess(), output);
+    BatchRunner runner(window, boxes, output, errors, output);
     window.Form_Load();
-    BatchRunner runner(window, boxes, output, errors);
     return runner.run(input);
 }
 

@@ -1,9 +1,11 @@
 #include "app/frmMain.h"
 
 #include "app/AppInfo.h"
+#include "app/HandlerGate.h"
 #include "app/LogPanel.h"
 #include "app/LogView.h"
 #include "app/MainWindowStatements.h"
+#include "app/ServerMessageView.h"
 #include "app/SettingsTable.h"
 #include "app/SideColumn.h"
 #include "app/SubsystemTools.h"
@@ -31,6 +33,7 @@
 #include <QPushButton>
 #include <QShortcut>
 #include <QSplitter>
+#include <QStatusBar>
 #include <QTabWidget>
 #include <QTimer>
 #include <QVBoxLayout>
@@ -109,7 +112,8 @@ struct frmMain::Parts {
     std::map<QString, QPointer<QWidget>> windows;
     QTimer* Timer1 = nullptr;
     QTimer* tmrDoEv = nullptr;
-    bool busy = false;
+    QLabel* lblBusy = nullptr;
+    HandlerGate* gate = nullptr;
 };
 
 frmMain::frmMain(const platform::PlatformServices& services, QWidget* parent)
@@ -120,6 +124,7 @@ frmMain::frmMain(const platform::PlatformServices& services, QWidget* parent)
     setWindowTitle(applicationTitle());
     buildWindow();
     buildPages();
+    buildGate();
     installSubsystemTools(*this);
     connectHandlers();
     resize(1280, 800);
@@ -210,6 +215,25 @@ void frmMain::buildWindow() {
     layout->setContentsMargins(4, 4, 4, 4);
     layout->addWidget(rows);
     setCentralWidget(central);
+}
+
+// What stays live while a handler runs: what the handlers read on purpose as they run, the
+// way to cancel, the logs, and tab switches that start nothing.
+void frmMain::buildGate() {
+    Parts& p = *m_parts;
+    p.lblBusy = new QLabel(this);
+    p.lblBusy->setObjectName(QStringLiteral("lblBusy"));
+    statusBar()->addWidget(p.lblBusy, 1);
+    p.gate = new HandlerGate(*this, *p.lblBusy);
+    const std::array<QWidget*, 6> live{p.chkALL,
+                                       p.chkStop,
+                                       p.logPanel->txtLog,
+                                       p.logPanel->txtErrs,
+                                       p.logPanel->serverMessages,
+                                       p.logPanel->cmdCancelStatement};
+    for (QWidget* control : live)
+        p.gate->allowWhileBusy(control);
+    p.gate->setTabBar(p.SSTab1->tabBar(), [this](int index) { return pageSwitchStartsHandler(index); });
 }
 
 void frmMain::buildPages() {
@@ -321,11 +345,12 @@ void frmMain::connectHandlers() {
 void frmMain::Form_Load() {
     Parts& p = *m_parts;
     platform::SettingsStore& store = *p.services.settings;
+    // Start-up is a handler too: nothing else starts until the sides are connected and listed.
+    const HandlerGate::Run startUp(*p.gate, tr("Start-up"));
     p.SSTab1->setCurrentIndex(0);
     show();
     QCoreApplication::processEvents();
     Q_EMIT painted();
-    setBusyCursor(true);
     // The shell and the ODBC driver choice are ready before anything connects.
     p.options->load();
     for (int side = 0; side < sideCount; ++side)
@@ -351,7 +376,6 @@ void frmMain::Form_Load() {
     p.txtBackupDrive->setText(store.getSetting(backupDrive.section, backupDrive.key,
                                                startupDefault(QStringLiteral("txtBackupDrive"))));
     setWindowTitle(windowTitle() + QStringLiteral(" v.") + applicationVersion());
-    setBusyCursor(false);
     p.Timer1->start();
     p.tmrDoEv->start();
 }
@@ -445,6 +469,10 @@ void frmMain::SSTab1_Click(int /*previousTab*/) {
     const auto [first, last] = m_parts->pageHooks.equal_range(index);
     for (auto hook = first; hook != last; ++hook)
         hook->second();
+}
+
+bool frmMain::pageSwitchStartsHandler(int index) const {
+    return index == restoreDirPage || m_parts->pageHooks.count(index) > 0;
 }
 
 void frmMain::Timer1_Timer() {
@@ -614,6 +642,7 @@ QWidget* frmMain::openWindow(const QString& name) {
         window = factory->second(this);
         window->setObjectName(name);
         window->setWindowFlag(Qt::Window);
+        m_parts->gate->addWindow(window);
     }
     window->show();
     window->raise();
@@ -640,13 +669,15 @@ void frmMain::showConnectError(const QString& description) {
 }
 
 void frmMain::setBusyCursor(bool busy) {
-    if (busy == m_parts->busy)
-        return;
-    m_parts->busy = busy;
-    if (busy)
-        QApplication::setOverrideCursor(Qt::WaitCursor);
-    else
-        QApplication::restoreOverrideCursor();
+    m_parts->gate->setStatementBusy(busy);
+}
+
+HandlerGate& frmMain::handlerGate() {
+    return *m_parts->gate;
+}
+
+void frmMain::allowWhileBusy(QWidget* control) {
+    m_parts->gate->allowWhileBusy(control);
 }
 
 } // namespace qormin::app

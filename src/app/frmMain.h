@@ -14,6 +14,8 @@ struct PlatformServices;
 
 namespace qormin::app {
 
+class HandlerGate;
+
 // The main window: two server columns, the shared controls, the tab strip SSTab1 with the tool
 // pages, and the log boxes. Handlers are named after their control and event; the pages of the
 // subsystems reach the shared controls through window::MainWindowContext.
@@ -42,6 +44,10 @@ public:
     void txtRestoreDir_Change();
 
     QTabWidget* SSTab1() const;
+    // One handler at a time: batch mode starts its commands through it too.
+    HandlerGate& handlerGate();
+    // Whether turning SSTab1 to that page runs a page hook.
+    bool pageSwitchStartsHandler(int index) const;
 
     // window::MainWindowContext
     db::ServerAccess& serverAccess() override;
@@ -81,6 +87,7 @@ public:
     void addPageHook(int index, std::function<void()> hook) override;
     void registerWindow(const QString& name, std::function<QWidget*(QWidget* parent)> create) override;
     QWidget* openWindow(const QString& name) override;
+    void allowWhileBusy(QWidget* control) override;
     QWidget* findWindow(const QString& name) const;
 
     // ServerAccessHost
@@ -98,6 +105,7 @@ private:
     struct Parts;
 
     void buildWindow();
+    void buildGate();
     void buildPages();
     void connectHandlers();
     void persistOnChange(QLineEdit* edit, const QString& control, int index);

@@ -2,6 +2,7 @@
 
 #include "db/ConnectionString.h"
 #include "db/DriverLocator.h"
+#include "db/EventLoopYield.h"
 #include "db/LogBuffer.h"
 #include "db/ReadOnlyStatement.h"
 #include "db/Recordset.h"
@@ -32,7 +33,7 @@ void yieldToEventLoop() {
     if (sinceLastYield.isValid() && sinceLastYield.elapsed() < frameMilliseconds) {
         return;
     }
-    QCoreApplication::processEvents();
+    EventLoopYield::processEvents();
     sinceLastYield.start();
 }
 
@@ -58,6 +59,25 @@ struct ServerAccess::State {
     bool scriptOnly = false;
     QStringList withheld;
     int loginTimeout = loginTimeoutSeconds;
+    StatementTally tally;
+    int activeSide = -1;
+    int headerRowPasses = 0;
+};
+
+// Names the side of the routine under way for the log lines it writes; routines nest
+// (ExecuteScript runs ExecuteSQL), so the outer side comes back afterwards.
+class ServerAccess::SideInUse {
+public:
+    SideInUse(State& state, int side) : m_state(state), m_previous(state.activeSide) {
+        state.activeSide = side;
+    }
+    ~SideInUse() { m_state.activeSide = m_previous; }
+    SideInUse(const SideInUse&) = delete;
+    SideInUse& operator=(const SideInUse&) = delete;
+
+private:
+    State& m_state;
+    int m_previous;
 };
 
 ServerAccess::ServerAccess(ServerAccessHost& host, QObject* parent)
@@ -71,7 +91,10 @@ ServerAccess::ServerAccess(ServerAccessHost& host, QObject* parent)
         connect(connection.get(), &SideConnection::serverMessage, m_state->serverMessages,
                 &ServerMessageLog::add);
         connect(connection.get(), &SideConnection::statementStarted, this, &ServerAccess::statementStarted);
-        connect(connection.get(), &SideConnection::statementFinished, this, &ServerAccess::statementFinished);
+        connect(connection.get(), &SideConnection::statementFinished, this, [this](int side, bool succeeded) {
+            countFinished(succeeded);
+            Q_EMIT statementFinished(side);
+        });
         // A dead link is not worth keeping: the next statement on the side connects again.
         connect(connection.get(), &SideConnection::connectionLost, this,
                 [this](int side) { m_state->isConnected[static_cast<size_t>(side)] = false; });
@@ -93,7 +116,19 @@ bool ServerAccess::withhold(const QString& sql, bool logStatement) {
     }
     LogMessage(notRunText);
     m_state->withheld.append(sql);
+    ++m_state->tally.withheld;
     return true;
+}
+
+void ServerAccess::countFinished(bool succeeded) {
+    StatementTally& tally = m_state->tally;
+    ++tally.sent;
+    if (succeeded)
+        return;
+    if (m_state->headerRowPasses > 0)
+        ++tally.headerRowRefusals;
+    else
+        ++tally.failed;
 }
 
 ConnectOutcome ServerAccess::openSide(int side, const QString& providerString) {
@@ -124,12 +159,14 @@ void ServerAccess::ConnectServer(int side) {
     if (!isSide(side) || m_state->isConnected[static_cast<size_t>(side)]) {
         return;
     }
+    const SideInUse inUse(*m_state, side);
     auto& host = m_state->host;
     const QString providerString =
         buildConnectionString(host.serverText(side), host.userText(side), host.passwordText(side));
     m_state->sides[static_cast<size_t>(side)]->setCommandTimeout(connectCommandTimeout);
     const ConnectOutcome outcome = openSide(side, providerString);
     if (!outcome.connected) {
+        ++m_state->tally.connectFailures;
         host.showConnectError(outcome.errorDescription);
         return;
     }
@@ -143,10 +180,11 @@ void ServerAccess::EnsureConnected(int side) {
     }
 }
 
-void ServerAccess::ExecuteSQL(int side, const QString& sql) {
+bool ServerAccess::ExecuteSQL(int side, const QString& sql) {
     if (!isSide(side)) {
-        return;
+        return false;
     }
+    const SideInUse inUse(*m_state, side);
     auto& host = m_state->host;
     host.setBusyCursor(true);
     LogMessage(QStringLiteral("Running SQL.."));
@@ -154,42 +192,46 @@ void ServerAccess::ExecuteSQL(int side, const QString& sql) {
     LogMessage(sql);
     if (withhold(sql, false)) {
         host.setBusyCursor(false);
-        return;
+        return true;
     }
     SideConnection& connection = *m_state->sides[static_cast<size_t>(side)];
     connection.setCommandTimeout(executeCommandTimeout);
     const StatementOutcome outcome = connection.execute(sql, ResultRetention::Nothing);
     host.setBusyCursor(false);
     LogMessage(outcome.succeeded ? QStringLiteral("Done") : outcome.errorDescription);
+    return outcome.succeeded;
 }
 
-void ServerAccess::OpenRecordset(int side, const QString& sql, const QVariant& /*unused*/, QString& result) {
+bool ServerAccess::OpenRecordset(int side, const QString& sql, const QVariant& /*unused*/, QString& result) {
     m_state->recordset.close();
     if (!isSide(side)) {
-        return;
+        return false;
     }
+    const SideInUse inUse(*m_state, side);
     auto& host = m_state->host;
     host.setBusyCursor(true);
     EnsureConnected(side);
     if (withhold(sql, true)) {
         host.setBusyCursor(false);
         result.clear();
-        return;
+        return true;
     }
     StatementOutcome outcome =
         m_state->sides[static_cast<size_t>(side)]->execute(sql, ResultRetention::FirstResultSet);
     host.setBusyCursor(false);
     if (!outcome.succeeded) {
         result = outcome.errorDescription + QLatin1Char(' ') + sql;
-        return;
+        return false;
     }
     if (!outcome.resultSets.empty()) {
         m_state->recordset.open(std::move(outcome.resultSets.front()));
     }
     result = QString();
+    return true;
 }
 
 void ServerAccess::ExecuteScript(int side, const QString& script) {
+    const SideInUse inUse(*m_state, isSide(side) ? side : -1);
     const ScriptSplit split = splitScript(script);
     for (const ScriptStep& step : split.steps) {
         if (step.logged) {
@@ -294,6 +336,22 @@ void ServerAccess::clearWithheldStatements() {
 
 void ServerAccess::setLoginTimeout(int seconds) {
     m_state->loginTimeout = seconds;
+}
+
+StatementTally ServerAccess::tally() const {
+    return m_state->tally;
+}
+
+int ServerAccess::activeSide() const {
+    return m_state->activeSide;
+}
+
+void ServerAccess::enterHeaderRowPass() {
+    ++m_state->headerRowPasses;
+}
+
+void ServerAccess::leaveHeaderRowPass() {
+    --m_state->headerRowPasses;
 }
 
 SideConnection& ServerAccess::side(int side) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "db/ResultTable.h"
+#include "db/StatementTally.h"
 
 #include <QElapsedTimer>
 #include <QObject>
@@ -39,9 +40,11 @@ public:
 
     void ConnectServer(int side);
     void EnsureConnected(int side);
-    void ExecuteSQL(int side, const QString& sql);
+    // Both return false when the statement failed (refused, cancelled, side not connected) and
+    // true when it succeeded or Script only withheld it; what they log is the same either way.
+    bool ExecuteSQL(int side, const QString& sql);
     // The third argument is accepted and never read, as callers have always passed one.
-    void OpenRecordset(int side, const QString& sql, const QVariant& unused, QString& result);
+    bool OpenRecordset(int side, const QString& sql, const QVariant& unused, QString& result);
     void ExecuteScript(int side, const QString& script);
     void LogMessage(const QString& text, bool atEnd = false);
     void LogError(const QString& text);
@@ -78,6 +81,15 @@ public:
     // How long a connect attempt may take before it fails (15 s unless a test shortens it).
     void setLoginTimeout(int seconds);
 
+    // Every statement since the start, counted as it finishes.
+    StatementTally tally() const;
+    // The side of the routine under way (ExecuteSQL, OpenRecordset, ExecuteScript, ConnectServer),
+    // so that a log line can name the side it belongs to; -1 between them.
+    int activeSide() const;
+    // See HeaderRowPass, which calls these.
+    void enterHeaderRowPass();
+    void leaveHeaderRowPass();
+
 Q_SIGNALS:
     void statementStarted(int side);
     void statementFinished(int side);
@@ -85,7 +97,10 @@ Q_SIGNALS:
 private:
     struct State;
 
+    class SideInUse;
+
     bool withhold(const QString& sql, bool logStatement);
+    void countFinished(bool succeeded);
     ConnectOutcome openSide(int side, const QString& providerString);
 
     std::unique_ptr<State> m_state;

@@ -1,6 +1,7 @@
 #include "db/SideConnection.h"
 
 #include "db/BatchResultReader.h"
+#include "db/EventLoopYield.h"
 #include "db/OdbcConnection.h"
 #include "db/OdbcEnvironment.h"
 #include "db/OdbcStatement.h"
@@ -103,6 +104,7 @@ void SideConnection::runOnWorker(std::function<void()> job) {
         completion->finishedCondition.wait(lock, [&completion] { return completion->finished; });
     } else if (!completion->finishedCondition.wait_for(lock, quietWait,
                                                        [&completion] { return completion->finished; })) {
+        const EventLoopYield yield;
         QEventLoop loop;
         completion->loop = &loop;
         while (!completion->finished) {
@@ -213,7 +215,7 @@ StatementOutcome SideConnection::runStatement(const std::function<StatementOutco
             m_worker->dropConnection();
         }
     });
-    Q_EMIT statementFinished(m_side);
+    Q_EMIT statementFinished(m_side, outcome.succeeded);
     if (outcome.connectionLost) {
         Q_EMIT connectionLost(m_side);
     }

@@ -61,7 +61,7 @@ Q_SIGNALS:
     // Emitted on the owner's thread as the server's messages arrive, while the statement runs.
     void serverMessage(int side, const qormin::db::ServerMessage& message);
     void statementStarted(int side);
-    void statementFinished(int side);
+    void statementFinished(int side, bool succeeded);
     // The link to the server broke during a statement; the connection is closed now.
     void connectionLost(int side);
 

@@ -1,6 +1,7 @@
 #include "dbfiles/BackupTools.h"
 
 #include "controls/FlexGrid.h"
+#include "db/HeaderRowPass.h"
 #include "db/ServerAccess.h"
 #include "dbfiles/BackupStatements.h"
 #include "window/MainWindowContext.h"
@@ -51,6 +52,7 @@ void BackupTools::forEachDatabase(int side, StopBox stopBox, const std::function
     controls::FlexGrid* grid = m_context.GridDB(side);
     const int rows = grid->Rows();
     for (int row = 0; row < rows; ++row) {
+        const db::HeaderRowPass headerRow(m_context.serverAccess(), row == 0);
         m_context.txtDB()->setText(grid->TextMatrix(row, 0));
         step();
         if (!m_context.chkALL()->isChecked())

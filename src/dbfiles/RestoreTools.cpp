@@ -1,6 +1,7 @@
 #include "dbfiles/RestoreTools.h"
 
 #include "controls/FileListBox.h"
+#include "db/EventLoopYield.h"
 #include "db/Recordset.h"
 #include "db/ServerAccess.h"
 #include "dbfiles/BackupFileNames.h"
@@ -10,7 +11,6 @@
 #include "window/MainWindowContext.h"
 
 #include <QCheckBox>
-#include <QCoreApplication>
 #include <QLineEdit>
 #include <QStringList>
 #include <QVariant>
@@ -135,7 +135,7 @@ QString RestoreTools::restoreDriveFor(const QString& database, int side) const {
 }
 
 void RestoreTools::yieldToEventLoop() const {
-    QCoreApplication::processEvents();
+    db::EventLoopYield::processEvents();
 }
 
 bool RestoreTools::takeStopRequest() {

@@ -1,5 +1,6 @@
 #include "net/NetworkSharePage.h"
 
+#include "db/EventLoopYield.h"
 #include "db/ServerAccess.h"
 #include "net/KeyStrokeTyping.h"
 #include "net/ModNetUse.h"
@@ -12,7 +13,6 @@
 #include "window/MainWindowContext.h"
 
 #include <QBoxLayout>
-#include <QCoreApplication>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QWidget>
@@ -87,8 +87,8 @@ void NetworkSharePage::log(const QString& problem) {
 }
 
 void NetworkSharePage::cmdNetworkConnect_Click(int index) {
-    QCoreApplication::processEvents();
-    QCoreApplication::processEvents();
+    db::EventLoopYield::processEvents();
+    db::EventLoopYield::processEvents();
     const bool right = index == 1;
     ModNetUse& net = m_services->net();
     net.NetUseConnect(m_context.txtServer(index)->text() + QStringLiteral("\\backup"),

@@ -1,6 +1,8 @@
 #include "tablecopy/TableCopyTools.h"
 
 #include "controls/FlexGrid.h"
+#include "db/EventLoopYield.h"
+#include "db/HeaderRowPass.h"
 #include "db/Recordset.h"
 #if __has_include("db/RecordReader.h")
 #include "db/RecordReader.h"
@@ -14,7 +16,6 @@
 #include "tablecopy/TableCopyStatements.h"
 
 #include <QCheckBox>
-#include <QCoreApplication>
 #include <QGridLayout>
 #include <QLabel>
 #include <QLineEdit>
@@ -155,11 +156,12 @@ void TableCopyTools::runForTables(bool useDatabaseFirst, const TableRoutine& rou
             if (stopRequested()) {
                 break;
             }
+            const db::HeaderRowPass headerRow(m_controls.access, row == 0);
             m_controls.grid.setRow(row);
             const QString table = currentTable();
             log(table);
             routine(table);
-            QCoreApplication::processEvents();
+            db::EventLoopYield::processEvents();
         }
     }
     if (!closingLine.isEmpty()) {
@@ -276,7 +278,7 @@ void TableCopyTools::ShowCopyProgress(qint32 copied) {
     m_working->setText(m_working->text() == QStringLiteral("working") ? QStringLiteral("working.")
                                                                       : QStringLiteral("working"));
     Q_EMIT copyProgress(copied);
-    QCoreApplication::processEvents();
+    db::EventLoopYield::processEvents();
 }
 
 QString TableCopyTools::currentTable() const {

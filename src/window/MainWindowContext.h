@@ -98,6 +98,9 @@ public:
     // The window's controls are found by their object names inside it.
     virtual void registerWindow(const QString& name, std::function<QWidget*(QWidget* parent)> create) = 0;
     virtual QWidget* openWindow(const QString& name) = 0;
+    // While a handler runs the windows take no input; a control that a running handler reads
+    // on purpose (a window's stop button) is kept live here.
+    virtual void allowWhileBusy(QWidget* control) = 0;
 };
 
 } // namespace qormin::window

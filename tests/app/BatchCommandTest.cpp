@@ -48,6 +48,10 @@ const LineCase lineCases[] = {
     {"selectHeaderRowAndColumn", "select Grid2 0 2", Kind::Select, "Grid2", "", 0, 2},
     {"answerLowerCased", "answer YES", Kind::Answer, "", "yes", 0, -1},
     {"wait", "wait 250", Kind::Wait, "", "", 250, -1},
+    {"answerFileTakesRestOfLine", "answer file /var/lib/qormin/night run.sql", Kind::AnswerFile, "",
+     "/var/lib/qormin/night run.sql", 0, -1},
+    {"answerFileUnescapes", "Answer FILE p:\\\\scripts\\\\withheld.sql", Kind::AnswerFile, "",
+     "p:\\scripts\\withheld.sql", 0, -1},
 };
 
 INSTANTIATE_TEST_SUITE_P(Lines, BatchLineTest, testing::ValuesIn(lineCases),
@@ -82,6 +86,8 @@ const MalformedCase malformedCases[] = {
     {"pageMissing", "page", "one number"},
     {"waitNegative", "wait -5", "milliseconds"},
     {"answerMaybe", "answer maybe", "yes, no, ok"},
+    {"answerFileWithoutPath", "answer file ", "needs a path"},
+    {"answerFileSingleBackslash", "answer file p:\\scripts\\x.sql", "unknown escape"},
 };
 
 INSTANTIATE_TEST_SUITE_P(Lines, MalformedBatchLineTest, testing::ValuesIn(malformedCases),

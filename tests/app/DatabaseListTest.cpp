@@ -114,7 +114,7 @@ TEST(DatabaseListTest, refusedTableListSaysWhyAndCountsNoTables) {
     harness.storeConnection(0, server->address(), QStringLiteral("secret"));
     harness.load();
     const auto result = harness.runBatch(QStringLiteral("dblclick GridDB(0) 3\nprint lblcount\n"));
-    ASSERT_EQ(result.exitCode, 0) << result.errors.toStdString();
+    ASSERT_EQ(result.exitCode, 1) << result.errors.toStdString();
     EXPECT_EQ(result.output, QStringLiteral("0\n"));
     EXPECT_TRUE(harness.window().serverAccess().log().text().startsWith(QStringLiteral(
         "The SELECT permission was denied on the object 'tables', database 'mssqlsystemresource', "

@@ -4,6 +4,7 @@
 #include <QDir>
 #include <QFile>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -68,8 +69,23 @@ TEST(ExecutableTest, batchFromStandardInputDrivesTheRealProgram) {
                  QStringLiteral("--data-dir"), data, QStringLiteral("--batch"), QStringLiteral("-")},
                 commands);
     EXPECT_EQ(run.exitCode, 2);
-    EXPECT_EQ(run.output,
+    // The log lines, start-up's included, come between the printed texts, and a summary closes the run.
+    static const QRegularExpression stamped(
+        QStringLiteral("^\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3} (.*)$"));
+    QStringList printed;
+    QStringList logged;
+    for (const QString& line : run.output.split(u'\n')) {
+        const QRegularExpressionMatch match = stamped.match(line);
+        (match.hasMatch() ? logged : printed).append(match.hasMatch() ? match.captured(1) : line);
+    }
+    EXPECT_EQ(printed.join(u'\n'),
               QStringLiteral("3\nname\nBilling\nStation\nExcludedTables.txt\nLab..tbResults\\r\\n\n"));
+    EXPECT_EQ(logged.first(), QStringLiteral("- log: checking path "));
+    EXPECT_TRUE(logged.contains(QStringLiteral("left log: Connected.")));
+    EXPECT_TRUE(
+        logged.last().startsWith(QStringLiteral("- summary: sent 1, failed 0, withheld by Script only 0,")))
+        << logged.last().toStdString();
+    EXPECT_TRUE(logged.last().endsWith(QStringLiteral("exit status 2"))) << logged.last().toStdString();
     EXPECT_TRUE(run.errors.contains(QStringLiteral("batch line 11: unknown control \"cmdBackup(9)\"")))
         << run.errors.toStdString();
     EXPECT_EQ(readFile(list), QByteArray("Lab..tbResults\r\nBilling..tbAudit\r\n"));
@@ -80,7 +96,7 @@ TEST(ExecutableTest, demoConnectsBothSidesToASimulatorProcess) {
     const Finished run = runTool({QStringLiteral("--demo"), QStringLiteral("--batch"), QStringLiteral("-")},
                                  "print lblDBCount(0)\nprint lblDBCount(1)\n");
     EXPECT_EQ(run.exitCode, 0) << run.errors.toStdString();
-    EXPECT_TRUE(run.output.endsWith(QStringLiteral("18\n18\n"))) << run.output.toStdString();
+    EXPECT_TRUE(run.output.contains(QStringLiteral("\n18\n18\n"))) << run.output.toStdString();
 }
 
 TEST(ExecutableTest, missingBatchFileIsReportedWithStatusTwo) {

@@ -1,5 +1,6 @@
 #include "WindowHarness.h"
 
+#include "app/batch/BatchLogEcho.h"
 #include "app/batch/BatchRunner.h"
 #include "platform/PlatformServices.h"
 #include "platform/ShellService.h"
@@ -24,7 +25,7 @@ WindowHarness::WindowHarness()
       m_paths(platform::PathMapper::Platform::Posix, m_root.filePath(QStringLiteral("gvfs")),
               m_root.filePath(QStringLiteral("drives"))),
       m_files(m_paths), m_shell(std::make_unique<InertShellService>()), m_outputStream(&m_output),
-      m_errorStream(&m_errors), m_messageBoxes(m_outputStream, m_errorStream) {
+      m_errorStream(&m_errors), m_logStream(&m_log), m_messageBoxes(m_outputStream, m_errorStream) {
     open();
 }
 
@@ -68,11 +69,14 @@ BatchResult WindowHarness::runBatch(const QString& script) {
     QTextStream input(&text);
     const qsizetype outputBefore = m_output.size();
     const qsizetype errorsBefore = m_errors.size();
-    app::BatchRunner runner(*m_window, m_messageBoxes, m_outputStream, m_errorStream);
+    const qsizetype logBefore = m_log.size();
+    const app::BatchLogEcho echo(m_window->serverAccess(), m_logStream);
+    app::BatchRunner runner(*m_window, m_messageBoxes, m_outputStream, m_errorStream, m_logStream);
     const int exitCode = runner.run(input);
     m_outputStream.flush();
     m_errorStream.flush();
-    return {exitCode, m_output.mid(outputBefore), m_errors.mid(errorsBefore)};
+    m_logStream.flush();
+    return {exitCode, m_output.mid(outputBefore), m_errors.mid(errorsBefore), m_log.mid(logBefore)};
 }
 
 } // namespace qormin::test

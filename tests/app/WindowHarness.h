@@ -21,6 +21,7 @@ struct BatchResult {
     int exitCode = 0;
     QString output;
     QString errors;
+    QString log; // the echoed log lines and the closing summary
 };
 
 // A main window on a settings file of its own, with message boxes answered the batch way
@@ -54,8 +55,10 @@ private:
     std::unique_ptr<platform::ShellService> m_shell; // runs nothing
     QString m_output;
     QString m_errors;
+    QString m_log;
     QTextStream m_outputStream;
     QTextStream m_errorStream;
+    QTextStream m_logStream;
     app::BatchMessageBoxService m_messageBoxes;
     std::unique_ptr<app::frmMain> m_window;
 };

@@ -2,6 +2,7 @@
 #include "QStringPrinter.h"
 #include "SimTestServer.h"
 
+#include "db/HeaderRowPass.h"
 #include "db/LogBuffer.h"
 #include "db/Recordset.h"
 #include "db/ResultTableModel.h"
@@ -159,7 +160,9 @@ INSTANTIATE_TEST_SUITE_P(Cases, ConnectFailureTest, ::testing::ValuesIn(connectF
 
 TEST_F(ServerAccessTest, failedConnectIsRetriedByTheNextStatement) {
     m_host.password[0] = QStringLiteral("wrong");
-    m_access->ExecuteSQL(0, QStringLiteral("SELECT 1"));
+    EXPECT_FALSE(m_access->ExecuteSQL(0, QStringLiteral("SELECT 1")));
+    EXPECT_EQ(m_access->tally().connectFailures, 1);
+    EXPECT_EQ(m_access->tally().failed, 1);
     EXPECT_EQ(log(),
               QStringLiteral(
                   "Operation is not allowed when the object is closed.\r\nSELECT 1\r\nRunning SQL..\r\n"));
@@ -174,13 +177,16 @@ struct ExecuteCase {
     const char* name;
     const char* sql;
     const char* lastLine;
+    bool succeeds;
 };
 
 class ExecuteSqlTest : public ServerAccessTest, public ::testing::WithParamInterface<ExecuteCase> {};
 
 TEST_P(ExecuteSqlTest, logsRunningTheStatementAndDoneOrTheServersError) {
     const QString sql = QString::fromUtf8(GetParam().sql);
-    m_access->ExecuteSQL(0, sql);
+    EXPECT_EQ(m_access->ExecuteSQL(0, sql), GetParam().succeeds);
+    EXPECT_EQ(m_access->tally().sent, 1);
+    EXPECT_EQ(m_access->tally().failed, GetParam().succeeds ? 0 : 1);
     EXPECT_EQ(log(), QString::fromUtf8(GetParam().lastLine) + QStringLiteral("\r\n") + sql +
                          QStringLiteral("\r\nConnected.\r\nRunning SQL..\r\n"));
     EXPECT_EQ(m_access->errors().text(), QString());
@@ -191,19 +197,20 @@ TEST_P(ExecuteSqlTest, logsRunningTheStatementAndDoneOrTheServersError) {
 INSTANTIATE_TEST_SUITE_P(
     Cases, ExecuteSqlTest,
     ::testing::Values(
-        ExecuteCase{"success", "UPDATE t SET a = 1", "Done"},
-        ExecuteCase{"serverError", "select * from missing", "Invalid object name 'missing'."},
-        ExecuteCase{"errorBeforeLaterResults", "raise then select", "first"},
+        ExecuteCase{"success", "UPDATE t SET a = 1", "Done", true},
+        ExecuteCase{"serverError", "select * from missing", "Invalid object name 'missing'.", false},
+        ExecuteCase{"errorBeforeLaterResults", "raise then select", "first", false},
         ExecuteCase{"unknownDatabase", "USE Nowhere",
-                    "Database 'Nowhere' does not exist. Make sure that the name is entered correctly."}),
+                    "Database 'Nowhere' does not exist. Make sure that the name is entered correctly.",
+                    false}),
     [](const auto& testInfo) { return std::string(testInfo.param.name); });
 
 // A failed open returns the description and the statement, and closes what was open.
 TEST_F(ServerAccessTest, openRecordsetHoldsTheFirstResultSetAndLogsNothing) {
     QString result = QStringLiteral("stale");
-    m_access->OpenRecordset(
+    EXPECT_TRUE(m_access->OpenRecordset(
         0, QStringLiteral("SELECT name FROM sys.databases where database_id >= 5 order by name "), QVariant(),
-        result);
+        result));
     EXPECT_EQ(result, QString());
     auto& recordset = m_access->sharedRecordset();
     ASSERT_TRUE(recordset.isOpen());
@@ -214,7 +221,7 @@ TEST_F(ServerAccessTest, openRecordsetHoldsTheFirstResultSetAndLogsNothing) {
     EXPECT_EQ(recordset.fieldName(0), QStringLiteral("a"));
     EXPECT_EQ(recordset.RecordCount(), 1);
 
-    m_access->OpenRecordset(0, QStringLiteral("select * from missing"), QVariant(), result);
+    EXPECT_FALSE(m_access->OpenRecordset(0, QStringLiteral("select * from missing"), QVariant(), result));
     EXPECT_EQ(result, QStringLiteral("Invalid object name 'missing'. select * from missing"));
     EXPECT_FALSE(recordset.isOpen());
     EXPECT_EQ(log(), QStringLiteral("Connected.\r\n"));
@@ -309,11 +316,10 @@ TEST_P(ScriptOnlyTest, withholdsWhatCouldChangeAServerAndRunsReads) {
     const QString sql = QString::fromUtf8(c.sql);
     m_access->setScriptOnly(true);
     QString result = QStringLiteral("stale");
-    if (c.viaOpenRecordset) {
-        m_access->OpenRecordset(0, sql, QVariant(), result);
-    } else {
-        m_access->ExecuteSQL(0, sql);
-    }
+    // Withheld counts as succeeded: the script goes on as a real run would.
+    EXPECT_TRUE(c.viaOpenRecordset ? m_access->OpenRecordset(0, sql, QVariant(), result)
+                                   : m_access->ExecuteSQL(0, sql));
+    EXPECT_EQ(m_access->tally().withheld, c.sent ? 0 : 1);
     EXPECT_EQ(m_server->statements().contains(sql), c.sent);
     EXPECT_EQ(m_access->withheldStatements(), c.sent ? QStringList() : QStringList{sql});
     if (!c.sent) {
@@ -334,6 +340,29 @@ INSTANTIATE_TEST_SUITE_P(
         ScriptOnlyCase{"listRuns", "SELECT name FROM sys.databases where database_id >= 5 order by name ",
                        true, true}),
     [](const auto& testInfo) { return std::string(testInfo.param.name); });
+
+// Refusals inside a header-row pass are counted apart; every log line names its routine's side.
+TEST_F(ServerAccessTest, headerRowRefusalsAreCountedApartAndLogLinesKnowTheirSide) {
+    QList<int> sides;
+    QObject::connect(&m_access->log(), &qormin::db::LogBuffer::prepended, m_access.get(),
+                     [this, &sides] { sides.append(m_access->activeSide()); });
+    const QString refused = QStringLiteral("select * from missing");
+    {
+        const qormin::db::HeaderRowPass headerRow(*m_access, true);
+        m_access->ExecuteSQL(1, refused);
+        m_access->ExecuteSQL(1, QStringLiteral("SELECT 1"));
+    }
+    {
+        const qormin::db::HeaderRowPass otherRow(*m_access, false);
+        m_access->ExecuteSQL(1, refused);
+    }
+    m_access->LogMessage(QStringLiteral("between statements"));
+    const auto tally = m_access->tally();
+    EXPECT_EQ(tally.sent, 3);
+    EXPECT_EQ(tally.headerRowRefusals, 1);
+    EXPECT_EQ(tally.failed, 1);
+    EXPECT_EQ(sides, QList<int>(10, 1) << -1); // Running, Connected, statement, outcome ...
+}
 
 } // namespace
 

@@ -164,7 +164,7 @@ protected:
 };
 
 TEST_F(BackupDroppedMidStreamTest, isLoggedAsFailedAndThePassGoesOn) {
-    run(QStringLiteral("set chkALL 1\nclick cmdBackup(0)\n"));
+    run(QStringLiteral("set chkALL 1\nclick cmdBackup(0)\n"), 1);
     const QStringList sent = statements(0);
     ASSERT_EQ(sent.size(), 8) << sent.join(QLatin1Char('\n')).toStdString();
     EXPECT_TRUE(sent.at(2).startsWith(QStringLiteral("BACKUP DATABASE Billing ")));

@@ -47,9 +47,9 @@ void DatabaseFileFixture::clearTranscripts() {
     m_right->clearTranscript();
 }
 
-void DatabaseFileFixture::run(const QString& script) {
+void DatabaseFileFixture::run(const QString& script, int exitCode) {
     const BatchResult result = m_harness->runBatch(script);
-    ASSERT_EQ(result.exitCode, 0) << result.errors.toStdString();
+    ASSERT_EQ(result.exitCode, exitCode) << result.errors.toStdString();
 }
 
 void DatabaseFileFixture::whenStatementStartsFor(const QString& database, std::function<void()> action) {

@@ -16,6 +16,8 @@ const QByteArray scenario = R"json({
      "response": {"result": {"columns": ["id:int"], "rows": [[1]]}}},
     {"exact": "select top 1 * from  Billing..tbGone",
      "response": {"error": {"number": 208, "severity": 16, "text": "Invalid object name 'Billing..tbGone'."}}},
+    {"regex": "^Truncate Table\\s+TableName ",
+     "response": {"error": {"number": 4701, "severity": 16, "text": "Cannot find the object \"TableName\"."}}},
     {"prefix": "INSERT into Billing2..tbLocked",
      "response": {"error": {"number": 1205, "severity": 13, "text": "Deadlocked."}}},
     {"prefix": "select  * into Billing2..tbCash ",
@@ -143,6 +145,9 @@ TEST_F(TableCopyToolsTest, allTablesWalksEveryRowIncludingTheHeaderAndMovesTheCu
     EXPECT_EQ(logLines(), (QStringList{"tbCash", "TableName", "tbCash", "tbGone", "tbLocked"}));
     EXPECT_EQ(rowsSeen, (QList<int>{1, 0, 1, 2, 3}));
     EXPECT_EQ(m_grid.Row(), 3);
+    // The header row's refusal is expected; it does not count as a failure.
+    EXPECT_EQ(m_access->tally().headerRowRefusals, 1);
+    EXPECT_EQ(m_access->tally().failed, 0);
 }
 
 TEST_F(TableCopyToolsTest, stopTickedBeforeTheFirstTableRunsNoTableButStillCloses) {

@@ -111,11 +111,23 @@ BatchParseResult parseNumberCommand(Kind kind, const QStringList& arguments, con
     return success({kind, QString(), QString(), *value, std::nullopt});
 }
 
+// "answer file PATH": the path is the rest of the line, escaped as a value of "set".
+BatchParseResult parseAnswerFile(const QString& rest) {
+    const QString path = rest.mid(rest.indexOf(QLatin1String("file"), 0, Qt::CaseInsensitive) + 4);
+    if (path.trimmed().isEmpty())
+        return failure(QStringLiteral("answer file needs a path"));
+    QString error;
+    const std::optional<QString> value = unescaped(path.mid(1), error);
+    if (!value)
+        return failure(error);
+    return success({Kind::AnswerFile, QString(), *value, 0, std::nullopt});
+}
+
 BatchParseResult parseAnswer(const QStringList& arguments) {
     static const QStringList answers{QStringLiteral("yes"), QStringLiteral("no"), QStringLiteral("ok"),
                                      QStringLiteral("cancel")};
     if (arguments.size() != 1 || !answers.contains(arguments.at(0).toLower()))
-        return failure(QStringLiteral("answer takes yes, no, ok or cancel"));
+        return failure(QStringLiteral("answer takes yes, no, ok, cancel or file PATH"));
     return success({Kind::Answer, QString(), arguments.at(0).toLower(), 0, std::nullopt});
 }
 
@@ -161,6 +173,9 @@ BatchParseResult parseBatchLine(QString line) {
     if (*kind == Kind::Set)
         return parseSet(rest.trimmed().isEmpty() ? QString() : rest.mid(rest.indexOf(rest.trimmed().at(0))));
     const QStringList arguments = rest.split(u' ', Qt::SkipEmptyParts);
+    if (*kind == Kind::Answer && !arguments.isEmpty() &&
+        arguments.at(0).compare(u"file", Qt::CaseInsensitive) == 0)
+        return parseAnswerFile(rest);
     switch (*kind) {
     case Kind::Select:
     case Kind::DoubleClick:

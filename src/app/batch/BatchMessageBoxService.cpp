@@ -39,10 +39,20 @@ platform::MessageBoxAnswer BatchMessageBoxService::MsgBox(const QString& text,
     return answer;
 }
 
+void BatchMessageBoxService::queueFileName(const QString& path) {
+    m_fileNames.push_back(path);
+}
+
 QString BatchMessageBoxService::saveFileName(const QString& caption, const QString& /*suggestedName*/,
                                              const QString& /*filter*/) {
-    m_output << "FILEDIALOG: " << oneLine(caption) << " -> cancelled" << Qt::endl;
-    return QString();
+    if (m_fileNames.empty()) {
+        m_output << "FILEDIALOG: " << oneLine(caption) << " -> cancelled" << Qt::endl;
+        return QString();
+    }
+    const QString path = m_fileNames.front();
+    m_fileNames.pop_front();
+    m_output << "FILEDIALOG: " << oneLine(caption) << " -> " << oneLine(path) << Qt::endl;
+    return path;
 }
 
 } // namespace qormin::app

@@ -1,17 +1,21 @@
 #include "app/batch/BatchRunner.h"
 
+#include "app/HandlerGate.h"
 #include "app/LogView.h"
 #include "app/batch/BatchCommand.h"
+#include "app/batch/BatchLogEcho.h"
 #include "app/batch/BatchMessageBoxService.h"
 #include "app/frmMain.h"
 #include "controls/FileListBox.h"
 #include "controls/FlexGrid.h"
 #include "controls/ctlSaveLoadFile.h"
 #include "db/LogBuffer.h"
+#include "db/ServerAccess.h"
 
 #include <QAbstractButton>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QDateTime>
 #include <QEventLoop>
 #include <QLabel>
 #include <QLineEdit>
@@ -86,68 +90,127 @@ QString rowError(int row, int rows) {
            u')';
 }
 
+QString duration(qint64 milliseconds) {
+    const qint64 seconds = milliseconds / 1000;
+    const auto twoDigits = [](qint64 value) { return QString::number(value).rightJustified(2, u'0'); };
+    return twoDigits(seconds / 3600) + u':' + twoDigits(seconds / 60 % 60) + u':' + twoDigits(seconds % 60);
+}
+
 } // namespace
 
 BatchRunner::BatchRunner(frmMain& window, BatchMessageBoxService& messageBoxes, QTextStream& output,
-                         QTextStream& errors)
-    : m_window(window), m_messageBoxes(messageBoxes), m_output(output), m_errors(errors) {}
+                         QTextStream& errors, QTextStream& log)
+    : m_window(window), m_messageBoxes(messageBoxes), m_output(output), m_errors(errors), m_log(log),
+      m_before(window.serverAccess().tally()) {
+    m_elapsed.start();
+}
 
 int BatchRunner::run(QTextStream& input) {
     int lineNumber = 0;
+    bool malformed = false;
     QString line;
-    while (input.readLineInto(&line)) {
+    while (!malformed && input.readLineInto(&line)) {
         ++lineNumber;
         const BatchParseResult parsed = parseBatchLine(line);
         QString error = parsed.error;
         if (parsed.command)
             error = execute(*parsed.command);
-        if (!error.isEmpty()) {
+        malformed = !error.isEmpty();
+        if (malformed)
             m_errors << "batch line " << lineNumber << ": " << error << Qt::endl
                      << "  " << line.trimmed() << Qt::endl;
-            return malformedExitCode;
-        }
         m_output.flush();
     }
-    if (m_messageBoxes.pendingAnswers() > 0)
+    if (!malformed && m_messageBoxes.pendingAnswers() > 0)
         m_errors << "warning: " << m_messageBoxes.pendingAnswers() << " queued answer(s) were not needed"
                  << Qt::endl;
-    return 0;
+    if (!malformed && m_messageBoxes.pendingFileNames() > 0)
+        m_errors << "warning: " << m_messageBoxes.pendingFileNames() << " queued file name(s) were not needed"
+                 << Qt::endl;
+    const db::StatementTally tally = m_window.serverAccess().tally() - m_before;
+    const int status = exitStatus(tally, malformed);
+    m_log << BatchLogEcho::stamped(QDateTime::currentDateTime(), -1, QStringLiteral("summary"),
+                                   summary(tally, m_elapsed.elapsed(), status));
+    m_log.flush();
+    return status;
+}
+
+int BatchRunner::exitStatus(const db::StatementTally& tally, bool malformed) {
+    if (malformed)
+        return malformedExitCode;
+    if (tally.connectFailures > 0)
+        return connectFailedExitCode;
+    return tally.failed > 0 ? statementFailedExitCode : succeededExitCode;
+}
+
+QString BatchRunner::summary(const db::StatementTally& tally, qint64 elapsedMilliseconds, int exitStatus) {
+    return QStringLiteral(
+               "sent %1, failed %2, withheld by Script only %3, elapsed %4, header-row refusals %5, "
+               "connect failures %6, exit status %7")
+        .arg(tally.sent)
+        .arg(tally.failed)
+        .arg(tally.withheld)
+        .arg(duration(elapsedMilliseconds))
+        .arg(tally.headerRowRefusals)
+        .arg(tally.connectFailures)
+        .arg(exitStatus);
 }
 
 QString BatchRunner::execute(const BatchCommand& command) {
-    if (command.kind == Kind::None)
+    switch (command.kind) {
+    case Kind::None:
         return QString();
-    if (command.kind == Kind::Answer) {
+    case Kind::Answer:
         m_messageBoxes.queueAnswer(*answerOf(command.value));
         return QString();
-    }
-    if (command.kind == Kind::Wait) {
+    case Kind::AnswerFile:
+        m_messageBoxes.queueFileName(command.value);
+        return QString();
+    case Kind::Wait:
         letEventsRun(command.row);
         return QString();
-    }
-    if (command.kind == Kind::Page)
+    case Kind::Page:
         return page(command.row);
-    if (command.kind == Kind::Open) {
-        return m_window.openWindow(command.name) ? QString()
-                                                 : QStringLiteral("unknown window \"") + command.name + u'"';
+    case Kind::Open:
+        return startThroughGate(command.name, [this, &command] {
+            return m_window.openWindow(command.name)
+                       ? QString()
+                       : QStringLiteral("unknown window \"") + command.name + u'"';
+        });
+    default:
+        return executeControlCommand(command);
     }
+}
+
+QString BatchRunner::executeControlCommand(const BatchCommand& command) {
     QString error;
     QWidget* control = find(command.name, error);
     if (control == nullptr)
         return error;
-    switch (command.kind) {
-    case Kind::Set:
-        return set(control, command.value);
-    case Kind::Click:
-        return click(control);
-    case Kind::Select:
-    case Kind::DoubleClick:
-        return clickRow(control, command);
-    case Kind::Print:
+    if (command.kind == Kind::Print)
         return print(control);
-    default:
-        return QStringLiteral("unsupported command");
-    }
+    return startThroughGate(HandlerGate::describe(control, &m_window), [this, control, &command] {
+        switch (command.kind) {
+        case Kind::Set:
+            return set(control, command.value);
+        case Kind::Click:
+            return click(control);
+        case Kind::Select:
+        case Kind::DoubleClick:
+            return clickRow(control, command);
+        default:
+            return QStringLiteral("unsupported command");
+        }
+    });
+}
+
+// A command starts a handler as a click would, so it waits its turn at the same gate.
+QString BatchRunner::startThroughGate(const QString& label, const std::function<QString()>& command) {
+    HandlerGate& gate = m_window.handlerGate();
+    if (gate.busy())
+        return QStringLiteral("the window is busy (") + gate.statusText() + u')';
+    const HandlerGate::Run run(gate, label);
+    return command();
 }
 
 // A dotted name goes down one level per part: "frmHistorical.txtYears" is a control of an
@@ -328,8 +391,10 @@ QString BatchRunner::page(int index) {
     if (index >= tabs->count())
         return QStringLiteral("page ") + QString::number(index) + QStringLiteral(" does not exist (0 to ") +
                QString::number(tabs->count() - 1) + u')';
-    tabs->setCurrentIndex(index);
-    return QString();
+    return startThroughGate(tabs->tabText(index), [tabs, index] {
+        tabs->setCurrentIndex(index);
+        return QString();
+    });
 }
 
 } // namespace qormin::app

@@ -1,6 +1,10 @@
 #pragma once
 
+#include "db/StatementTally.h"
+
+#include <QElapsedTimer>
 #include <QString>
+#include <functional>
 
 class QTextStream;
 class QWidget;
@@ -11,21 +15,34 @@ class BatchMessageBoxService;
 struct BatchCommand;
 class frmMain;
 
-// Drives a started main window from a batch file, one command per line, each running to its
-// end before the next. An unknown control or a malformed line stops the run: the message
-// names the line and run() returns 2.
+// Drives a main window from a batch file, one command per line, each running to its end
+// before the next and started through the window's handler gate, as a click would be. An
+// unknown control or a malformed line stops the run: the message names the line.
+//
+// The exit status tells a scheduler how the run went: 0 when every statement sent succeeded
+// (refusals on a grid's header row, see db::HeaderRowPass, excepted), 1 when one failed, 2 for
+// a bad batch line, 3 when a side could not connect. The run ends with a summary line on log.
+// The counts start when the runner is made, so make it before Form_Load to count start-up.
 class BatchRunner {
 public:
+    static constexpr int succeededExitCode = 0;
+    static constexpr int statementFailedExitCode = 1;
     static constexpr int malformedExitCode = 2;
+    static constexpr int connectFailedExitCode = 3;
 
     BatchRunner(frmMain& window, BatchMessageBoxService& messageBoxes, QTextStream& output,
-                QTextStream& errors);
+                QTextStream& errors, QTextStream& log);
 
     int run(QTextStream& input);
+
+    static int exitStatus(const db::StatementTally& tally, bool malformed);
+    static QString summary(const db::StatementTally& tally, qint64 elapsedMilliseconds, int exitStatus);
 
 private:
     // Empty when the command ran; otherwise why it could not.
     QString execute(const BatchCommand& command);
+    QString executeControlCommand(const BatchCommand& command);
+    QString startThroughGate(const QString& label, const std::function<QString()>& command);
     QString set(QWidget* control, const QString& value);
     QString click(QWidget* control);
     QString clickRow(QWidget* control, const BatchCommand& command);
@@ -38,6 +55,9 @@ private:
     BatchMessageBoxService& m_messageBoxes;
     QTextStream& m_output;
     QTextStream& m_errors;
+    QTextStream& m_log;
+    db::StatementTally m_before;
+    QElapsedTimer m_elapsed;
 };
 
 } // namespace qormin::app
