@@ -15,6 +15,7 @@
 #include "app/pages/RestorePage.h"
 #include "controls/FileListBox.h"
 #include "controls/FlexGrid.h"
+#include "db/NameGuard.h"
 #include "db/Recordset.h"
 #include "db/ResultTableModel.h"
 #include "platform/FileSystemService.h"
@@ -432,6 +433,8 @@ void frmMain::GridDB_Click(int index) {
 
 void frmMain::GridDB_DblClick(int /*index*/) {
     // Table sizes always come through the left server's connection, whichever grid was used.
+    if (!db::NameGuard::admit(serverAccess(), {txtDB()->text()}))
+        return;
     QString result;
     serverAccess().OpenRecordset(0, MainWindowStatements::useDatabase(txtDB()->text()), QVariant(), result);
     const QString tableSizes = MainWindowStatements::tableSizes();
@@ -450,6 +453,8 @@ void frmMain::GridDB_DblClick(int /*index*/) {
 void frmMain::Grid2_Click() {
     controls::FlexGrid* grid = Grid2();
     const QString table = grid->TextMatrix(grid->Row(), 0);
+    if (!db::NameGuard::admit(serverAccess(), {table}))
+        return;
     QString result;
     serverAccess().OpenRecordset(0, MainWindowStatements::tableRowCount(table), QVariant(), result);
     const db::Recordset& records = serverAccess().sharedRecordset();

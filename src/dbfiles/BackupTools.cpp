@@ -2,6 +2,7 @@
 
 #include "controls/FlexGrid.h"
 #include "db/HeaderRowPass.h"
+#include "db/NameGuard.h"
 #include "db/ServerAccess.h"
 #include "dbfiles/BackupStatements.h"
 #include "window/MainWindowContext.h"
@@ -18,6 +19,8 @@ void BackupTools::cmdBackup_Click(int index) {
     forEachDatabase(index, StopBox::Ignored, [this, index] {
         const QString folder = m_context.txtBackupDrive()->text();
         const bool logOnly = m_context.chkLogOnly()->isChecked();
+        if (!admitted({database(), folder}))
+            return;
         for (const QString& sql : BackupStatements::backupDatabase(database(), folder, logOnly))
             execute(index, sql);
         // The new files should show in the backup-folder lists at once.
@@ -26,22 +29,28 @@ void BackupTools::cmdBackup_Click(int index) {
 }
 
 void BackupTools::cmdFullRecovery_Click(int index) {
-    forEachDatabase(index, StopBox::Ignored,
-                    [this, index] { execute(index, BackupStatements::fullRecovery(database())); });
+    forEachDatabase(index, StopBox::Ignored, [this, index] {
+        if (admitted({database()}))
+            execute(index, BackupStatements::fullRecovery(database()));
+    });
 }
 
 void BackupTools::cmdMakeSimple_Click() {
     constexpr int rightSide = 1;
-    forEachDatabase(rightSide, StopBox::EndsPass,
-                    [this] { execute(rightSide, BackupStatements::simpleRecovery(database())); });
+    forEachDatabase(rightSide, StopBox::EndsPass, [this] {
+        if (admitted({database()}))
+            execute(rightSide, BackupStatements::simpleRecovery(database()));
+    });
 }
 
 void BackupTools::Command1_Click() {
-    openOnLeft(BackupStatements::singleUser(database()));
+    if (admitted({database()}))
+        openOnLeft(BackupStatements::singleUser(database()));
 }
 
 void BackupTools::Command2_Click() {
-    openOnLeft(BackupStatements::multiUser(database()));
+    if (admitted({database()}))
+        openOnLeft(BackupStatements::multiUser(database()));
 }
 
 void BackupTools::forEachDatabase(int side, StopBox stopBox, const std::function<void()>& step) {
@@ -70,6 +79,10 @@ void BackupTools::openOnLeft(const QString& sql) {
     // The statement's outcome is not shown anywhere; the record set only carries it.
     QString result;
     m_context.serverAccess().OpenRecordset(0, sql, QVariant(), result);
+}
+
+bool BackupTools::admitted(std::initializer_list<QString> names) {
+    return db::NameGuard::admit(m_context.serverAccess(), names);
 }
 
 QString BackupTools::database() const {

@@ -22,6 +22,8 @@ public:
     void Command2_Click();      // multi user, always the left server
 
 private:
+    // False (and a log line) when a name may not go into a statement: the step is skipped.
+    bool admitted(std::initializer_list<QString> names);
     enum class StopBox { Ignored, EndsPass };
 
     // Row 0 is the grid's header and is processed like any database; the row count is read

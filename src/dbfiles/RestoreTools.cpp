@@ -2,6 +2,7 @@
 
 #include "controls/FileListBox.h"
 #include "db/EventLoopYield.h"
+#include "db/NameGuard.h"
 #include "db/Recordset.h"
 #include "db/ServerAccess.h"
 #include "dbfiles/BackupFileNames.h"
@@ -26,11 +27,13 @@ RestoreTools::RestoreTools(window::MainWindowContext& context) : m_context(conte
 void RestoreTools::cmdRestoreFileList_Click(int index) {
     const QString database = m_context.txtDB()->text();
     restoreDriveFor(database, index);
+    m_restoreFiles.clear();
+    if (!admitted({database, m_context.txtBackupDrive()->text()}))
+        return;
     const QString query = RestoreStatements::fileListQuery(m_context.txtBackupDrive()->text(), database);
     db::ServerAccess& access = m_context.serverAccess();
     QString result;
     access.OpenRecordset(index, query, QVariant(), result);
-    m_restoreFiles.clear();
     // A failed query leaves the record set closed, so the list stays empty and the restore
     // goes out without MOVE clauses, for the server to refuse.
     for (db::Recordset& files = access.sharedRecordset(); !files.eof(); files.MoveNext())
@@ -67,9 +70,11 @@ void RestoreTools::cmdRestore_Click(int index) {
 }
 
 void RestoreTools::restoreDatabase(int index) {
-    cmdRestoreFileList_Click(index);
     const QString database = m_context.txtDB()->text();
     const QString folder = m_context.txtBackupDrive()->text();
+    if (!admitted({database, folder, restoreDriveFor(database, index), m_context.txtLogDrive(index)->text()}))
+        return;
+    cmdRestoreFileList_Click(index);
     const QString moves = RestoreStatements::moveClauses(m_restoreFiles, restoreDriveFor(database, index),
                                                          m_context.txtLogDrive(index)->text());
     db::ServerAccess& access = m_context.serverAccess();
@@ -84,8 +89,10 @@ void RestoreTools::restoreDatabase(int index) {
 void RestoreTools::RestoreToMain() {
     const QString folder = RestoreStatements::mainBackupFolder();
     m_context.txtBackupDrive()->setText(folder);
-    cmdRestoreFileList_Click(leftSide);
     const QString database = m_context.txtDB()->text();
+    if (!admitted({database, restoreDriveFor(database, leftSide)}))
+        return;
+    cmdRestoreFileList_Click(leftSide);
     const QString moves = RestoreStatements::moveClauses(m_restoreFiles, restoreDriveFor(database, leftSide));
     m_context.serverAccess().ExecuteSQL(leftSide, RestoreStatements::restoreToMain(database, folder, moves));
     m_context.cmdRefreshDB_Click(leftSide);
@@ -118,8 +125,12 @@ void RestoreTools::cmdRestoretoMain_Click() {
     const int count = files->ListCount();
     for (int file = 0; file < count; ++file) {
         m_context.txtDB()->setText(BackupFileNames::databaseNameFromFile(files->List(file)));
-        cmdRestoreFileList_Click(leftSide);
         const QString database = m_context.txtDB()->text();
+        if (!admitted({database, m_context.txtBackupDrive()->text(), restoreDriveFor(database, leftSide),
+                       m_context.txtLogDrive(leftSide)->text()})) {
+            continue;
+        }
+        cmdRestoreFileList_Click(leftSide);
         const QString moves = RestoreStatements::moveClauses(
             m_restoreFiles, restoreDriveFor(database, leftSide), m_context.txtLogDrive(leftSide)->text());
         m_context.serverAccess().ExecuteSQL(
@@ -132,6 +143,10 @@ void RestoreTools::cmdRestoretoMain_Click() {
 QString RestoreTools::restoreDriveFor(const QString& database, int side) const {
     QString upperCased = database;
     return GetRestoreDrive(upperCased, side);
+}
+
+bool RestoreTools::admitted(std::initializer_list<QString> names) {
+    return db::NameGuard::admit(m_context.serverAccess(), names);
 }
 
 void RestoreTools::yieldToEventLoop() const {

@@ -31,6 +31,8 @@ public:
     int RestoreFileCount() const { return static_cast<int>(m_restoreFiles.size()); }
 
 private:
+    // False (and a log line) when a name may not go into a statement: the step is skipped.
+    bool admitted(std::initializer_list<QString> names);
     void restoreDatabase(int index);
     QString restoreDriveFor(const QString& database, int side) const;
     void yieldToEventLoop() const;

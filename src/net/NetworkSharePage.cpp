@@ -1,6 +1,7 @@
 #include "net/NetworkSharePage.h"
 
 #include "db/EventLoopYield.h"
+#include "db/NameGuard.h"
 #include "db/ServerAccess.h"
 #include "net/KeyStrokeTyping.h"
 #include "net/ModNetUse.h"
@@ -132,8 +133,9 @@ void NetworkSharePage::cmdOpenPath_Click(int index) {
 }
 
 void NetworkSharePage::cmdClearConnections_Click(int index) {
-    m_context.serverAccess().ExecuteSQL(index,
-                                        SessionStatements::clearConnections(m_context.txtDB()->text()));
+    const QString database = m_context.txtDB()->text();
+    if (db::NameGuard::admit(m_context.serverAccess(), {database}))
+        m_context.serverAccess().ExecuteSQL(index, SessionStatements::clearConnections(database));
 }
 
 void NetworkSharePage::cmdDropDir_Click() {
