@@ -1,0 +1,183 @@
+// How long the window cannot react while work runs: a 5 ms timer on the window's thread notes how
+// late each of its ticks comes, while (1) the "Copy" page copies 100,000 rows by record from the
+// simulated server (a program of its own) and (2) 10,000 log lines a second go through LogMessage
+// for 10 s. The log boxes are on screen (offscreen platform) and follow every line, so what they
+// cost counts. The reference is the same timer on an idle event loop in the same run.
+#include "app/LogPanel.h"
+#include "controls/FlexGrid.h"
+#include "db/ServerAccess.h"
+#include "tablecopy/TableCopyTools.h"
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QHBoxLayout>
+#include <QLineEdit>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTextStream>
+#include <QTimer>
+#include <algorithm>
+#include <functional>
+#include <vector>
+
+namespace {
+
+constexpr int tickMilliseconds = 5;
+
+QByteArray tableRule(const char* statement, int rows) {
+    return QByteArray(R"json({"exact": ")json") + statement + R"json(", "response": {"result": {
+      "columns": [{"name": "id", "type": "int"},
+                  {"name": "name", "type": "nvarchar(50)", "generate": {"template": "Patient {n}"}},
+                  {"name": "amount", "type": "decimal(12,2)", "generate": {"start": 10, "step": 1}},
+                  {"name": "created", "type": "datetime"}],
+      "generate": )json" +
+           QByteArray::number(rows) + "}}}";
+}
+
+QByteArray scenarioText() {
+    return QByteArray(R"json({"rules": [)json") + tableRule("SELECT TOP 1 * FROM Bench2..tbCopy", 1) + "," +
+           tableRule("SELECT * FROM Bench..tb100000", 100000) + "]}";
+}
+
+class StubHost : public qormin::db::ServerAccessHost {
+public:
+    QString server;
+    QString serverText(int) const override { return server; }
+    QString userText(int) const override { return QStringLiteral("sa"); }
+    QString passwordText(int) const override { return QStringLiteral("demo"); }
+    void showConnectError(const QString& description) override {
+        QTextStream(stderr) << description << Qt::endl;
+    }
+    void setBusyCursor(bool) override {}
+};
+
+// The largest lateness of a periodic timer while work runs on the same thread.
+struct Latency {
+    double largestMilliseconds = 0;
+    double percentile99Milliseconds = 0;
+    double seconds = 0;
+    int ticks = 0;
+};
+
+Latency measure(const std::function<void()>& work) {
+    QTimer timer;
+    timer.setTimerType(Qt::PreciseTimer);
+    timer.setInterval(tickMilliseconds);
+    QElapsedTimer sinceTick;
+    std::vector<double> lateness;
+    QObject::connect(&timer, &QTimer::timeout, [&] {
+        lateness.push_back(static_cast<double>(sinceTick.nsecsElapsed()) / 1e6 - tickMilliseconds);
+        sinceTick.start();
+    });
+    QElapsedTimer clock;
+    clock.start();
+    sinceTick.start();
+    timer.start();
+    work();
+    // The tick that was due while the work's last step ran counts too.
+    QCoreApplication::processEvents();
+    timer.stop();
+    Latency latency;
+    latency.seconds = static_cast<double>(clock.nsecsElapsed()) / 1e9;
+    latency.ticks = static_cast<int>(lateness.size());
+    if (lateness.empty())
+        return latency;
+    std::sort(lateness.begin(), lateness.end());
+    latency.largestMilliseconds = lateness.back();
+    latency.percentile99Milliseconds = lateness[lateness.size() * 99 / 100];
+    return latency;
+}
+
+void idleFor(int milliseconds) {
+    QElapsedTimer clock;
+    clock.start();
+    while (clock.elapsed() < milliseconds)
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, milliseconds);
+}
+
+// Lines arrive at a steady rate, as a record loop that logs would send them.
+int logAtRate(qormin::db::ServerAccess& access, int linesPerSecond, int seconds) {
+    const qint64 spacingNanoseconds = 1000000000LL / linesPerSecond;
+    const int lines = linesPerSecond * seconds;
+    QElapsedTimer clock;
+    clock.start();
+    for (int index = 0; index < lines; ++index) {
+        while (clock.nsecsElapsed() < index * spacingNanoseconds) {
+        }
+        access.LogMessage(QStringLiteral("INSERT INTO Billing..tbInvoice VALUES (") + QString::number(index) +
+                          QStringLiteral(", 'Patient name', 12.50)"));
+    }
+    return lines;
+}
+
+QString figures(const Latency& latency, double idle) {
+    return QString::number(latency.largestMilliseconds, 'f', 1) +
+           QStringLiteral(" ms (99% of ticks within ") +
+           QString::number(latency.percentile99Milliseconds, 'f', 1) + QStringLiteral(" ms) over ") +
+           QString::number(latency.seconds, 'f', 2) + QStringLiteral(" s (") +
+           QString::number(latency.ticks) + QStringLiteral(" ticks), ratio to idle ") +
+           QString::number(latency.largestMilliseconds / idle, 'f', 1);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    if (qEnvironmentVariableIsEmpty("DISPLAY"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication application(argc, argv);
+    QTextStream out(stdout);
+
+    QTemporaryDir folder;
+    const QString scenarioFile = folder.filePath(QStringLiteral("bench.json"));
+    QFile file(scenarioFile);
+    if (!file.open(QIODevice::WriteOnly) || file.write(scenarioText()) < 0) {
+        out << "cannot write the scenario" << Qt::endl;
+        return 1;
+    }
+    file.close();
+    QProcess simulator;
+    simulator.start(QStringLiteral(QORMIN_SIM_PATH), {QStringLiteral("--scenario"), scenarioFile});
+    if (!simulator.waitForReadyRead(30000)) {
+        out << "the simulator did not start" << Qt::endl;
+        return 1;
+    }
+    const QString port = QString::fromUtf8(simulator.readLine()).trimmed().section(QLatin1Char(':'), -1);
+
+    StubHost host;
+    host.server = QStringLiteral("127.0.0.1,") + port;
+    qormin::db::ServerAccess access(host);
+    qormin::controls::FlexGrid grid;
+    QLineEdit database(QStringLiteral("Bench"));
+    QCheckBox stop;
+    QWidget window;
+    auto* tools = new qormin::tablecopy::TableCopyTools({access, grid, database, stop}, &window);
+    auto* logs = new qormin::app::LogPanel(access, &window);
+    auto* layout = new QHBoxLayout(&window);
+    layout->addWidget(tools);
+    layout->addWidget(logs, 1);
+    window.resize(1200, 800);
+    window.show();
+    access.ConnectServer(0);
+    idleFor(200);
+
+    const Latency idle = measure([] { idleFor(2000); });
+    const double idleLargest = std::max(idle.largestMilliseconds, 0.1);
+    const Latency copy = measure(
+        [tools] { tools->CopyRecords(QStringLiteral("Bench..tb100000"), QStringLiteral("Bench2..tbCopy")); });
+    int lines = 0;
+    const Latency logging = measure([&access, &lines] { lines = logAtRate(access, 10000, 10); });
+
+    out << "largest event-loop delay (a " << tickMilliseconds << " ms timer's lateness), goal <= 50 ms"
+        << Qt::endl;
+    out << "  idle: " << QString::number(idle.largestMilliseconds, 'f', 1) << " ms (99% within "
+        << QString::number(idle.percentile99Milliseconds, 'f', 1) << " ms)" << Qt::endl;
+    out << "  copy by record, 100000 rows: " << figures(copy, idleLargest) << ", "
+        << QString::number(100000 / copy.seconds, 'f', 0) << " rows/s" << Qt::endl;
+    out << "  " << lines << " log lines at 10000 lines/s: " << figures(logging, idleLargest) << ", "
+        << QString::number(lines / logging.seconds, 'f', 0) << " lines/s reached" << Qt::endl;
+    simulator.kill();
+    simulator.waitForFinished();
+    return 0;
+}
