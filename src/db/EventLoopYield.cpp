@@ -1,6 +1,8 @@
 #include "db/EventLoopYield.h"
 
 #include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QThread>
 
 namespace qormin::db {
 
@@ -23,6 +25,18 @@ void EventLoopYield::processEvents() {
         return;
     const EventLoopYield scope;
     QCoreApplication::processEvents();
+}
+
+void yieldToEventLoop() {
+    constexpr qint64 frameMilliseconds = 15;
+    static QElapsedTimer sinceLastYield;
+    const QCoreApplication* application = QCoreApplication::instance();
+    if (application == nullptr || QThread::currentThread() != application->thread())
+        return;
+    if (sinceLastYield.isValid() && sinceLastYield.elapsed() < frameMilliseconds)
+        return;
+    EventLoopYield::processEvents();
+    sinceLastYield.start();
 }
 
 } // namespace qormin::db

@@ -25,6 +25,14 @@ public:
     qsizetype lineCount() const;
     bool isEmpty() const;
 
+    // The pieces of the text, for views that show it line by line: the lines put on top and at
+    // the end (each oldest first) and the text they surround.
+    qsizetype prependedCount() const { return static_cast<qsizetype>(m_prepended.size()); }
+    const QString& prependedAt(qsizetype index) const { return m_prepended[static_cast<std::size_t>(index)]; }
+    const QString& middle() const { return m_middle; }
+    qsizetype appendedCount() const { return static_cast<qsizetype>(m_appended.size()); }
+    const QString& appendedAt(qsizetype index) const { return m_appended[static_cast<std::size_t>(index)]; }
+
 Q_SIGNALS:
     void prepended(const QString& line); // the text now starts with line + CRLF
     void appended(const QString& line);  // the text now ends with CRLF + line

@@ -10,8 +10,6 @@
 #include "db/ServerMessageLog.h"
 #include "db/SideConnection.h"
 
-#include <QCoreApplication>
-
 namespace qormin::db {
 
 namespace {
@@ -21,21 +19,6 @@ constexpr int executeCommandTimeout = 10000;
 constexpr int loginTimeoutSeconds = 15;
 
 const QString notRunText = QStringLiteral("Not run (script only)");
-
-// Lets the window repaint and see clicks (STOP, Cancel) between log lines. Once per frame is
-// enough for that; turning the event loop for every line cost more than the statement itself.
-void yieldToEventLoop() {
-    constexpr qint64 frameMilliseconds = 15;
-    static QElapsedTimer sinceLastYield;
-    if (QCoreApplication::instance() == nullptr) {
-        return;
-    }
-    if (sinceLastYield.isValid() && sinceLastYield.elapsed() < frameMilliseconds) {
-        return;
-    }
-    EventLoopYield::processEvents();
-    sinceLastYield.start();
-}
 
 bool isSide(int side) {
     return side == 0 || side == 1;

@@ -121,6 +121,9 @@ void SideConnection::runOnWorker(std::function<void()> job) {
     if (QCoreApplication::instance() != nullptr) {
         QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
     }
+    // Statements that end within the quiet wait never turn the event loop; a loop of them (a
+    // row per statement) would leave the window frozen until the loop's end.
+    yieldToEventLoop();
 }
 
 // A cancel aimed at a job that ended without running a statement must not hit the next one.

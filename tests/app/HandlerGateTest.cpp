@@ -2,6 +2,7 @@
 #include "SimTestServer.h"
 #include "WindowHarness.h"
 
+#include "app/LogView.h"
 #include "controls/FileListBox.h"
 #include "controls/FlexGrid.h"
 #include "db/LogBuffer.h"
@@ -13,7 +14,6 @@
 #include <QFile>
 #include <QLabel>
 #include <QLineEdit>
-#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QRegularExpression>
 #include <QTabBar>
@@ -121,9 +121,9 @@ TEST_F(HandlerGateTest, secondClickDuringAHungStatementStartsNothingAndCancelSti
         QTest::keyClicks(window().txtDB(), QStringLiteral("X"));
         QTest::mouseClick(form->findChild<QPushButton*>(QStringLiteral("cmdGo")), Qt::LeftButton);
         QTest::mouseClick(form->findChild<QPushButton*>(QStringLiteral("cmdStop")), Qt::LeftButton);
-        auto* log = control<QPlainTextEdit>(QStringLiteral("txtLog"));
-        QTest::keyClick(log, Qt::Key_A, Qt::ControlModifier);
-        logSelectable = log->textCursor().hasSelection();
+        auto* log = control<app::LogView>(QStringLiteral("txtLog"));
+        QTest::keyClick(log->viewport(), Qt::Key_A, Qt::ControlModifier);
+        logSelectable = !log->selectedText().isEmpty();
         clickTab(1);
         tabAfterPlainTab = window().SSTab1()->currentIndex();
         clickTab(hookedTab);

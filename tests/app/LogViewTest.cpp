@@ -1,32 +1,173 @@
 #include "app/LogView.h"
 #include "QStringPrinter.h"
+#include "WindowHarness.h"
+#include "app/LogModel.h"
 #include "db/LogBuffer.h"
 
+#include <QApplication>
+#include <QClipboard>
+#include <QContextMenuEvent>
+#include <QMenu>
+#include <QRegularExpression>
+#include <QScrollBar>
+#include <QTest>
+#include <QTimer>
+#include <functional>
 #include <gtest/gtest.h>
 
 namespace {
 
+using qormin::app::LogModel;
 using qormin::app::LogView;
 using qormin::db::LogBuffer;
 
-// The view follows the buffer line by line, as it changes, not by copying its text.
-TEST(LogViewTest, followsEveryChangeOfItsBuffer) {
+QStringList rowsOf(const LogModel& model) {
+    QStringList rows;
+    for (int row = 0; row < model.rowCount(); ++row)
+        rows.append(model.data(model.index(row)).toString());
+    return rows;
+}
+
+struct ModelCase {
+    const char* name;
+    std::function<void(LogBuffer&)> before; // while no view exists
+    std::function<void(LogBuffer&)> after;  // followed line by line
+    QStringList rows;
+};
+
+class LogModelTest : public testing::TestWithParam<ModelCase> {};
+
+// The rows are the buffer's text cut at every line break, whether the lines came before the
+// model, one by one after it, or the model is opened on the result.
+TEST_P(LogModelTest, rowsAreTheLinesOfTheText) {
+    const ModelCase& c = GetParam();
     LogBuffer buffer;
-    buffer.prepend(QStringLiteral("before the view"));
-    LogView view(buffer);
-    buffer.prepend(QStringLiteral("Running SQL.."));
-    buffer.prepend(QStringLiteral("BACKUP DATABASE Billing\r\nTO DISK = 'x'"));
-    buffer.append(QStringLiteral("table list line"));
-    EXPECT_EQ(view.toPlainText(),
-              QStringLiteral("BACKUP DATABASE Billing\nTO DISK = 'x'\nRunning SQL..\nbefore the "
-                             "view\n\ntable list line"));
-    buffer.clear();
-    EXPECT_EQ(view.toPlainText(), QString());
-    buffer.prepend(QStringLiteral("again"));
-    EXPECT_EQ(view.toPlainText(), QStringLiteral("again\n"));
-    buffer.setText(QStringLiteral("typed\r\ntext"));
-    buffer.prepend(QStringLiteral("top"));
-    EXPECT_EQ(view.toPlainText(), QStringLiteral("top\ntyped\ntext"));
+    c.before(buffer);
+    LogModel following(buffer);
+    c.after(buffer);
+    EXPECT_EQ(rowsOf(following), c.rows);
+    EXPECT_EQ(rowsOf(LogModel(buffer)), c.rows);
+    EXPECT_EQ(c.rows, buffer.text().split(QRegularExpression(QStringLiteral("\r\n|\r|\n"))));
+}
+
+const ModelCase modelCases[] = {
+    {"emptyText", [](LogBuffer&) {}, [](LogBuffer&) {}, {""}},
+    {"newestOnTop",
+     [](LogBuffer& b) { b.prepend("first"); },
+     [](LogBuffer& b) {
+         b.prepend("second");
+         b.prepend("third");
+     },
+     {"third", "second", "first", ""}},
+    {"everyLineOfAStatement",
+     [](LogBuffer& b) { b.prepend("Done"); },
+     [](LogBuffer& b) {
+         b.prepend("BACKUP DATABASE Billing\r\nTO DISK = 'x'\r\n\r\nGO");
+         b.prepend("cr\rlf\nend\r");
+         b.prepend("Running SQL..");
+     },
+     {"Running SQL..", "cr", "lf", "end", "", "BACKUP DATABASE Billing", "TO DISK = 'x'", "", "GO", "Done",
+      ""}},
+    {"atEndBelowTheRest",
+     [](LogBuffer& b) { b.append("table a"); },
+     [](LogBuffer& b) {
+         b.append("table b\r\n  rows 3");
+         b.prepend("top");
+     },
+     {"top", "", "table a", "table b", "  rows 3"}},
+    {"typedTextKeptInTheMiddle",
+     [](LogBuffer& b) { b.prepend("gone"); },
+     [](LogBuffer& b) {
+         b.setText("typed\r\ntext");
+         b.prepend("top");
+         b.append("end");
+     },
+     {"top", "typed", "text", "end"}},
+    {"clearedThenAgain",
+     [](LogBuffer& b) { b.prepend("gone"); },
+     [](LogBuffer& b) {
+         b.clear();
+         b.prepend("again");
+     },
+     {"again", ""}},
+};
+
+INSTANTIATE_TEST_SUITE_P(Cases, LogModelTest, testing::ValuesIn(modelCases),
+                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
+
+class LogViewTest : public testing::Test {
+protected:
+    void SetUp() override {
+        for (int line = 0; line < 100; ++line)
+            buffer.prepend(QStringLiteral("line ") + QString::number(line));
+        view.resize(300, 200);
+        view.show();
+        QApplication::clipboard()->clear();
+    }
+
+    QPoint pointOfRow(int row) const {
+        return QPoint(20, (row - view.topRow()) * view.fontMetrics().lineSpacing() + 2);
+    }
+
+    LogBuffer buffer;
+    LogView view{buffer};
+};
+
+TEST_F(LogViewTest, keysSelectARangeOfLinesAndCtrlCCopiesIt) {
+    QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, pointOfRow(2));
+    QTest::keyClick(&view, Qt::Key_Down, Qt::ShiftModifier);
+    QTest::keyClick(&view, Qt::Key_Down, Qt::ShiftModifier);
+    QTest::keyClick(&view, Qt::Key_C, Qt::ControlModifier);
+    EXPECT_EQ(QApplication::clipboard()->text(), QStringLiteral("line 97\nline 96\nline 95"));
+    QTest::keyClick(&view, Qt::Key_End, Qt::ShiftModifier);
+    EXPECT_EQ(view.selectedText().count(u'\n'), 98); // line 97 down to the empty last line
+    QTest::keyClick(&view, Qt::Key_Home);
+    EXPECT_EQ(view.selectedText(), QStringLiteral("line 99"));
+}
+
+// A drag past the bottom edge scrolls on; new lines on top leave the selection on its lines.
+TEST_F(LogViewTest, mouseDragSelectsAndTheContextMenuCopies) {
+    QTest::mousePress(view.viewport(), Qt::LeftButton, {}, pointOfRow(1));
+    QMouseEvent move(QEvent::MouseMove, QPointF(20, view.viewport()->height() + 5), QPointF(), Qt::NoButton,
+                     Qt::LeftButton, Qt::NoModifier);
+    const int rowsInSight = view.viewport()->height() / view.fontMetrics().lineSpacing();
+    for (int step = 0; step < rowsInSight + 2; ++step)
+        QApplication::sendEvent(view.viewport(), &move);
+    QTest::mouseRelease(view.viewport(), Qt::LeftButton, {}, pointOfRow(view.topRow()));
+    EXPECT_GT(view.topRow(), 0);
+    const QString selected = view.selectedText();
+    EXPECT_TRUE(selected.startsWith(QStringLiteral("line 98\nline 97\n"))) << selected.toStdString();
+    EXPECT_EQ(selected.count(u'\n'), 2 * rowsInSight); // a row more per move past the edge
+
+    const int top = view.topRow();
+    buffer.prepend(QStringLiteral("two\r\nlines"));
+    EXPECT_EQ(view.selectedText(), selected);
+    EXPECT_EQ(view.topRow(), top + 2);
+
+    QTimer::singleShot(0, [] {
+        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+        ASSERT_NE(menu, nullptr);
+        menu->actions().first()->trigger();
+        menu->close();
+    });
+    QContextMenuEvent menuEvent(QContextMenuEvent::Mouse, QPoint(5, 5), view.mapToGlobal(QPoint(5, 5)));
+    QApplication::sendEvent(view.viewport(), &menuEvent);
+    EXPECT_EQ(QApplication::clipboard()->text(), selected);
+}
+
+TEST_F(LogViewTest, viewAtTheTopFollowsTheNewestLine) {
+    buffer.prepend(QStringLiteral("newest"));
+    EXPECT_EQ(view.topRow(), 0);
+    EXPECT_EQ(view.model().line(0), QStringLiteral("newest"));
+}
+
+// Batch mode prints the log's text, whatever the view shows.
+TEST(LogViewBatchTest, printShowsTheTextWithItsLineBreaks) {
+    qormin::test::WindowHarness harness;
+    harness.load();
+    const auto result = harness.runBatch(QStringLiteral("set txtLog typed\\r\\ntext\nprint txtLog\n"));
+    EXPECT_EQ(result.exitCode, 0) << result.errors.toStdString();
+    EXPECT_EQ(result.output, QStringLiteral("typed\ntext\n"));
 }
 
 } // namespace
