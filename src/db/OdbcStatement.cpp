@@ -128,6 +128,15 @@ short OdbcStatement::execDirect(const QString& sql) {
     return SQLExecDirectW(m_handle, text.data(), static_cast<SQLINTEGER>(text.size() - 1));
 }
 
+short OdbcStatement::prepare(const QString& sql) {
+    auto text = toSqlWide(sql);
+    return SQLPrepareW(m_handle, text.data(), static_cast<SQLINTEGER>(text.size() - 1));
+}
+
+short OdbcStatement::execute() {
+    return SQLExecute(m_handle);
+}
+
 short OdbcStatement::moreResults() {
     return SQLMoreResults(m_handle);
 }
@@ -167,7 +176,27 @@ ColumnInfo OdbcStatement::describeColumn(int index) {
                                        SQL_DESC_AUTO_UNIQUE_VALUE, nullptr, 0, nullptr, &autoUnique))) {
         column.autoIncrement = autoUnique == SQL_TRUE;
     }
+    readServerFilledKind(index, column);
     return column;
+}
+
+// A rowversion column arrives as binary(8) whose type name is "timestamp"; a computed one is
+// described read-only while ordinary columns of a table are not.
+void OdbcStatement::readServerFilledKind(int index, ColumnInfo& column) {
+    const auto number = static_cast<SQLUSMALLINT>(index + 1);
+    SQLWCHAR typeName[64] = {};
+    SQLSMALLINT typeNameBytes = 0;
+    if (SQL_SUCCEEDED(SQLColAttributeW(m_handle, number, SQL_DESC_TYPE_NAME, typeName, sizeof typeName,
+                                       &typeNameBytes, nullptr))) {
+        const QString name = fromSqlWide(
+            typeName, std::min<qsizetype>(typeNameBytes / static_cast<SQLSMALLINT>(sizeof(SQLWCHAR)), 63));
+        column.rowVersion = name.compare(QLatin1String("timestamp"), Qt::CaseInsensitive) == 0;
+    }
+    SQLLEN updatable = SQL_ATTR_READWRITE_UNKNOWN;
+    if (SQL_SUCCEEDED(
+            SQLColAttributeW(m_handle, number, SQL_DESC_UPDATABLE, nullptr, 0, nullptr, &updatable))) {
+        column.computed = updatable == SQL_ATTR_READONLY && !column.rowVersion && !column.autoIncrement;
+    }
 }
 
 QVariant OdbcStatement::value(int index, const ColumnInfo& column) {

@@ -33,6 +33,9 @@ public:
     ConnectOutcome open(const QString& odbcConnectionString, int loginTimeoutSeconds);
     void close();
     bool isOpen() const;
+    // What the last open() used, so that a loop can open a second connection to the same server.
+    QString connectionString() const { return m_connectionString; }
+    int loginTimeout() const { return m_loginTimeout; }
 
     void setCommandTimeout(int seconds);
     int commandTimeout() const;
@@ -42,6 +45,21 @@ public:
     // Runs a statement with "?" markers, each bound as the SQL type of its target column.
     StatementOutcome executeWithParameters(const QString& sql, const std::vector<ColumnInfo>& targets,
                                            const std::vector<QVariant>& values);
+
+    // A statement prepared once on its own handle and executed per row; the id stays valid until
+    // unprepare() or until the connection closes (then execution fails like a closed connection).
+    int prepare(const QString& sql);
+    StatementOutcome executePrepared(int id, const std::vector<ColumnInfo>& targets,
+                                     const std::vector<QVariant>& values);
+    void unprepare(int id);
+
+    // One query read piecemeal on its own handle: openStream() runs it and describes the columns
+    // (outcome.resultSets[0], no rows), fetchStream() reads up to maxRows more rows (fewer at the
+    // end; streamEnded() then). The connection carries nothing else while a stream is open.
+    StatementOutcome openStream(const QString& sql);
+    StatementOutcome fetchStream(int maxRows);
+    bool streamEnded() const;
+    void closeStream();
 
     // Cancels the statement that runs (or waits to run) on this side; callable from the
     // window thread while a call above waits.
@@ -71,9 +89,13 @@ private:
     void runOnWorker(std::function<void()> job);
     void finishJob();
     StatementOutcome runStatement(const std::function<StatementOutcome(OdbcStatement&)>& body);
+    StatementOutcome runStatementOn(const std::function<OdbcStatement*()>& choose,
+                                    const std::function<StatementOutcome(OdbcStatement&)>& body);
     void forwardMessage(const ServerMessage& message);
 
     int m_side;
+    QString m_connectionString;
+    int m_loginTimeout = 15;
     std::unique_ptr<Worker> m_worker;
     WithholdCheck m_withholdCheck;
     int m_cursorNumber = 0;

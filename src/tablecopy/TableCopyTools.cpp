@@ -135,10 +135,10 @@ void TableCopyTools::cmdCopytoNEW_Click() {
     // The names are read as the tool always has, though the copy below matches by position.
     Statements::plainColumnList(firstRowFieldNames(source));
     execute(Statements::seedNewTable(destination, source));
-    execute(Statements::identityInsert(destination, true));
+    switchIdentityInsert(destination, true);
     execute(Statements::truncateNewTable(destination));
     CopyRecords(source, destination);
-    execute(Statements::identityInsert(destination, false));
+    switchIdentityInsert(destination, false);
 }
 
 void TableCopyTools::runForTables(bool useDatabaseFirst, const TableRoutine& routine,
@@ -228,13 +228,19 @@ void TableCopyTools::CopyTableByRecord(const QString& table) {
     const QString destination = Statements::sisterTable(db, table);
     execute(Statements::seedSisterTable(destination, source));
     execute(Statements::truncateQualified(destination));
-    execute(Statements::identityInsert(destination, true));
     m_count->clear();
-    CopyRecords(source, destination);
-    execute(Statements::identityInsert(destination, false));
+    copyRecords(source, destination, true);
+    switchIdentityInsert(destination, false);
 }
 
 void TableCopyTools::CopyRecords(const QString& source, const QString& destination) {
+    copyRecords(source, destination, false);
+}
+
+// Source and target are opened first, then identity insert goes on (where the routine says
+// so), so the writer knows which target columns it may give.
+void TableCopyTools::copyRecords(const QString& source, const QString& destination,
+                                 bool switchIdentityInsertOn) {
 #if QORMIN_HAS_RECORD_LOOP
     m_controls.access.EnsureConnected(leftSide);
     db::SideConnection& side = m_controls.access.side(leftSide);
@@ -243,28 +249,45 @@ void TableCopyTools::CopyRecords(const QString& source, const QString& destinati
     db::RecordReader reader(side, source);
     db::RecordWriter writer(side, destination);
     const bool readerOpen = reader.open();
-    const bool writerOpen = writer.open();
-    errors += (readerOpen ? 0 : 1) + (writerOpen ? 0 : 1);
+    bool writerOpen = writer.open();
+    // Script only: the SELECT ... INTO that would create the target was collected, not run.
+    if (!writerOpen && readerOpen && m_controls.access.scriptOnly()) {
+        writer.useShapeOf(reader.columns());
+        writerOpen = true;
+    }
+    if (switchIdentityInsertOn) {
+        switchIdentityInsert(destination, true);
+    }
+    writer.setIdentityInsert(m_identityInsertTable == destination);
+    errors += writerOpen ? 0 : 1;
     while (readerOpen && writerOpen && !stopRequested() && reader.next()) {
-        // A refused row is counted as an error and the copy goes on with the next one; "copied"
-        // counts every row walked, refused ones included, as the classic loop always did, so
-        // copied - errors is what the target received.
-        if (!writer.addRow(reader.row())) {
-            ++errors;
-        }
+        // "copied" counts every row walked, refused ones included, as the classic loop did.
+        errors += writer.addRow(reader.row()).errors;
         if (++copied % progressInterval == 0) {
             ShowCopyProgress(copied);
         }
     }
-    if (readerOpen && !reader.error().isEmpty()) {
+    // A source that could not be read, or a read connection lost on the way.
+    if (!reader.error().isEmpty()) {
         ++errors;
+        m_controls.access.LogError(Statements::errorLine(reader.error(), source));
     }
     log(Statements::copiedLine(copied));
     log(Statements::errorsLine(errors));
 #else
     (void)destination;
+    (void)switchIdentityInsertOn;
     m_controls.access.LogError(QStringLiteral("Copy by record is not available in this build: ") + source);
 #endif
+}
+
+void TableCopyTools::switchIdentityInsert(const QString& qualifiedTable, bool on) {
+    const bool switched = execute(Statements::identityInsert(qualifiedTable, on)).isEmpty();
+    if (on) {
+        m_identityInsertTable = switched ? qualifiedTable : QString();
+    } else if (m_identityInsertTable == qualifiedTable) {
+        m_identityInsertTable.clear();
+    }
 }
 
 void TableCopyTools::TruncateTable(const QString& table) {
