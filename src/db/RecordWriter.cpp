@@ -29,6 +29,14 @@ QString insertWithValues(const QString& table, const QStringList& columnNames,
            QStringLiteral(") VALUES (") + valueTexts.join(QStringLiteral(", ")) + QLatin1Char(')');
 }
 
+QStringList namesOf(const std::vector<ColumnInfo>& columns) {
+    QStringList names;
+    for (const ColumnInfo& column : columns) {
+        names.append(column.name);
+    }
+    return names;
+}
+
 void countLost(RowWrite& outcome, const QString& reason) {
     ++outcome.errors;
     outcome.lastError = reason;
@@ -39,8 +47,10 @@ void countLost(RowWrite& outcome, const QString& reason) {
 RecordWriter::RecordWriter(SideConnection& side, const QString& table) : m_side(side), m_table(table) {}
 
 RecordWriter::~RecordWriter() {
-    for (const auto& [columns, id] : m_prepared) {
-        m_side.unprepare(id);
+    for (const auto& [columns, prepared] : m_prepared) {
+        if (prepared.id != 0) {
+            m_side.unprepare(prepared.id);
+        }
     }
 }
 
@@ -195,27 +205,33 @@ void RecordWriter::learnFromRefusal(int column, const QString& errorText) {
 }
 
 StatementOutcome RecordWriter::send(const std::vector<int>& columns, const std::vector<QVariant>& values) {
-    QStringList names;
-    QStringList literals;
     std::vector<ColumnInfo> targets;
-    for (size_t index = 0; index < columns.size(); ++index) {
-        const ColumnInfo& column = m_columns[static_cast<size_t>(columns[index])];
-        names.append(column.name);
-        targets.push_back(column);
-        literals.append(sqlLiteral(values[index], column));
+    targets.reserve(columns.size());
+    for (const int column : columns) {
+        targets.push_back(m_columns[static_cast<size_t>(column)]);
     }
     // Script only: what is collected reads as the statement itself, values written out.
-    if (m_side.withholds(insertWithValues(m_table, names, literals))) {
+    if (m_side.collectsChanges() && m_side.withholds(literalInsert(targets, values))) {
         return StatementOutcome{};
     }
     auto prepared = m_prepared.find(columns);
     if (prepared == m_prepared.end()) {
-        prepared = m_prepared.emplace(columns, m_side.prepare(insertText(m_table, names))).first;
+        prepared = m_prepared.emplace(columns, Prepared{insertText(m_table, namesOf(targets)), 0}).first;
+        prepared->second.id = m_side.prepare(prepared->second.text);
     }
-    if (prepared->second == 0) {
-        return m_side.executeWithParameters(insertText(m_table, names), targets, values);
+    if (prepared->second.id == 0) {
+        return m_side.executeWithParameters(prepared->second.text, targets, values);
     }
-    return m_side.executePrepared(prepared->second, targets, values);
+    return m_side.executePrepared(prepared->second.id, targets, values);
+}
+
+QString RecordWriter::literalInsert(const std::vector<ColumnInfo>& targets,
+                                    const std::vector<QVariant>& values) const {
+    QStringList literals;
+    for (size_t index = 0; index < targets.size(); ++index) {
+        literals.append(sqlLiteral(values[index], targets[index]));
+    }
+    return insertWithValues(m_table, namesOf(targets), literals);
 }
 
 } // namespace qormin::db

@@ -59,6 +59,12 @@ private:
     void dropField(std::vector<int>& columns, std::vector<QVariant>& values, size_t field, RowWrite& outcome);
     StatementOutcome send(const std::vector<int>& columns, const std::vector<QVariant>& values);
     void learnFromRefusal(int column, const QString& errorText);
+    QString literalInsert(const std::vector<ColumnInfo>& targets, const std::vector<QVariant>& values) const;
+
+    struct Prepared {
+        QString text;
+        int id = 0; // 0: the driver could not prepare it; sent directly instead
+    };
 
     SideConnection& m_side;
     QString m_table;
@@ -66,7 +72,7 @@ private:
     std::vector<ColumnInfo> m_columns;
     std::vector<bool> m_refusedByServer; // columns the server would never take in this table
     bool m_identityInsert = false;
-    std::map<std::vector<int>, int> m_prepared; // column set -> prepared INSERT
+    std::map<std::vector<int>, Prepared> m_prepared; // column set -> its INSERT
 };
 
 } // namespace qormin::db

@@ -447,8 +447,16 @@ bool SideConnection::isRunning() const {
     return m_worker->pendingJobs > 0;
 }
 
-void SideConnection::setWithholdCheck(WithholdCheck check) {
+void SideConnection::setWithholdCheck(WithholdCheck check, std::function<bool()> collectingChanges) {
     m_withholdCheck = std::move(check);
+    m_collectingChanges = std::move(collectingChanges);
+}
+
+bool SideConnection::collectsChanges() const {
+    if (!m_withholdCheck) {
+        return false;
+    }
+    return !m_collectingChanges || m_collectingChanges();
 }
 
 bool SideConnection::withholds(const QString& sql) const {

@@ -69,8 +69,11 @@ public:
     // Script only: the owner decides which statements may not be sent. Returns true when sql
     // was withheld (the owner has logged and collected it).
     using WithholdCheck = std::function<bool(const QString& sql)>;
-    void setWithholdCheck(WithholdCheck check);
+    void setWithholdCheck(WithholdCheck check, std::function<bool()> collectingChanges = {});
     bool withholds(const QString& sql) const;
+    // Whether statements that change data are collected now rather than sent: lets a loop skip
+    // writing out a statement's values for withholds() on every row when nothing is collected.
+    bool collectsChanges() const;
 
     // Numbers for cursor names, unique on this connection.
     int nextCursorNumber();
@@ -98,6 +101,7 @@ private:
     int m_loginTimeout = 15;
     std::unique_ptr<Worker> m_worker;
     WithholdCheck m_withholdCheck;
+    std::function<bool()> m_collectingChanges;
     int m_cursorNumber = 0;
 };
 
