@@ -48,6 +48,7 @@ private:
     struct BoundParameter;
 
     void readServerFilledKind(int index, ColumnInfo& column);
+    void bindSlot(int number, BoundParameter parameter);
     QVariant readText(int column);
     QVariant readBinary(int column);
     QVariant readTime(int column);

@@ -286,7 +286,10 @@ StatementOutcome SideConnection::runStatementOn(const std::function<OdbcStatemen
             m_worker->running = nullptr;
             m_worker->cancelRequested = false;
         }
-        statement.resetParameters();
+        // A prepared statement keeps its bindings: binding anew would prepare it again.
+        if (&statement == m_worker->statement.get()) {
+            statement.resetParameters();
+        }
         if (outcome.connectionLost) {
             m_worker->open = false;
             m_worker->dropConnection();

@@ -184,9 +184,9 @@ const InsertCase insertCases[] = {
     // FreeTDS declares timestamps as datetime2; the server converts to the column's datetime.
     {"w", QVariant(QDateTime(QDate(2024, 2, 29), QTime(23, 59, 58, 997))), "DATETIME2",
      "[\"2024-02-29T23:59:58.9970000\"]"},
-    {"n", QVariant(QStringLiteral("Zoë 日本 'x'")), "NVARCHAR(10)", "[\"Zoë 日本 'x'\"]"},
-    {"v", QVariant(QByteArray("\x00\xff\x10", 3)), "VARBINARY(3)", "[\"0x00FF10\"]"},
-    {"x", QVariant(QStringLiteral("long text")), "NVARCHAR(9)", "[\"long text\"]"},
+    {"n", QVariant(QStringLiteral("Zoë 日本 'x'")), "NVARCHAR(50)", "[\"Zoë 日本 'x'\"]"},
+    {"v", QVariant(QByteArray("\x00\xff\x10", 3)), "VARBINARY(8000)", "[\"0x00FF10\"]"},
+    {"x", QVariant(QStringLiteral("long text")), "NVARCHAR(4000)", "[\"long text\"]"},
     {"z", QVariant(), "INT", "[null]"},
     {"i", QVariant(QStringLiteral("42")), "INT", "[42]"},
 };

@@ -102,6 +102,12 @@ TEST_F(RecordCopyTest, copiesEveryRowShowingProgressEveryHundred) {
     EXPECT_EQ(m_tools->lblCnt()->text(), QStringLiteral("200"));
     EXPECT_EQ(logLines(), (QStringList{"tbRows", "copied 250", "errors 0", "Done copying"}));
     EXPECT_EQ(inserts().size(), 250);
+    // Prepared once, then run by handle: one round trip per row.
+    QStringList procedures;
+    for (const auto& entry : inserts())
+        procedures.append(entry.json.value(QLatin1String("procedure")).toString());
+    EXPECT_EQ(procedures.count(QStringLiteral("sp_prepexec")), 1);
+    EXPECT_EQ(procedures.count(QStringLiteral("sp_execute")), 249);
     const QStringList sent = m_server->statements();
     ASSERT_GE(sent.size(), 7);
     EXPECT_EQ(
