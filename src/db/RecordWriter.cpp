@@ -116,25 +116,27 @@ bool RecordWriter::canGive(int column) const {
            (!info.autoIncrement || m_identityInsert);
 }
 
-RowWrite RecordWriter::addRow(const std::vector<QVariant>& values) {
-    std::vector<int> columns;
-    std::vector<QVariant> given;
-    int lost = 0;
+RecordWriter::PlannedRow RecordWriter::planByPosition(const std::vector<QVariant>& values) const {
+    PlannedRow row;
     for (size_t index = 0; index < values.size(); ++index) {
         if (index < m_columns.size() && canGive(static_cast<int>(index))) {
-            columns.push_back(static_cast<int>(index));
-            given.push_back(values[index]);
+            row.columns.push_back(static_cast<int>(index));
+            row.values.push_back(values[index]);
         } else {
-            ++lost;
+            countLost(row.outcome, notGivable);
         }
     }
-    return insert(std::move(columns), std::move(given), lost);
+    checkFit(row);
+    return row;
+}
+
+RowWrite RecordWriter::addRow(const std::vector<QVariant>& values) {
+    PlannedRow row = planByPosition(values);
+    return complete(row, send(row.columns, row.values));
 }
 
 RowWrite RecordWriter::addRowByName(const QStringList& names, const std::vector<QVariant>& values) {
-    std::vector<int> columns;
-    std::vector<QVariant> given;
-    int lost = 0;
+    PlannedRow row;
     for (qsizetype position = 0; position < names.size() && static_cast<size_t>(position) < values.size();
          ++position) {
         int found = -1;
@@ -144,55 +146,95 @@ RowWrite RecordWriter::addRowByName(const QStringList& names, const std::vector<
             }
         }
         if (found >= 0 && canGive(found)) {
-            columns.push_back(found);
-            given.push_back(values[static_cast<size_t>(position)]);
+            row.columns.push_back(found);
+            row.values.push_back(values[static_cast<size_t>(position)]);
         } else {
-            ++lost;
+            countLost(row.outcome, notGivable);
         }
     }
-    return insert(std::move(columns), std::move(given), lost);
+    checkFit(row);
+    return complete(row, send(row.columns, row.values));
 }
 
-void RecordWriter::dropField(std::vector<int>& columns, std::vector<QVariant>& values, size_t field,
-                             RowWrite& outcome) {
-    columns.erase(columns.begin() + static_cast<std::ptrdiff_t>(field));
-    values.erase(values.begin() + static_cast<std::ptrdiff_t>(field));
-    ++outcome.errors;
+// Rows with the same fields go to the server in one hand-over to the connection's thread, each
+// still its own INSERT with its own outcome, in order; what happens to each row, and when, is
+// what addRow would do.
+RowWrite RecordWriter::addRows(const std::vector<std::vector<QVariant>>& rows) {
+    std::vector<PlannedRow> planned;
+    planned.reserve(rows.size());
+    for (const auto& values : rows) {
+        planned.push_back(planByPosition(values));
+    }
+    RowWrite total;
+    total.added = true;
+    for (size_t start = 0; start < planned.size();) {
+        size_t end = start + 1;
+        while (end < planned.size() && planned[end].columns == planned[start].columns) {
+            ++end;
+        }
+        for (StatementOutcome& outcome : sendMany(planned, start, end)) {
+            const RowWrite row = complete(planned[start++], std::move(outcome));
+            total.added = total.added && row.added;
+            total.errors += row.errors;
+            total.lastError = row.errors > 0 ? row.lastError : total.lastError;
+        }
+    }
+    return total;
+}
+
+std::vector<StatementOutcome> RecordWriter::sendMany(const std::vector<PlannedRow>& planned, size_t start,
+                                                     size_t end) {
+    const std::vector<int>& columns = planned[start].columns;
+    const int id = m_side.collectsChanges() ? 0 : preparedFor(columns).id;
+    if (id == 0) {
+        return {send(columns, planned[start].values)};
+    }
+    std::vector<std::vector<QVariant>> values;
+    values.reserve(end - start);
+    for (size_t index = start; index < end; ++index) {
+        values.push_back(planned[index].values);
+    }
+    return m_side.executePreparedRows(id, targetsOf(columns), values);
+}
+
+void RecordWriter::checkFit(PlannedRow& row) const {
+    for (size_t field = row.values.size(); field-- > 0;) {
+        if (!valueFitsColumn(row.values[field], m_columns[static_cast<size_t>(row.columns[field])])) {
+            dropField(row, field);
+            row.outcome.lastError = doesNotFit;
+        }
+    }
+}
+
+void RecordWriter::dropField(PlannedRow& row, size_t field) {
+    row.columns.erase(row.columns.begin() + static_cast<std::ptrdiff_t>(field));
+    row.values.erase(row.values.begin() + static_cast<std::ptrdiff_t>(field));
+    ++row.outcome.errors;
 }
 
 // Each lost field costs one error and the row goes on; a refusal that names one of the row's
 // columns costs that field and the row is sent again without it; any other refusal costs the
 // row (one error), as a failing Update did.
-RowWrite RecordWriter::insert(std::vector<int> columns, std::vector<QVariant> values, int lostFields) {
-    RowWrite outcome;
-    for (int lost = 0; lost < lostFields; ++lost) {
-        countLost(outcome, notGivable);
-    }
-    for (size_t field = values.size(); field-- > 0;) {
-        if (!valueFitsColumn(values[field], m_columns[static_cast<size_t>(columns[field])])) {
-            dropField(columns, values, field, outcome);
-            outcome.lastError = doesNotFit;
-        }
-    }
+RowWrite RecordWriter::complete(PlannedRow& row, StatementOutcome sent) {
     for (;;) {
-        const StatementOutcome sent = send(columns, values);
         if (sent.succeeded) {
-            outcome.added = true;
-            return outcome;
+            row.outcome.added = true;
+            return row.outcome;
         }
-        outcome.lastError = sent.errorDescription;
+        row.outcome.lastError = sent.errorDescription;
         const QString named = refusedColumn(sent.errorDescription);
         size_t field = 0;
-        while (field < columns.size() &&
-               m_columns[static_cast<size_t>(columns[field])].name.compare(named, Qt::CaseInsensitive) != 0) {
+        while (field < row.columns.size() && m_columns[static_cast<size_t>(row.columns[field])].name.compare(
+                                                 named, Qt::CaseInsensitive) != 0) {
             ++field;
         }
-        if (named.isEmpty() || field == columns.size() || sent.connectionLost || sent.cancelled) {
-            ++outcome.errors;
-            return outcome;
+        if (named.isEmpty() || field == row.columns.size() || sent.connectionLost || sent.cancelled) {
+            ++row.outcome.errors;
+            return row.outcome;
         }
-        learnFromRefusal(columns[field], sent.errorDescription);
-        dropField(columns, values, field, outcome);
+        learnFromRefusal(row.columns[field], sent.errorDescription);
+        dropField(row, field);
+        sent = send(row.columns, row.values);
     }
 }
 
@@ -204,25 +246,36 @@ void RecordWriter::learnFromRefusal(int column, const QString& errorText) {
     }
 }
 
-StatementOutcome RecordWriter::send(const std::vector<int>& columns, const std::vector<QVariant>& values) {
+std::vector<ColumnInfo> RecordWriter::targetsOf(const std::vector<int>& columns) const {
     std::vector<ColumnInfo> targets;
     targets.reserve(columns.size());
     for (const int column : columns) {
         targets.push_back(m_columns[static_cast<size_t>(column)]);
     }
+    return targets;
+}
+
+const RecordWriter::Prepared& RecordWriter::preparedFor(const std::vector<int>& columns) {
+    auto prepared = m_prepared.find(columns);
+    if (prepared == m_prepared.end()) {
+        prepared =
+            m_prepared.emplace(columns, Prepared{insertText(m_table, namesOf(targetsOf(columns))), 0}).first;
+        prepared->second.id = m_side.prepare(prepared->second.text);
+    }
+    return prepared->second;
+}
+
+StatementOutcome RecordWriter::send(const std::vector<int>& columns, const std::vector<QVariant>& values) {
+    const std::vector<ColumnInfo> targets = targetsOf(columns);
     // Script only: what is collected reads as the statement itself, values written out.
     if (m_side.collectsChanges() && m_side.withholds(literalInsert(targets, values))) {
         return StatementOutcome{};
     }
-    auto prepared = m_prepared.find(columns);
-    if (prepared == m_prepared.end()) {
-        prepared = m_prepared.emplace(columns, Prepared{insertText(m_table, namesOf(targets)), 0}).first;
-        prepared->second.id = m_side.prepare(prepared->second.text);
+    const Prepared& prepared = preparedFor(columns);
+    if (prepared.id == 0) {
+        return m_side.executeWithParameters(prepared.text, targets, values);
     }
-    if (prepared->second.id == 0) {
-        return m_side.executeWithParameters(prepared->second.text, targets, values);
-    }
-    return m_side.executePrepared(prepared->second.id, targets, values);
+    return m_side.executePrepared(prepared.id, targets, values);
 }
 
 QString RecordWriter::literalInsert(const std::vector<ColumnInfo>& targets,

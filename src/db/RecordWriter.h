@@ -44,6 +44,8 @@ public:
 
     // Value i goes to column i (as copies by position do).
     RowWrite addRow(const std::vector<QVariant>& values);
+    // The same as addRow for each row, in fewer hand-overs; the errors are summed.
+    RowWrite addRows(const std::vector<std::vector<QVariant>>& rows);
     // Values matched to columns by name; a name the table lacks costs its field.
     RowWrite addRowByName(const QStringList& names, const std::vector<QVariant>& values);
 
@@ -53,18 +55,29 @@ public:
     static QString refusedColumn(const QString& errorText);
 
 private:
-    void trustReadOnlyOnlyWhenTold();
-    bool canGive(int column) const;
-    RowWrite insert(std::vector<int> columns, std::vector<QVariant> values, int lostFields);
-    void dropField(std::vector<int>& columns, std::vector<QVariant>& values, size_t field, RowWrite& outcome);
-    StatementOutcome send(const std::vector<int>& columns, const std::vector<QVariant>& values);
-    void learnFromRefusal(int column, const QString& errorText);
-    QString literalInsert(const std::vector<ColumnInfo>& targets, const std::vector<QVariant>& values) const;
-
+    // A row's fields after the table's decisions and the fit check, with what that cost so far.
+    struct PlannedRow {
+        std::vector<int> columns;
+        std::vector<QVariant> values;
+        RowWrite outcome;
+    };
     struct Prepared {
         QString text;
         int id = 0; // 0: the driver could not prepare it; sent directly instead
     };
+
+    void trustReadOnlyOnlyWhenTold();
+    bool canGive(int column) const;
+    PlannedRow planByPosition(const std::vector<QVariant>& values) const;
+    void checkFit(PlannedRow& row) const;
+    static void dropField(PlannedRow& row, size_t field);
+    RowWrite complete(PlannedRow& row, StatementOutcome sent);
+    std::vector<StatementOutcome> sendMany(const std::vector<PlannedRow>& planned, size_t start, size_t end);
+    StatementOutcome send(const std::vector<int>& columns, const std::vector<QVariant>& values);
+    std::vector<ColumnInfo> targetsOf(const std::vector<int>& columns) const;
+    const Prepared& preparedFor(const std::vector<int>& columns);
+    void learnFromRefusal(int column, const QString& errorText);
+    QString literalInsert(const std::vector<ColumnInfo>& targets, const std::vector<QVariant>& values) const;
 
     SideConnection& m_side;
     QString m_table;

@@ -354,6 +354,35 @@ StatementOutcome SideConnection::executePrepared(int id, const std::vector<Colum
     });
 }
 
+std::vector<StatementOutcome>
+SideConnection::executePreparedRows(int id, const std::vector<ColumnInfo>& targets,
+                                    const std::vector<std::vector<QVariant>>& rows) {
+    std::vector<StatementOutcome> outcomes;
+    outcomes.reserve(rows.size());
+    auto choose = [this, id]() -> OdbcStatement* {
+        const auto found = m_worker->prepared.find(id);
+        return found == m_worker->prepared.end() ? nullptr : found->second.get();
+    };
+    StatementOutcome stopped =
+        runStatementOn(choose, [this, &targets, &rows, &outcomes](OdbcStatement& statement) {
+            for (const auto& values : rows) {
+                bindAll(statement, targets, values);
+                BatchResultReader reader(
+                    statement, ResultRetention::Nothing,
+                    [this](const ServerMessage& m) { forwardMessage(m); }, &m_worker->cancelRequested);
+                outcomes.push_back(reader.drain(statement.execute()));
+                if (!outcomes.back().succeeded) {
+                    break;
+                }
+            }
+            return StatementOutcome{};
+        });
+    if (outcomes.empty() && !rows.empty()) {
+        outcomes.push_back(stopped.succeeded ? failedOutcome(closedConnectionError) : std::move(stopped));
+    }
+    return outcomes;
+}
+
 void SideConnection::unprepare(int id) {
     runOnWorker([this, id] { m_worker->prepared.erase(id); });
 }

@@ -51,6 +51,11 @@ public:
     int prepare(const QString& sql);
     StatementOutcome executePrepared(int id, const std::vector<ColumnInfo>& targets,
                                      const std::vector<QVariant>& values);
+    // The prepared statement once per row, in one job: one outcome per row run, in order. It
+    // stops after the first row that fails, so the caller can deal with that row before the
+    // rest; at least one outcome comes back for rows that are not empty.
+    std::vector<StatementOutcome> executePreparedRows(int id, const std::vector<ColumnInfo>& targets,
+                                                      const std::vector<std::vector<QVariant>>& rows);
     void unprepare(int id);
 
     // One query read piecemeal on its own handle: openStream() runs it and describes the columns

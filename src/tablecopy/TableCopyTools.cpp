@@ -260,13 +260,19 @@ void TableCopyTools::copyRecords(const QString& source, const QString& destinati
     }
     writer.setIdentityInsert(m_identityInsertTable == destination);
     errors += writerOpen ? 0 : 1;
+    // Rows go to the writer a progress step at a time, so STOP, which is only seen when the
+    // progress yields, still ends the copy right after the row it was ticked at.
+    std::vector<std::vector<QVariant>> pending;
     while (readerOpen && writerOpen && !stopRequested() && reader.next()) {
         // "copied" counts every row walked, refused ones included, as the classic loop did.
-        errors += writer.addRow(reader.row()).errors;
+        pending.push_back(reader.row());
         if (++copied % progressInterval == 0) {
+            errors += writer.addRows(pending).errors;
+            pending.clear();
             ShowCopyProgress(copied);
         }
     }
+    errors += writer.addRows(pending).errors;
     // A source that could not be read, or a read connection lost on the way.
     if (!reader.error().isEmpty()) {
         ++errors;
