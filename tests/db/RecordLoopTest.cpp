@@ -37,7 +37,13 @@ const QByteArray scenario = R"json({
                   "v:varbinary(max)", "x:text", "z:int"],
       "rows": []}}},
     {"exact": "SELECT TOP 1 * FROM Named", "response": {"result": {
-      "columns": ["IDNum:int", "LastName:nvarchar(50)", "Extra:int"], "rows": []}}}
+      "columns": ["IDNum:int", "LastName:nvarchar(50)", "Extra:int"], "rows": []}}},
+    {"exact": "SELECT TOP 1 * FROM Strict", "response": {"result": {
+      "columns": ["IDNum:int", "LastName:nvarchar(5)"], "rows": []}}},
+    {"prefix": "INSERT INTO Strict", "parameters": {"@P2": "Bad"}, "response": {"error": {"number": 515,
+      "text": "Cannot insert the value NULL into column 'LastName', table 'x.dbo.Strict'; column does not allow nulls. INSERT fails."}}},
+    {"prefix": "INSERT INTO Strict", "parameters": {"@P1": 3}, "response": {"error": {"number": 2627,
+      "text": "Violation of PRIMARY KEY constraint 'PK_Strict'."}}}
   ]
 })json";
 
@@ -220,6 +226,37 @@ TEST_F(RecordLoopTest, writerLosesOnlyTheFieldsTheTableCannotTake) {
     EXPECT_EQ(inserts[2].text,
               QStringLiteral("INSERT INTO Named ([IDNum], [LastName], [Extra]) VALUES (@P1, @P2, @P3)"));
     EXPECT_EQ(inserts[3].text, QStringLiteral("INSERT INTO Named DEFAULT VALUES"));
+}
+
+// Rows handed over together are written exactly as one by one: same statements in the same
+// order, same values, same errors, refused rows in the middle included.
+TEST_F(RecordLoopTest, rowsHandedOverTogetherGoInAsOneByOne) {
+    const std::vector<std::vector<QVariant>> rows{{1, QStringLiteral("a")},        {2, QStringLiteral("Bad")},
+                                                  {3, QStringLiteral("c")},        {4, QStringLiteral("d")},
+                                                  {5, QStringLiteral("too long")}, {6, QStringLiteral("f")}};
+    auto sentInserts = [this] {
+        QStringList sent;
+        for (const auto& entry : requestsStartingWith(QStringLiteral("INSERT"))) {
+            sent.append(entry.text + QLatin1Char(' ') +
+                        QString::fromUtf8(QJsonDocument(entry.parameters).toJson(QJsonDocument::Compact)));
+        }
+        m_server->clearTranscript();
+        return sent;
+    };
+    RecordWriter oneByOne(side(), QStringLiteral("Strict"));
+    ASSERT_TRUE(oneByOne.open());
+    int errorsOneByOne = 0;
+    for (const auto& row : rows) {
+        errorsOneByOne += oneByOne.addRow(row).errors;
+    }
+    const QStringList singly = sentInserts();
+    RecordWriter together(side(), QStringLiteral("Strict"));
+    ASSERT_TRUE(together.open());
+    const int errorsTogether = together.addRows(rows).errors;
+    EXPECT_EQ(sentInserts(), singly);
+    EXPECT_EQ(errorsTogether, errorsOneByOne);
+    EXPECT_EQ(errorsOneByOne, 3); // the refused field of row 2, row 3, the long value of row 5
+    EXPECT_EQ(singly.size(), 7);  // row 2 twice
 }
 
 TEST_F(RecordLoopTest, scriptOnlyCollectsInsertsAndUpdatesAsLiteralStatements) {
