@@ -18,6 +18,7 @@
 #include <condition_variable>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <thread>
 
 namespace qormin::db {
@@ -131,10 +132,13 @@ struct SideConnection::Worker {
     std::unique_ptr<OdbcStatement> stream;
     std::vector<ColumnInfo> streamColumns;
     std::atomic<bool> streamEnded{true};
+    std::optional<StatementOutcome> readAhead; // the next chunk, read while the caller works
+    bool readAheadEnded = false;
 
     void dropConnection() {
         prepared.clear();
         stream.reset();
+        readAhead.reset();
         streamEnded = true;
         statement.reset();
         connection.reset();
@@ -390,6 +394,7 @@ void SideConnection::unprepare(int id) {
 StatementOutcome SideConnection::openStream(const QString& sql) {
     auto choose = [this]() -> OdbcStatement* {
         m_worker->stream = std::make_unique<OdbcStatement>(*m_worker->connection);
+        m_worker->readAhead.reset();
         m_worker->streamEnded = false;
         return m_worker->stream.get();
     };
@@ -417,47 +422,77 @@ StatementOutcome SideConnection::openStream(const QString& sql) {
     });
 }
 
+StatementOutcome SideConnection::readStreamRows(OdbcStatement& statement, int maxRows) {
+    StatementOutcome outcome;
+    ResultTable table;
+    const auto& columns = m_worker->streamColumns;
+    while (!m_worker->streamEnded && static_cast<int>(table.rows.size()) < maxRows) {
+        const short rc = statement.fetch();
+        if (rc == SQL_NO_DATA) {
+            m_worker->streamEnded = true;
+            outcome = readToEnd(statement);
+            break;
+        }
+        if (!SQL_SUCCEEDED(rc) || m_worker->cancelRequested) {
+            outcome =
+                m_worker->cancelRequested ? failedOutcome(cancelledError) : outcomeOfCall(statement, rc);
+            outcome.cancelled = outcome.cancelled || m_worker->cancelRequested;
+            m_worker->streamEnded = true;
+            break;
+        }
+        std::vector<QVariant> row;
+        row.reserve(columns.size());
+        for (size_t column = 0; column < columns.size(); ++column) {
+            row.push_back(statement.value(static_cast<int>(column), columns[column]));
+        }
+        table.rows.push_back(std::move(row));
+    }
+    outcome.resultSets.push_back(std::move(table));
+    return outcome;
+}
+
+// Hands over the rows read ahead, if any, then reads the next chunk ahead on the connection's
+// thread while the caller works on these: the read is off the loop's path.
 StatementOutcome SideConnection::fetchStream(int maxRows) {
     auto choose = [this]() -> OdbcStatement* { return m_worker->stream.get(); };
-    return runStatementOn(choose, [this, maxRows](OdbcStatement& statement) {
-        StatementOutcome outcome;
-        ResultTable table;
-        const auto& columns = m_worker->streamColumns;
-        while (!m_worker->streamEnded && static_cast<int>(table.rows.size()) < maxRows) {
-            const short rc = statement.fetch();
-            if (rc == SQL_NO_DATA) {
-                m_worker->streamEnded = true;
-                outcome = readToEnd(statement);
-                break;
-            }
-            if (!SQL_SUCCEEDED(rc) || m_worker->cancelRequested) {
-                outcome =
-                    m_worker->cancelRequested ? failedOutcome(cancelledError) : outcomeOfCall(statement, rc);
-                outcome.cancelled = outcome.cancelled || m_worker->cancelRequested;
-                m_worker->streamEnded = true;
-                break;
-            }
-            std::vector<QVariant> row;
-            row.reserve(columns.size());
-            for (size_t column = 0; column < columns.size(); ++column) {
-                row.push_back(statement.value(static_cast<int>(column), columns[column]));
-            }
-            table.rows.push_back(std::move(row));
+    bool ended = true;
+    StatementOutcome outcome = runStatementOn(choose, [this, maxRows, &ended](OdbcStatement& statement) {
+        if (m_worker->readAhead) {
+            StatementOutcome ahead = std::move(*m_worker->readAhead);
+            m_worker->readAhead.reset();
+            ended = m_worker->readAheadEnded;
+            return ahead;
         }
-        outcome.resultSets.push_back(std::move(table));
-        return outcome;
+        StatementOutcome read = readStreamRows(statement, maxRows);
+        ended = m_worker->streamEnded;
+        return read;
     });
+    m_lastFetchEnded = ended;
+    if (!outcome.succeeded || ended) {
+        return outcome;
+    }
+    ++m_worker->pendingJobs;
+    m_worker->thread.post([this, maxRows] {
+        if (m_worker->stream && !m_worker->streamEnded) {
+            m_worker->readAhead = readStreamRows(*m_worker->stream, maxRows);
+            m_worker->readAheadEnded = m_worker->streamEnded;
+        }
+        --m_worker->pendingJobs;
+    });
+    return outcome;
 }
 
 bool SideConnection::streamEnded() const {
-    return m_worker->streamEnded;
+    return m_lastFetchEnded;
 }
 
 void SideConnection::closeStream() {
     runOnWorker([this] {
         m_worker->stream.reset();
+        m_worker->readAhead.reset();
         m_worker->streamEnded = true;
     });
+    m_lastFetchEnded = true;
 }
 
 // Two paths, because neither alone is reliable with FreeTDS: SQLCancel from this thread

@@ -60,7 +60,8 @@ public:
 
     // One query read piecemeal on its own handle: openStream() runs it and describes the columns
     // (outcome.resultSets[0], no rows), fetchStream() reads up to maxRows more rows (fewer at the
-    // end; streamEnded() then). The connection carries nothing else while a stream is open.
+    // end; streamEnded() then) and reads the next chunk ahead while the caller works on them.
+    // The connection carries nothing else while a stream is open.
     StatementOutcome openStream(const QString& sql);
     StatementOutcome fetchStream(int maxRows);
     bool streamEnded() const;
@@ -100,6 +101,7 @@ private:
     StatementOutcome runStatementOn(const std::function<OdbcStatement*()>& choose,
                                     const std::function<StatementOutcome(OdbcStatement&)>& body);
     void forwardMessage(const ServerMessage& message);
+    StatementOutcome readStreamRows(OdbcStatement& statement, int maxRows);
 
     int m_side;
     QString m_connectionString;
@@ -108,6 +110,7 @@ private:
     WithholdCheck m_withholdCheck;
     std::function<bool()> m_collectingChanges;
     int m_cursorNumber = 0;
+    bool m_lastFetchEnded = true;
 };
 
 } // namespace qormin::db
