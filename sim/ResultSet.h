@@ -13,6 +13,11 @@ struct ResultColumn {
     QString name;
     SqlType type;
     ColumnGenerator generator;
+    // What the column metadata tells a client about a table's column: INSERT may not name a
+    // computed or rowversion column, nor an identity column unless IDENTITY_INSERT is on.
+    bool identity = false;
+    bool computed = false;
+    bool rowVersion = false; // sent as binary(8) with the timestamp user type
 };
 
 // One result set of a response: literal rows first, then `generatedRows` derived ones.

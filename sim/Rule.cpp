@@ -1,10 +1,19 @@
 #include "sim/Rule.h"
 
+#include "sim/ValueText.h"
+
 namespace qormin::sim {
 
-std::optional<QStringList> Rule::matches(const QString& statement, const QString& currentDatabase) const {
+std::optional<QStringList> Rule::matches(const QString& statement, const QString& currentDatabase,
+                                         const Parameters& arrived) const {
     if (!database.isEmpty() && database.compare(currentDatabase, Qt::CaseInsensitive) != 0) {
         return std::nullopt;
+    }
+    for (const auto& [name, expected] : parameters) {
+        const auto found = arrived.find(name);
+        if (found == arrived.end() || ValueText::toJson(found->second) != expected) {
+            return std::nullopt;
+        }
     }
     const Qt::CaseSensitivity sensitivity = caseSensitive ? Qt::CaseSensitive : Qt::CaseInsensitive;
     switch (match) {

@@ -122,8 +122,12 @@ bool ScenarioParser::parseRule(const QJsonObject& object, Rule& rule) {
     if (!checkKeys(object, {QStringLiteral("exact"), QStringLiteral("prefix"), QStringLiteral("regex"),
                             QStringLiteral("caseSensitive"), QStringLiteral("database"),
                             QStringLiteral("dropAfterTokens"), QStringLiteral("stallAfterTokens"),
-                            QStringLiteral("response")})) {
+                            QStringLiteral("parameters"), QStringLiteral("response")})) {
         return false;
+    }
+    const QJsonObject parameters = object.value(QLatin1String("parameters")).toObject();
+    for (auto it = parameters.begin(); it != parameters.end(); ++it) {
+        rule.parameters.emplace(it.key().toLower(), it.value());
     }
     const std::pair<const char*, Rule::Match> kinds[] = {
         {"exact", Rule::Match::Exact}, {"prefix", Rule::Match::Prefix}, {"regex", Rule::Match::Regex}};
@@ -319,12 +323,20 @@ bool ScenarioParser::parseColumn(const QJsonValue& value, ResultColumn& column) 
         typeName = colon < 0 ? QStringLiteral("nvarchar(4000)") : text.mid(colon + 1);
     } else {
         object = value.toObject();
-        if (!checkKeys(object,
-                       {QStringLiteral("name"), QStringLiteral("type"), QStringLiteral("generate")})) {
+        if (!checkKeys(object, {QStringLiteral("name"), QStringLiteral("type"), QStringLiteral("generate"),
+                                QStringLiteral("identity"), QStringLiteral("computed")})) {
             return false;
         }
         column.name = object.value(QLatin1String("name")).toString();
         typeName = object.value(QLatin1String("type")).toString(QStringLiteral("nvarchar(4000)"));
+        column.identity = object.value(QLatin1String("identity")).toBool(false);
+        column.computed = object.value(QLatin1String("computed")).toBool(false);
+    }
+    // rowversion is binary(8) on the wire; only the user type tells it apart.
+    if (typeName.compare(QLatin1String("rowversion"), Qt::CaseInsensitive) == 0 ||
+        typeName.compare(QLatin1String("timestamp"), Qt::CaseInsensitive) == 0) {
+        column.rowVersion = true;
+        typeName = QStringLiteral("binary(8)");
     }
     const auto type = SqlType::parse(typeName);
     if (!type) {

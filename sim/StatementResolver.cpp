@@ -74,12 +74,12 @@ Response StatementResolver::resolve(const QString& text, const Parameters& param
     if (const auto statements = CursorStatement::parseBatch(text)) {
         return runCursorBatch(*statements);
     }
-    return resolveByRules(text);
+    return resolveByRules(text, parameters);
 }
 
-Response StatementResolver::resolveByRules(const QString& text) const {
+Response StatementResolver::resolveByRules(const QString& text, const Parameters& parameters) const {
     for (const auto& rule : m_scenario.rules) {
-        if (auto captures = rule.matches(text, m_session.database)) {
+        if (auto captures = rule.matches(text, m_session.database, parameters)) {
             return Response{rule.response, std::move(*captures), {}, rule.cut};
         }
     }

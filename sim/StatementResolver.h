@@ -23,7 +23,7 @@ public:
 
     Response resolve(const QString& text, const Parameters& parameters = {});
     // The rules only (plus USE and the default), as if `text` had been sent alone.
-    Response resolveByRules(const QString& text) const;
+    Response resolveByRules(const QString& text, const Parameters& parameters = {}) const;
 
 private:
     std::optional<Response> useDatabase(const QString& text) const;

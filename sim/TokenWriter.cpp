@@ -18,6 +18,22 @@ constexpr quint64 plpNull = ~quint64(0);
 // SQL_Latin1_General_CP1_CI_AS: LCID 0x0409, ignore case/kana/width, sort id 52 (code page 1252).
 constexpr char collationBytes[5] = {0x09, 0x04, static_cast<char>(0xD0), 0x00, 0x34};
 constexpr quint16 nullableUnknownUpdatable = 0x0009;
+// COLMETADATA flags: fNullable 0x01, usUpdateable in 0x0C (0 read-only, 2 unknown), fIdentity
+// 0x10, fComputed 0x20; a rowversion column carries user type 0x50 (timestamp).
+constexpr quint16 identityFlags = 0x0018;
+constexpr quint16 computedFlags = 0x0021;
+constexpr quint16 rowVersionFlags = 0x0000;
+constexpr quint32 timestampUserType = 0x50;
+
+quint16 columnFlags(const ResultColumn& column) {
+    if (column.rowVersion) {
+        return rowVersionFlags;
+    }
+    if (column.identity) {
+        return identityFlags;
+    }
+    return column.computed ? computedFlags : nullableUnknownUpdatable;
+}
 
 int decimalLength(int precision) {
     if (precision <= 9) {
@@ -179,8 +195,8 @@ void TokenWriter::columnMetadata(const std::vector<ResultColumn>& columns) {
     byte(ColumnMetadata);
     uint16(static_cast<quint16>(columns.size()));
     for (const auto& column : columns) {
-        uint32(0);
-        uint16(nullableUnknownUpdatable);
+        uint32(column.rowVersion ? timestampUserType : 0);
+        uint16(columnFlags(column));
         typeInfo(column.type);
         if (isTextPointerType(column.type)) {
             byte(1);

@@ -51,6 +51,19 @@ ParameterClass classify(int sqlType) {
     }
 }
 
+// The declared size of a text or binary parameter: the target column's own size where it has
+// one, so every row is declared alike and the prepared statement is reused; the value's length
+// where it is longer (it fails on the server) or the column is unbounded.
+SQLULEN declaredSize(qsizetype length, const ColumnInfo& target, qint64 limit) {
+    if (target.size > 0 && target.size <= limit && length <= target.size) {
+        return static_cast<SQLULEN>(target.size);
+    }
+    if (length <= limit) {
+        return static_cast<SQLULEN>(limit);
+    }
+    return static_cast<SQLULEN>(length);
+}
+
 bool isNull(const QVariant& value) {
     return !value.isValid() || value.isNull();
 }
@@ -98,6 +111,15 @@ QDateTime dateTimeOf(const QVariant& value, bool& ok) {
 struct OdbcStatement::BoundParameter {
     std::vector<char> data;
     SQLLEN indicator = 0;
+    SQLSMALLINT cType = 0;
+    SQLSMALLINT sqlType = 0;
+    SQLULEN columnSize = 0;
+    SQLSMALLINT digits = 0;
+
+    bool sameBinding(const BoundParameter& other) const {
+        return cType == other.cType && sqlType == other.sqlType && columnSize == other.columnSize &&
+               digits == other.digits;
+    }
 };
 
 OdbcStatement::OdbcStatement(OdbcConnection& connection) {
@@ -126,6 +148,15 @@ void OdbcStatement::setQueryTimeout(int seconds) {
 short OdbcStatement::execDirect(const QString& sql) {
     auto text = toSqlWide(sql);
     return SQLExecDirectW(m_handle, text.data(), static_cast<SQLINTEGER>(text.size() - 1));
+}
+
+short OdbcStatement::prepare(const QString& sql) {
+    auto text = toSqlWide(sql);
+    return SQLPrepareW(m_handle, text.data(), static_cast<SQLINTEGER>(text.size() - 1));
+}
+
+short OdbcStatement::execute() {
+    return SQLExecute(m_handle);
 }
 
 short OdbcStatement::moreResults() {
@@ -167,7 +198,27 @@ ColumnInfo OdbcStatement::describeColumn(int index) {
                                        SQL_DESC_AUTO_UNIQUE_VALUE, nullptr, 0, nullptr, &autoUnique))) {
         column.autoIncrement = autoUnique == SQL_TRUE;
     }
+    readServerFilledKind(index, column);
     return column;
+}
+
+// A rowversion column arrives as binary(8) whose type name is "timestamp"; a computed one is
+// described read-only while ordinary columns of a table are not.
+void OdbcStatement::readServerFilledKind(int index, ColumnInfo& column) {
+    const auto number = static_cast<SQLUSMALLINT>(index + 1);
+    SQLWCHAR typeName[64] = {};
+    SQLSMALLINT typeNameBytes = 0;
+    if (SQL_SUCCEEDED(SQLColAttributeW(m_handle, number, SQL_DESC_TYPE_NAME, typeName, sizeof typeName,
+                                       &typeNameBytes, nullptr))) {
+        const QString name = fromSqlWide(
+            typeName, std::min<qsizetype>(typeNameBytes / static_cast<SQLSMALLINT>(sizeof(SQLWCHAR)), 63));
+        column.rowVersion = name.compare(QLatin1String("timestamp"), Qt::CaseInsensitive) == 0;
+    }
+    SQLLEN updatable = SQL_ATTR_READWRITE_UNKNOWN;
+    if (SQL_SUCCEEDED(
+            SQLColAttributeW(m_handle, number, SQL_DESC_UPDATABLE, nullptr, 0, nullptr, &updatable))) {
+        column.computed = updatable == SQL_ATTR_READONLY && !column.rowVersion && !column.autoIncrement;
+    }
 }
 
 QVariant OdbcStatement::value(int index, const ColumnInfo& column) {
@@ -338,7 +389,7 @@ void OdbcStatement::resetParameters() {
 }
 
 void OdbcStatement::bindParameter(int number, const ColumnInfo& target, const QVariant& value) {
-    auto& parameter = *m_parameters.emplace_back(std::make_unique<BoundParameter>());
+    BoundParameter parameter;
     ParameterClass kind = classify(target.sqlType);
     SQLSMALLINT cType = SQL_C_WCHAR;
     SQLSMALLINT sqlType = SQL_WVARCHAR;
@@ -449,7 +500,7 @@ void OdbcStatement::bindParameter(int number, const ColumnInfo& target, const QV
         store(bytes.constData(), static_cast<size_t>(bytes.size()));
         cType = SQL_C_BINARY;
         sqlType = bytes.size() > 8000 ? SQL_LONGVARBINARY : SQL_VARBINARY;
-        columnSize = static_cast<SQLULEN>(std::max<qsizetype>(bytes.size(), 1));
+        columnSize = declaredSize(bytes.size(), target, 8000);
         break;
     }
     case ParameterClass::Text:
@@ -463,18 +514,45 @@ void OdbcStatement::bindParameter(int number, const ColumnInfo& target, const QV
         store(wide.data(), characters * sizeof(SQLWCHAR));
         cType = SQL_C_WCHAR;
         sqlType = characters > 4000 ? SQL_WLONGVARCHAR : SQL_WVARCHAR;
-        columnSize = std::max<SQLULEN>(characters, 1);
+        columnSize = kind == ParameterClass::Text
+                         ? declaredSize(static_cast<qsizetype>(characters), target, 4000)
+                         : std::max<SQLULEN>(characters, 1);
         digits = 0;
     }
     if (null) {
         parameter.indicator = SQL_NULL_DATA;
-        if (parameter.data.empty()) {
-            parameter.data.resize(sizeof(SQLWCHAR));
-        }
     }
-    SQLBindParameter(m_handle, static_cast<SQLUSMALLINT>(number), SQL_PARAM_INPUT, cType, sqlType, columnSize,
-                     digits, parameter.data.data(), static_cast<SQLLEN>(parameter.data.size()),
-                     &parameter.indicator);
+    parameter.cType = cType;
+    parameter.sqlType = sqlType;
+    parameter.columnSize = columnSize;
+    parameter.digits = digits;
+    bindSlot(number, std::move(parameter));
+}
+
+// A parameter bound as before keeps its buffer: only the bytes change. Binding anew would make
+// the driver prepare the statement again on the server (sp_prepexec instead of sp_execute).
+void OdbcStatement::bindSlot(int number, BoundParameter parameter) {
+    const auto slot = static_cast<size_t>(number - 1);
+    if (m_parameters.size() <= slot) {
+        m_parameters.resize(slot + 1);
+    }
+    auto& bound = m_parameters[slot];
+    const auto length = static_cast<size_t>(std::max<SQLLEN>(parameter.indicator, 0));
+    if (bound && bound->sameBinding(parameter) && bound->data.size() >= std::max<size_t>(length, 1)) {
+        std::memcpy(bound->data.data(), parameter.data.data(), std::min(length, parameter.data.size()));
+        bound->indicator = parameter.indicator;
+        return;
+    }
+    // Room for the longest value the declaration allows, so later rows fit the same buffer.
+    const size_t room = parameter.cType == SQL_C_WCHAR    ? (parameter.columnSize + 1) * sizeof(SQLWCHAR)
+                        : parameter.cType == SQL_C_CHAR   ? parameter.columnSize + 3
+                        : parameter.cType == SQL_C_BINARY ? parameter.columnSize
+                                                          : 0;
+    parameter.data.resize(std::max({parameter.data.size(), room, sizeof(SQLWCHAR)}));
+    bound = std::make_unique<BoundParameter>(std::move(parameter));
+    SQLBindParameter(m_handle, static_cast<SQLUSMALLINT>(number), SQL_PARAM_INPUT, bound->cType,
+                     bound->sqlType, bound->columnSize, bound->digits, bound->data.data(),
+                     static_cast<SQLLEN>(bound->data.size()), &bound->indicator);
 }
 
 } // namespace qormin::db

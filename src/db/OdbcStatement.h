@@ -26,6 +26,9 @@ public:
 
     // The return codes are the ODBC ones (SQL_SUCCESS, SQL_NO_DATA, SQL_ERROR, ...).
     short execDirect(const QString& sql);
+    // Prepared once, executed many times with freshly bound parameters.
+    short prepare(const QString& sql);
+    short execute();
     short moreResults();
     short fetch();
     int resultColumnCount();
@@ -44,6 +47,8 @@ public:
 private:
     struct BoundParameter;
 
+    void readServerFilledKind(int index, ColumnInfo& column);
+    void bindSlot(int number, BoundParameter parameter);
     QVariant readText(int column);
     QVariant readBinary(int column);
     QVariant readTime(int column);

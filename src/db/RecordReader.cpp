@@ -55,6 +55,13 @@ QString RecordReader::closeText(const QString& cursor) {
 bool RecordReader::open() {
     close();
     m_error.clear();
+    m_columns.clear();
+    m_atEnd = false;
+    m_rowsRead = 0;
+    return m_mode == Mode::Updatable ? openCursor() : openStream();
+}
+
+bool RecordReader::openCursor() {
     m_cursor = QStringLiteral("qormin_cursor_%1").arg(m_side.nextCursorNumber());
     const QString text = openText(m_cursor, selectText(m_source), m_mode);
     if (m_side.withholds(text)) {
@@ -69,8 +76,32 @@ bool RecordReader::open() {
         return false;
     }
     m_open = true;
-    m_atEnd = false;
-    m_rowsRead = 0;
+    return fetchChunk();
+}
+
+// The second connection lives as long as the read: opened here, closed by close().
+bool RecordReader::openStream() {
+    const QString text = selectText(m_source);
+    if (m_side.withholds(text)) {
+        m_error = QStringLiteral("Not run (script only)");
+        return false;
+    }
+    m_reading = std::make_unique<SideConnection>(m_side.sideIndex());
+    m_reading->setCommandTimeout(m_side.commandTimeout());
+    const ConnectOutcome connected = m_reading->open(m_side.connectionString(), m_side.loginTimeout());
+    if (!connected.connected) {
+        m_error = connected.errorDescription;
+        m_reading.reset();
+        return false;
+    }
+    StatementOutcome outcome = m_reading->openStream(text);
+    if (!outcome.succeeded) {
+        m_error = outcome.errorDescription;
+        m_reading.reset();
+        return false;
+    }
+    m_columns = outcome.resultSets.front().columns;
+    m_open = true;
     return fetchChunk();
 }
 
@@ -81,6 +112,23 @@ bool RecordReader::fetchChunk() {
     if (m_atEnd) {
         return true;
     }
+    return m_reading ? fetchStreamChunk() : fetchCursorChunk();
+}
+
+bool RecordReader::fetchStreamChunk() {
+    StatementOutcome outcome = m_reading->fetchStream(m_chunkSize);
+    m_atEnd = m_reading->streamEnded();
+    takeRows(outcome);
+    if (outcome.succeeded) {
+        return true;
+    }
+    // The rows read before the failure are still walked; the loop learns of it from error().
+    m_error = outcome.errorDescription;
+    m_atEnd = true;
+    return !m_chunk.empty();
+}
+
+bool RecordReader::fetchCursorChunk() {
     StatementOutcome outcome =
         m_side.execute(fetchText(m_cursor, m_chunkSize), ResultRetention::AllResultSets);
     if (!outcome.succeeded) {
@@ -88,22 +136,27 @@ bool RecordReader::fetchChunk() {
         m_atEnd = true;
         return false;
     }
-    for (auto& table : outcome.resultSets) {
-        if (m_columns.empty()) {
-            m_columns = table.columns;
-        }
+    for (const auto& table : outcome.resultSets) {
         if (table.rows.empty()) {
             m_atEnd = true;
-            break;
-        }
-        for (auto& row : table.rows) {
-            m_chunk.push_back(std::move(row));
         }
     }
     if (outcome.resultSets.empty()) {
         m_atEnd = true;
     }
+    takeRows(outcome);
     return true;
+}
+
+void RecordReader::takeRows(StatementOutcome& outcome) {
+    for (auto& table : outcome.resultSets) {
+        if (m_columns.empty()) {
+            m_columns = table.columns;
+        }
+        for (auto& row : table.rows) {
+            m_chunk.push_back(std::move(row));
+        }
+    }
 }
 
 bool RecordReader::next() {
@@ -202,6 +255,12 @@ void RecordReader::close() {
     m_open = false;
     m_onRow = false;
     m_chunk.clear();
+    if (m_reading) {
+        m_reading->closeStream();
+        m_reading->close();
+        m_reading.reset();
+        return;
+    }
     m_side.execute(closeText(m_cursor), ResultRetention::Nothing);
 }
 

@@ -5,17 +5,20 @@
 #include <QString>
 #include <QStringList>
 #include <QVariant>
+#include <memory>
 #include <vector>
 
 namespace qormin::db {
 
 class SideConnection;
 
-// Walks a query or a whole table row by row in bounded memory, through a T-SQL cursor read
-// in chunks on the side's own connection. Between chunks the connection is free, so other
-// statements (and session settings such as SET IDENTITY_INSERT or USE) work on that side
-// while the loop runs. An updatable reader fetches one row at a time and can change the
-// current row in place.
+// Walks a query or a whole table row by row in bounded memory while the side's own connection
+// stays free for the loop's writes (which need its session: SET IDENTITY_INSERT, USE).
+// A read-only reader opens a second connection to the same server with the side's connection
+// string and reads the query there as one plain forward-only result, a chunk of rows per call;
+// the source must therefore name its tables fully. An updatable reader keeps a positioned
+// mechanism on the side's own connection: a T-SQL cursor fetched one row at a time, whose
+// current row can be changed in place.
 class RecordReader {
 public:
     enum class Mode { ReadOnly, Updatable };
@@ -28,7 +31,7 @@ public:
     RecordReader(const RecordReader&) = delete;
     RecordReader& operator=(const RecordReader&) = delete;
 
-    // Declares and opens the cursor and reads the first chunk. False with error() on failure.
+    // Starts the read and reads the first chunk. False with error() on failure.
     bool open();
     bool isOpen() const { return m_open; }
     QString error() const { return m_error; }
@@ -58,9 +61,15 @@ public:
     static QString closeText(const QString& cursor);
 
 private:
+    bool openCursor();
+    bool openStream();
     bool fetchChunk();
+    bool fetchCursorChunk();
+    bool fetchStreamChunk();
+    void takeRows(StatementOutcome& outcome);
 
     SideConnection& m_side;
+    std::unique_ptr<SideConnection> m_reading; // read-only readers: the second connection
     QString m_source;
     Mode m_mode;
     int m_chunkSize;

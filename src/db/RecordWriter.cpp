@@ -2,10 +2,57 @@
 
 #include "db/SideConnection.h"
 #include "db/SqlLiteral.h"
+#include "db/ValueFit.h"
+
+#include <QRegularExpression>
+#include <algorithm>
 
 namespace qormin::db {
 
+namespace {
+
+const QString notGivable = QStringLiteral("Field cannot be updated.");
+const QString doesNotFit =
+    QStringLiteral("Multiple-step operation generated errors. Check each status value.");
+
+// A row with no field left still goes in, as an Update with no field assigned did.
+QString insertWithValues(const QString& table, const QStringList& columnNames,
+                         const QStringList& valueTexts) {
+    if (columnNames.isEmpty()) {
+        return QStringLiteral("INSERT INTO ") + table + QStringLiteral(" DEFAULT VALUES");
+    }
+    QStringList names;
+    for (const QString& name : columnNames) {
+        names.append(quotedName(name));
+    }
+    return QStringLiteral("INSERT INTO ") + table + QStringLiteral(" (") + names.join(QStringLiteral(", ")) +
+           QStringLiteral(") VALUES (") + valueTexts.join(QStringLiteral(", ")) + QLatin1Char(')');
+}
+
+QStringList namesOf(const std::vector<ColumnInfo>& columns) {
+    QStringList names;
+    for (const ColumnInfo& column : columns) {
+        names.append(column.name);
+    }
+    return names;
+}
+
+void countLost(RowWrite& outcome, const QString& reason) {
+    ++outcome.errors;
+    outcome.lastError = reason;
+}
+
+} // namespace
+
 RecordWriter::RecordWriter(SideConnection& side, const QString& table) : m_side(side), m_table(table) {}
+
+RecordWriter::~RecordWriter() {
+    for (const auto& [columns, prepared] : m_prepared) {
+        if (prepared.id != 0) {
+            m_side.unprepare(prepared.id);
+        }
+    }
+}
 
 bool RecordWriter::open() {
     m_error.clear();
@@ -21,22 +68,33 @@ bool RecordWriter::open() {
         return false;
     }
     m_columns = outcome.resultSets.front().columns;
+    m_refusedByServer.assign(m_columns.size(), false);
+    trustReadOnlyOnlyWhenTold();
     return true;
 }
 
-namespace {
-
-QString insertWithValues(const QString& table, const QStringList& columnNames,
-                         const QStringList& valueTexts) {
-    QStringList names;
-    for (const QString& name : columnNames) {
-        names.append(quotedName(name));
+// Computed columns are known by being described read-only. A server that describes every
+// column of the table read-only says nothing about them, so then the refusal decides.
+void RecordWriter::trustReadOnlyOnlyWhenTold() {
+    const bool anyWritable = std::any_of(m_columns.begin(), m_columns.end(), [](const ColumnInfo& column) {
+        return !column.computed && !column.rowVersion && !column.autoIncrement;
+    });
+    if (anyWritable) {
+        return;
     }
-    return QStringLiteral("INSERT INTO ") + table + QStringLiteral(" (") + names.join(QStringLiteral(", ")) +
-           QStringLiteral(") VALUES (") + valueTexts.join(QStringLiteral(", ")) + QLatin1Char(')');
+    for (ColumnInfo& column : m_columns) {
+        column.computed = false;
+    }
 }
 
-} // namespace
+void RecordWriter::useShapeOf(const std::vector<ColumnInfo>& sourceColumns) {
+    m_error.clear();
+    m_columns = sourceColumns;
+    for (ColumnInfo& column : m_columns) {
+        column.computed = false;
+    }
+    m_refusedByServer.assign(m_columns.size(), false);
+}
 
 QString RecordWriter::insertText(const QString& table, const QStringList& columnNames) {
     QStringList markers;
@@ -46,64 +104,187 @@ QString RecordWriter::insertText(const QString& table, const QStringList& column
     return insertWithValues(table, columnNames, markers);
 }
 
-bool RecordWriter::addRow(const std::vector<QVariant>& values, QString* error) {
-    if (values.size() > m_columns.size()) {
-        if (error != nullptr) {
-            *error = QStringLiteral(
-                "Item cannot be found in the collection corresponding to the requested name or "
-                "ordinal.");
-        }
-        return false;
-    }
-    std::vector<int> indexes;
-    for (size_t index = 0; index < values.size(); ++index) {
-        indexes.push_back(static_cast<int>(index));
-    }
-    return insert(indexes, values, error);
+QString RecordWriter::refusedColumn(const QString& errorText) {
+    static const QRegularExpression named(QStringLiteral(R"(\bcolumn ['"]([^'"]+)['"])"),
+                                          QRegularExpression::CaseInsensitiveOption);
+    return named.match(errorText).captured(1);
 }
 
-bool RecordWriter::addRowByName(const QStringList& names, const std::vector<QVariant>& values,
-                                QString* error) {
-    std::vector<int> indexes;
-    std::vector<QVariant> kept;
+bool RecordWriter::canGive(int column) const {
+    const ColumnInfo& info = m_columns[static_cast<size_t>(column)];
+    return !info.rowVersion && !info.computed && !m_refusedByServer[static_cast<size_t>(column)] &&
+           (!info.autoIncrement || m_identityInsert);
+}
+
+RecordWriter::PlannedRow RecordWriter::planByPosition(const std::vector<QVariant>& values) const {
+    PlannedRow row;
+    for (size_t index = 0; index < values.size(); ++index) {
+        if (index < m_columns.size() && canGive(static_cast<int>(index))) {
+            row.columns.push_back(static_cast<int>(index));
+            row.values.push_back(values[index]);
+        } else {
+            countLost(row.outcome, notGivable);
+        }
+    }
+    checkFit(row);
+    return row;
+}
+
+RowWrite RecordWriter::addRow(const std::vector<QVariant>& values) {
+    PlannedRow row = planByPosition(values);
+    return complete(row, send(row.columns, row.values));
+}
+
+RowWrite RecordWriter::addRowByName(const QStringList& names, const std::vector<QVariant>& values) {
+    PlannedRow row;
     for (qsizetype position = 0; position < names.size() && static_cast<size_t>(position) < values.size();
          ++position) {
-        for (size_t column = 0; column < m_columns.size(); ++column) {
-            if (m_columns[column].name.compare(names[position], Qt::CaseInsensitive) == 0 &&
-                !m_columns[column].autoIncrement) {
-                indexes.push_back(static_cast<int>(column));
-                kept.push_back(values[static_cast<size_t>(position)]);
-                break;
+        int found = -1;
+        for (size_t column = 0; column < m_columns.size() && found < 0; ++column) {
+            if (m_columns[column].name.compare(names[position], Qt::CaseInsensitive) == 0) {
+                found = static_cast<int>(column);
             }
         }
+        if (found >= 0 && canGive(found)) {
+            row.columns.push_back(found);
+            row.values.push_back(values[static_cast<size_t>(position)]);
+        } else {
+            countLost(row.outcome, notGivable);
+        }
     }
-    return insert(indexes, kept, error);
+    checkFit(row);
+    return complete(row, send(row.columns, row.values));
 }
 
-bool RecordWriter::insert(const std::vector<int>& columnIndexes, const std::vector<QVariant>& values,
-                          QString* error) {
-    QStringList names;
-    QStringList literals;
+// Rows with the same fields go to the server in one hand-over to the connection's thread, each
+// still its own INSERT with its own outcome, in order; what happens to each row, and when, is
+// what addRow would do.
+RowWrite RecordWriter::addRows(const std::vector<std::vector<QVariant>>& rows) {
+    std::vector<PlannedRow> planned;
+    planned.reserve(rows.size());
+    for (const auto& values : rows) {
+        planned.push_back(planByPosition(values));
+    }
+    RowWrite total;
+    total.added = true;
+    for (size_t start = 0; start < planned.size();) {
+        size_t end = start + 1;
+        while (end < planned.size() && planned[end].columns == planned[start].columns) {
+            ++end;
+        }
+        for (StatementOutcome& outcome : sendMany(planned, start, end)) {
+            const RowWrite row = complete(planned[start++], std::move(outcome));
+            total.added = total.added && row.added;
+            total.errors += row.errors;
+            total.lastError = row.errors > 0 ? row.lastError : total.lastError;
+        }
+    }
+    return total;
+}
+
+std::vector<StatementOutcome> RecordWriter::sendMany(const std::vector<PlannedRow>& planned, size_t start,
+                                                     size_t end) {
+    const std::vector<int>& columns = planned[start].columns;
+    const int id = m_side.collectsChanges() ? 0 : preparedFor(columns).id;
+    if (id == 0) {
+        return {send(columns, planned[start].values)};
+    }
+    std::vector<std::vector<QVariant>> values;
+    values.reserve(end - start);
+    for (size_t index = start; index < end; ++index) {
+        values.push_back(planned[index].values);
+    }
+    return m_side.executePreparedRows(id, targetsOf(columns), values);
+}
+
+void RecordWriter::checkFit(PlannedRow& row) const {
+    for (size_t field = row.values.size(); field-- > 0;) {
+        if (!valueFitsColumn(row.values[field], m_columns[static_cast<size_t>(row.columns[field])])) {
+            dropField(row, field);
+            row.outcome.lastError = doesNotFit;
+        }
+    }
+}
+
+void RecordWriter::dropField(PlannedRow& row, size_t field) {
+    row.columns.erase(row.columns.begin() + static_cast<std::ptrdiff_t>(field));
+    row.values.erase(row.values.begin() + static_cast<std::ptrdiff_t>(field));
+    ++row.outcome.errors;
+}
+
+// Each lost field costs one error and the row goes on; a refusal that names one of the row's
+// columns costs that field and the row is sent again without it; any other refusal costs the
+// row (one error), as a failing Update did.
+RowWrite RecordWriter::complete(PlannedRow& row, StatementOutcome sent) {
+    for (;;) {
+        if (sent.succeeded) {
+            row.outcome.added = true;
+            return row.outcome;
+        }
+        row.outcome.lastError = sent.errorDescription;
+        const QString named = refusedColumn(sent.errorDescription);
+        size_t field = 0;
+        while (field < row.columns.size() && m_columns[static_cast<size_t>(row.columns[field])].name.compare(
+                                                 named, Qt::CaseInsensitive) != 0) {
+            ++field;
+        }
+        if (named.isEmpty() || field == row.columns.size() || sent.connectionLost || sent.cancelled) {
+            ++row.outcome.errors;
+            return row.outcome;
+        }
+        learnFromRefusal(row.columns[field], sent.errorDescription);
+        dropField(row, field);
+        sent = send(row.columns, row.values);
+    }
+}
+
+// A column the server says can never be modified (a computed one the driver did not describe
+// as such) is left out of every later row of the table too; it still costs its field each row.
+void RecordWriter::learnFromRefusal(int column, const QString& errorText) {
+    if (errorText.contains(QLatin1String("cannot be modified"), Qt::CaseInsensitive)) {
+        m_refusedByServer[static_cast<size_t>(column)] = true;
+    }
+}
+
+std::vector<ColumnInfo> RecordWriter::targetsOf(const std::vector<int>& columns) const {
     std::vector<ColumnInfo> targets;
-    for (size_t index = 0; index < columnIndexes.size(); ++index) {
-        const ColumnInfo& column = m_columns[static_cast<size_t>(columnIndexes[index])];
-        names.append(column.name);
-        targets.push_back(column);
-        literals.append(sqlLiteral(values[index], column));
+    targets.reserve(columns.size());
+    for (const int column : columns) {
+        targets.push_back(m_columns[static_cast<size_t>(column)]);
     }
+    return targets;
+}
+
+const RecordWriter::Prepared& RecordWriter::preparedFor(const std::vector<int>& columns) {
+    auto prepared = m_prepared.find(columns);
+    if (prepared == m_prepared.end()) {
+        prepared =
+            m_prepared.emplace(columns, Prepared{insertText(m_table, namesOf(targetsOf(columns))), 0}).first;
+        prepared->second.id = m_side.prepare(prepared->second.text);
+    }
+    return prepared->second;
+}
+
+StatementOutcome RecordWriter::send(const std::vector<int>& columns, const std::vector<QVariant>& values) {
+    const std::vector<ColumnInfo> targets = targetsOf(columns);
     // Script only: what is collected reads as the statement itself, values written out.
-    if (m_side.withholds(insertWithValues(m_table, names, literals))) {
-        return true;
+    if (m_side.collectsChanges() && m_side.withholds(literalInsert(targets, values))) {
+        return StatementOutcome{};
     }
-    const StatementOutcome outcome =
-        m_side.executeWithParameters(insertText(m_table, names), targets, values);
-    if (outcome.succeeded) {
-        return true;
+    const Prepared& prepared = preparedFor(columns);
+    if (prepared.id == 0) {
+        return m_side.executeWithParameters(prepared.text, targets, values);
     }
-    if (error != nullptr) {
-        *error = outcome.errorDescription;
+    return m_side.executePrepared(prepared.id, targets, values);
+}
+
+QString RecordWriter::literalInsert(const std::vector<ColumnInfo>& targets,
+                                    const std::vector<QVariant>& values) const {
+    QStringList literals;
+    for (size_t index = 0; index < targets.size(); ++index) {
+        literals.append(sqlLiteral(values[index], targets[index]));
     }
-    return false;
+    return insertWithValues(m_table, namesOf(targets), literals);
 }
 
 } // namespace qormin::db

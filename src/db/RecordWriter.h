@@ -5,41 +5,87 @@
 #include <QString>
 #include <QStringList>
 #include <QVariant>
+#include <map>
 #include <vector>
 
 namespace qormin::db {
 
 class SideConnection;
 
-// Adds rows to a table the way AddNew/Update did: learns the table's columns from
-// "SELECT TOP 1 * FROM <table>", then sends one parameterised INSERT per row with every value
-// bound as its target column's SQL type, so numbers, decimals, dates, binary, unicode text and
-// NULL arrive exactly. A failing row reports the server's reason and the writer stays usable.
+// What adding one row cost, counted the way the classic AddNew/field/Update loop counted.
+struct RowWrite {
+    bool added = false; // the row went in (with the fields that could be given)
+    int errors = 0;     // one per field that could not be given, plus one for a refused row
+    QString lastError;  // the last reason, the server's own text where it gave one
+};
+
+// Adds rows to a table the way AddNew/Update did, one field costing one field: learns the
+// table's columns from "SELECT TOP 1 * FROM <table>" and decides once which can be given (not
+// rowversion, not computed, identity only under IDENTITY_INSERT). Every other field is lost
+// with one error and the row goes in with the rest. A value that does not fit its column's
+// type or size is lost the same way before anything is sent; a row the server refuses because
+// of one named column is sent again without that field. Values are bound as their target
+// column's SQL type through an INSERT prepared once per column set.
 class RecordWriter {
 public:
     RecordWriter(SideConnection& side, const QString& table);
+    ~RecordWriter();
+    RecordWriter(const RecordWriter&) = delete;
+    RecordWriter& operator=(const RecordWriter&) = delete;
 
     bool open();
     QString error() const { return m_error; }
+    // Script only: a target that does not exist yet takes the shape SELECT ... INTO would give
+    // it from the source (computed columns become plain ones).
+    void useShapeOf(const std::vector<ColumnInfo>& sourceColumns);
+    // Whether SET IDENTITY_INSERT is on for the table, which lets identity columns be given.
+    void setIdentityInsert(bool on) { m_identityInsert = on; }
     const std::vector<ColumnInfo>& columns() const { return m_columns; }
 
-    // Value i goes to column i (as copies by position do); fewer values leave the rest out.
-    bool addRow(const std::vector<QVariant>& values, QString* error = nullptr);
-    // Values matched to columns by name; names the table lacks and identity columns are
-    // skipped, as failing field assignments were.
-    bool addRowByName(const QStringList& names, const std::vector<QVariant>& values,
-                      QString* error = nullptr);
+    // Value i goes to column i (as copies by position do).
+    RowWrite addRow(const std::vector<QVariant>& values);
+    // The same as addRow for each row, in fewer hand-overs; the errors are summed.
+    RowWrite addRows(const std::vector<std::vector<QVariant>>& rows);
+    // Values matched to columns by name; a name the table lacks costs its field.
+    RowWrite addRowByName(const QStringList& names, const std::vector<QVariant>& values);
 
     // "INSERT INTO t ([a], [b]) VALUES (?, ?)"; the driver names the markers @P1, @P2.
     static QString insertText(const QString& table, const QStringList& columnNames);
+    // The column a refusal names ("column 'x'", "The column "x""), empty when it names none.
+    static QString refusedColumn(const QString& errorText);
 
 private:
-    bool insert(const std::vector<int>& columnIndexes, const std::vector<QVariant>& values, QString* error);
+    // A row's fields after the table's decisions and the fit check, with what that cost so far.
+    struct PlannedRow {
+        std::vector<int> columns;
+        std::vector<QVariant> values;
+        RowWrite outcome;
+    };
+    struct Prepared {
+        QString text;
+        int id = 0; // 0: the driver could not prepare it; sent directly instead
+    };
+
+    void trustReadOnlyOnlyWhenTold();
+    bool canGive(int column) const;
+    PlannedRow planByPosition(const std::vector<QVariant>& values) const;
+    void checkFit(PlannedRow& row) const;
+    static void dropField(PlannedRow& row, size_t field);
+    RowWrite complete(PlannedRow& row, StatementOutcome sent);
+    std::vector<StatementOutcome> sendMany(const std::vector<PlannedRow>& planned, size_t start, size_t end);
+    StatementOutcome send(const std::vector<int>& columns, const std::vector<QVariant>& values);
+    std::vector<ColumnInfo> targetsOf(const std::vector<int>& columns) const;
+    const Prepared& preparedFor(const std::vector<int>& columns);
+    void learnFromRefusal(int column, const QString& errorText);
+    QString literalInsert(const std::vector<ColumnInfo>& targets, const std::vector<QVariant>& values) const;
 
     SideConnection& m_side;
     QString m_table;
     QString m_error;
     std::vector<ColumnInfo> m_columns;
+    std::vector<bool> m_refusedByServer; // columns the server would never take in this table
+    bool m_identityInsert = false;
+    std::map<std::vector<int>, Prepared> m_prepared; // column set -> its INSERT
 };
 
 } // namespace qormin::db

@@ -14,6 +14,8 @@ struct ColumnInfo {
     int decimalDigits = 0;
     bool nullable = true;
     bool autoIncrement = false; // an identity column: the server fills it in
+    bool computed = false;      // the server computes it; never given a value
+    bool rowVersion = false;    // rowversion (timestamp): the server sets it on every change
 };
 
 // A fully read result set. Values are typed QVariants: int, qlonglong, double, bool,

@@ -81,7 +81,8 @@ ServerAccess::ServerAccess(ServerAccessHost& host, QObject* parent)
         // A dead link is not worth keeping: the next statement on the side connects again.
         connect(connection.get(), &SideConnection::connectionLost, this,
                 [this](int side) { m_state->isConnected[static_cast<size_t>(side)] = false; });
-        connection->setWithholdCheck([this](const QString& sql) { return withhold(sql, true); });
+        connection->setWithholdCheck([this](const QString& sql) { return withhold(sql, true); },
+                                     [this] { return m_state->scriptOnly; });
         m_state->sides[static_cast<size_t>(index)] = std::move(connection);
     }
 }

@@ -11,10 +11,15 @@
 #include <QEventLoop>
 #include <QThread>
 
+#include <sql.h>
+#include <sqlext.h>
+
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <map>
 #include <mutex>
+#include <optional>
 #include <thread>
 
 namespace qormin::db {
@@ -41,7 +46,63 @@ StatementOutcome failedOutcome(const QString& description) {
     return outcome;
 }
 
+void bindAll(OdbcStatement& statement, const std::vector<ColumnInfo>& targets,
+             const std::vector<QVariant>& values) {
+    for (size_t index = 0; index < values.size(); ++index) {
+        const ColumnInfo target = index < targets.size() ? targets[index] : ColumnInfo{};
+        statement.bindParameter(static_cast<int>(index) + 1, target, values[index]);
+    }
+}
+
+// The outcome of a single driver call that failed (or warned) outside a batch reader.
+StatementOutcome outcomeOfCall(OdbcStatement& statement, short rc) {
+    StatementOutcome outcome;
+    if (rc == SQL_SUCCESS || rc == SQL_NO_DATA) {
+        return outcome;
+    }
+    const auto diagnostics = statement.diagnostics();
+    for (const auto& diagnostic : diagnostics) {
+        outcome.connectionLost = outcome.connectionLost || diagnostic.isCommunicationFailure();
+        outcome.cancelled = outcome.cancelled || diagnostic.sqlState == QLatin1String("HY008") ||
+                            diagnostic.sqlState == QLatin1String("HYT00");
+        outcome.messages.push_back(diagnostic.toServerMessage());
+    }
+    if (rc == SQL_SUCCESS_WITH_INFO) {
+        return outcome;
+    }
+    outcome.succeeded = false;
+    outcome.errorDescription = errorDescription(diagnostics);
+    if (outcome.errorDescription.isEmpty()) {
+        outcome.errorDescription = QStringLiteral("The statement failed without a message from the driver.");
+    }
+    return outcome;
+}
+
 } // namespace
+
+// After the last row: the rest of the response (counts, messages, a link that breaks) is read
+// before the statement is done with, so a failure there is not mistaken for a clean end.
+StatementOutcome readToEnd(OdbcStatement& statement) {
+    StatementOutcome outcome;
+    for (short rc = statement.moreResults(); rc != SQL_NO_DATA; rc = statement.moreResults()) {
+        outcome = outcomeOfCall(statement, rc);
+        if (rc != SQL_SUCCESS && rc != SQL_SUCCESS_WITH_INFO) {
+            break;
+        }
+    }
+    statement.closeCursor();
+    return outcome;
+}
+
+// A query that ended without a result: the server's error, when it sent one as a message.
+StatementOutcome outcomeWithoutResult(const std::vector<ServerMessage>& messages) {
+    for (const auto& message : messages) {
+        if (message.isError()) {
+            return failedOutcome(message.text);
+        }
+    }
+    return failedOutcome(QStringLiteral("The query returned no rows to read."));
+}
 
 // How the caller learns that its job is over: a condition for the short wait, then a queued
 // quit for its event loop. The worker wakes the loop under the lock and the loop is only left
@@ -67,10 +128,27 @@ struct JobCompletion {
 struct SideConnection::Worker {
     std::unique_ptr<OdbcConnection> connection; // used on the worker thread only
     std::unique_ptr<OdbcStatement> statement;   // reused by every statement; freed before the connection
+    std::map<int, std::unique_ptr<OdbcStatement>> prepared;
+    int lastPreparedId = 0;
+    std::unique_ptr<OdbcStatement> stream;
+    std::vector<ColumnInfo> streamColumns;
+    std::atomic<bool> streamEnded{true};
+    std::optional<StatementOutcome> readAhead; // the next chunk, read while the caller works
+    bool readAheadEnded = false;
 
     void dropConnection() {
+        prepared.clear();
+        stream.reset();
+        readAhead.reset();
+        streamEnded = true;
         statement.reset();
         connection.reset();
+    }
+    OdbcStatement* sharedStatement() {
+        if (!statement) {
+            statement = std::make_unique<OdbcStatement>(*connection);
+        }
+        return statement.get();
     }
     std::atomic<bool> open{false};
     std::atomic<int> commandTimeout{3600};
@@ -141,6 +219,8 @@ void SideConnection::forwardMessage(const ServerMessage& message) {
 }
 
 ConnectOutcome SideConnection::open(const QString& odbcConnectionString, int loginTimeoutSeconds) {
+    m_connectionString = odbcConnectionString;
+    m_loginTimeout = loginTimeoutSeconds;
     ConnectOutcome outcome;
     runOnWorker([this, &outcome, &odbcConnectionString, loginTimeoutSeconds] {
         m_worker->open = false;
@@ -185,17 +265,20 @@ int SideConnection::commandTimeout() const {
 }
 
 StatementOutcome SideConnection::runStatement(const std::function<StatementOutcome(OdbcStatement&)>& body) {
+    return runStatementOn([this] { return m_worker->sharedStatement(); }, body);
+}
+
+StatementOutcome SideConnection::runStatementOn(const std::function<OdbcStatement*()>& choose,
+                                                const std::function<StatementOutcome(OdbcStatement&)>& body) {
     StatementOutcome outcome;
     Q_EMIT statementStarted(m_side);
-    runOnWorker([this, &outcome, &body] {
-        if (!m_worker->open || !m_worker->connection) {
+    runOnWorker([this, &outcome, &body, &choose] {
+        OdbcStatement* chosen = m_worker->open && m_worker->connection ? choose() : nullptr;
+        if (chosen == nullptr) {
             outcome = failedOutcome(closedConnectionError);
             return;
         }
-        if (!m_worker->statement) {
-            m_worker->statement = std::make_unique<OdbcStatement>(*m_worker->connection);
-        }
-        OdbcStatement& statement = *m_worker->statement;
+        OdbcStatement& statement = *chosen;
         statement.setQueryTimeout(m_worker->commandTimeout);
         {
             std::lock_guard lock(m_worker->runningMutex);
@@ -212,7 +295,10 @@ StatementOutcome SideConnection::runStatement(const std::function<StatementOutco
             m_worker->running = nullptr;
             m_worker->cancelRequested = false;
         }
-        statement.resetParameters();
+        // A prepared statement keeps its bindings: binding anew would prepare it again.
+        if (&statement == m_worker->statement.get()) {
+            statement.resetParameters();
+        }
         if (outcome.connectionLost) {
             m_worker->open = false;
             m_worker->dropConnection();
@@ -238,15 +324,180 @@ StatementOutcome SideConnection::executeWithParameters(const QString& sql,
                                                        const std::vector<ColumnInfo>& targets,
                                                        const std::vector<QVariant>& values) {
     return runStatement([this, &sql, &targets, &values](OdbcStatement& statement) {
-        for (size_t index = 0; index < values.size(); ++index) {
-            const ColumnInfo target = index < targets.size() ? targets[index] : ColumnInfo{};
-            statement.bindParameter(static_cast<int>(index) + 1, target, values[index]);
-        }
+        bindAll(statement, targets, values);
         BatchResultReader reader(
             statement, ResultRetention::AllResultSets, [this](const ServerMessage& m) { forwardMessage(m); },
             &m_worker->cancelRequested);
         return reader.drain(statement.execDirect(sql));
     });
+}
+
+int SideConnection::prepare(const QString& sql) {
+    int id = 0;
+    runOnWorker([this, &sql, &id] {
+        if (!m_worker->open || !m_worker->connection) {
+            return;
+        }
+        auto statement = std::make_unique<OdbcStatement>(*m_worker->connection);
+        if (!statement->isValid() || !SQL_SUCCEEDED(statement->prepare(sql))) {
+            return;
+        }
+        id = ++m_worker->lastPreparedId;
+        m_worker->prepared[id] = std::move(statement);
+    });
+    return id;
+}
+
+StatementOutcome SideConnection::executePrepared(int id, const std::vector<ColumnInfo>& targets,
+                                                 const std::vector<QVariant>& values) {
+    auto choose = [this, id]() -> OdbcStatement* {
+        const auto found = m_worker->prepared.find(id);
+        return found == m_worker->prepared.end() ? nullptr : found->second.get();
+    };
+    return runStatementOn(choose, [this, &targets, &values](OdbcStatement& statement) {
+        bindAll(statement, targets, values);
+        BatchResultReader reader(
+            statement, ResultRetention::Nothing, [this](const ServerMessage& m) { forwardMessage(m); },
+            &m_worker->cancelRequested);
+        return reader.drain(statement.execute());
+    });
+}
+
+std::vector<StatementOutcome>
+SideConnection::executePreparedRows(int id, const std::vector<ColumnInfo>& targets,
+                                    const std::vector<std::vector<QVariant>>& rows) {
+    std::vector<StatementOutcome> outcomes;
+    outcomes.reserve(rows.size());
+    auto choose = [this, id]() -> OdbcStatement* {
+        const auto found = m_worker->prepared.find(id);
+        return found == m_worker->prepared.end() ? nullptr : found->second.get();
+    };
+    StatementOutcome stopped =
+        runStatementOn(choose, [this, &targets, &rows, &outcomes](OdbcStatement& statement) {
+            for (const auto& values : rows) {
+                bindAll(statement, targets, values);
+                BatchResultReader reader(
+                    statement, ResultRetention::Nothing,
+                    [this](const ServerMessage& m) { forwardMessage(m); }, &m_worker->cancelRequested);
+                outcomes.push_back(reader.drain(statement.execute()));
+                if (!outcomes.back().succeeded) {
+                    break;
+                }
+            }
+            return StatementOutcome{};
+        });
+    if (outcomes.empty() && !rows.empty()) {
+        outcomes.push_back(stopped.succeeded ? failedOutcome(closedConnectionError) : std::move(stopped));
+    }
+    return outcomes;
+}
+
+void SideConnection::unprepare(int id) {
+    runOnWorker([this, id] { m_worker->prepared.erase(id); });
+}
+
+StatementOutcome SideConnection::openStream(const QString& sql) {
+    auto choose = [this]() -> OdbcStatement* {
+        m_worker->stream = std::make_unique<OdbcStatement>(*m_worker->connection);
+        m_worker->readAhead.reset();
+        m_worker->streamEnded = false;
+        return m_worker->stream.get();
+    };
+    return runStatementOn(choose, [this, &sql](OdbcStatement& statement) {
+        short rc = statement.execDirect(sql);
+        StatementOutcome outcome = outcomeOfCall(statement, rc);
+        std::vector<ServerMessage> messages = outcome.messages;
+        // Row counts before the result (a source that is a batch) are passed over.
+        while (outcome.succeeded && rc != SQL_NO_DATA && statement.resultColumnCount() == 0) {
+            rc = statement.moreResults();
+            outcome = outcomeOfCall(statement, rc);
+            messages.insert(messages.end(), outcome.messages.begin(), outcome.messages.end());
+        }
+        if (!outcome.succeeded || rc == SQL_NO_DATA) {
+            m_worker->streamEnded = true;
+            return outcome.succeeded ? outcomeWithoutResult(messages) : outcome;
+        }
+        ResultTable table;
+        for (int column = 0; column < statement.resultColumnCount(); ++column) {
+            table.columns.push_back(statement.describeColumn(column));
+        }
+        m_worker->streamColumns = table.columns;
+        outcome.resultSets.push_back(std::move(table));
+        return outcome;
+    });
+}
+
+StatementOutcome SideConnection::readStreamRows(OdbcStatement& statement, int maxRows) {
+    StatementOutcome outcome;
+    ResultTable table;
+    const auto& columns = m_worker->streamColumns;
+    while (!m_worker->streamEnded && static_cast<int>(table.rows.size()) < maxRows) {
+        const short rc = statement.fetch();
+        if (rc == SQL_NO_DATA) {
+            m_worker->streamEnded = true;
+            outcome = readToEnd(statement);
+            break;
+        }
+        if (!SQL_SUCCEEDED(rc) || m_worker->cancelRequested) {
+            outcome =
+                m_worker->cancelRequested ? failedOutcome(cancelledError) : outcomeOfCall(statement, rc);
+            outcome.cancelled = outcome.cancelled || m_worker->cancelRequested;
+            m_worker->streamEnded = true;
+            break;
+        }
+        std::vector<QVariant> row;
+        row.reserve(columns.size());
+        for (size_t column = 0; column < columns.size(); ++column) {
+            row.push_back(statement.value(static_cast<int>(column), columns[column]));
+        }
+        table.rows.push_back(std::move(row));
+    }
+    outcome.resultSets.push_back(std::move(table));
+    return outcome;
+}
+
+// Hands over the rows read ahead, if any, then reads the next chunk ahead on the connection's
+// thread while the caller works on these: the read is off the loop's path.
+StatementOutcome SideConnection::fetchStream(int maxRows) {
+    auto choose = [this]() -> OdbcStatement* { return m_worker->stream.get(); };
+    bool ended = true;
+    StatementOutcome outcome = runStatementOn(choose, [this, maxRows, &ended](OdbcStatement& statement) {
+        if (m_worker->readAhead) {
+            StatementOutcome ahead = std::move(*m_worker->readAhead);
+            m_worker->readAhead.reset();
+            ended = m_worker->readAheadEnded;
+            return ahead;
+        }
+        StatementOutcome read = readStreamRows(statement, maxRows);
+        ended = m_worker->streamEnded;
+        return read;
+    });
+    m_lastFetchEnded = ended;
+    if (!outcome.succeeded || ended) {
+        return outcome;
+    }
+    ++m_worker->pendingJobs;
+    m_worker->thread.post([this, maxRows] {
+        if (m_worker->stream && !m_worker->streamEnded) {
+            m_worker->readAhead = readStreamRows(*m_worker->stream, maxRows);
+            m_worker->readAheadEnded = m_worker->streamEnded;
+        }
+        --m_worker->pendingJobs;
+    });
+    return outcome;
+}
+
+bool SideConnection::streamEnded() const {
+    return m_lastFetchEnded;
+}
+
+void SideConnection::closeStream() {
+    runOnWorker([this] {
+        m_worker->stream.reset();
+        m_worker->readAhead.reset();
+        m_worker->streamEnded = true;
+    });
+    m_lastFetchEnded = true;
 }
 
 // Two paths, because neither alone is reliable with FreeTDS: SQLCancel from this thread
@@ -268,8 +519,16 @@ bool SideConnection::isRunning() const {
     return m_worker->pendingJobs > 0;
 }
 
-void SideConnection::setWithholdCheck(WithholdCheck check) {
+void SideConnection::setWithholdCheck(WithholdCheck check, std::function<bool()> collectingChanges) {
     m_withholdCheck = std::move(check);
+    m_collectingChanges = std::move(collectingChanges);
+}
+
+bool SideConnection::collectsChanges() const {
+    if (!m_withholdCheck) {
+        return false;
+    }
+    return !m_collectingChanges || m_collectingChanges();
 }
 
 bool SideConnection::withholds(const QString& sql) const {

@@ -33,6 +33,9 @@ public:
     ConnectOutcome open(const QString& odbcConnectionString, int loginTimeoutSeconds);
     void close();
     bool isOpen() const;
+    // What the last open() used, so that a loop can open a second connection to the same server.
+    QString connectionString() const { return m_connectionString; }
+    int loginTimeout() const { return m_loginTimeout; }
 
     void setCommandTimeout(int seconds);
     int commandTimeout() const;
@@ -43,6 +46,27 @@ public:
     StatementOutcome executeWithParameters(const QString& sql, const std::vector<ColumnInfo>& targets,
                                            const std::vector<QVariant>& values);
 
+    // A statement prepared once on its own handle and executed per row; the id stays valid until
+    // unprepare() or until the connection closes (then execution fails like a closed connection).
+    int prepare(const QString& sql);
+    StatementOutcome executePrepared(int id, const std::vector<ColumnInfo>& targets,
+                                     const std::vector<QVariant>& values);
+    // The prepared statement once per row, in one job: one outcome per row run, in order. It
+    // stops after the first row that fails, so the caller can deal with that row before the
+    // rest; at least one outcome comes back for rows that are not empty.
+    std::vector<StatementOutcome> executePreparedRows(int id, const std::vector<ColumnInfo>& targets,
+                                                      const std::vector<std::vector<QVariant>>& rows);
+    void unprepare(int id);
+
+    // One query read piecemeal on its own handle: openStream() runs it and describes the columns
+    // (outcome.resultSets[0], no rows), fetchStream() reads up to maxRows more rows (fewer at the
+    // end; streamEnded() then) and reads the next chunk ahead while the caller works on them.
+    // The connection carries nothing else while a stream is open.
+    StatementOutcome openStream(const QString& sql);
+    StatementOutcome fetchStream(int maxRows);
+    bool streamEnded() const;
+    void closeStream();
+
     // Cancels the statement that runs (or waits to run) on this side; callable from the
     // window thread while a call above waits.
     void cancel();
@@ -51,8 +75,11 @@ public:
     // Script only: the owner decides which statements may not be sent. Returns true when sql
     // was withheld (the owner has logged and collected it).
     using WithholdCheck = std::function<bool(const QString& sql)>;
-    void setWithholdCheck(WithholdCheck check);
+    void setWithholdCheck(WithholdCheck check, std::function<bool()> collectingChanges = {});
     bool withholds(const QString& sql) const;
+    // Whether statements that change data are collected now rather than sent: lets a loop skip
+    // writing out a statement's values for withholds() on every row when nothing is collected.
+    bool collectsChanges() const;
 
     // Numbers for cursor names, unique on this connection.
     int nextCursorNumber();
@@ -71,12 +98,19 @@ private:
     void runOnWorker(std::function<void()> job);
     void finishJob();
     StatementOutcome runStatement(const std::function<StatementOutcome(OdbcStatement&)>& body);
+    StatementOutcome runStatementOn(const std::function<OdbcStatement*()>& choose,
+                                    const std::function<StatementOutcome(OdbcStatement&)>& body);
     void forwardMessage(const ServerMessage& message);
+    StatementOutcome readStreamRows(OdbcStatement& statement, int maxRows);
 
     int m_side;
+    QString m_connectionString;
+    int m_loginTimeout = 15;
     std::unique_ptr<Worker> m_worker;
     WithholdCheck m_withholdCheck;
+    std::function<bool()> m_collectingChanges;
     int m_cursorNumber = 0;
+    bool m_lastFetchEnded = true;
 };
 
 } // namespace qormin::db

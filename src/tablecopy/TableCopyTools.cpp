@@ -3,14 +3,9 @@
 #include "controls/FlexGrid.h"
 #include "db/EventLoopYield.h"
 #include "db/HeaderRowPass.h"
-#include "db/Recordset.h"
-#if __has_include("db/RecordReader.h")
 #include "db/RecordReader.h"
 #include "db/RecordWriter.h"
-#define QORMIN_HAS_RECORD_LOOP 1
-#else
-#define QORMIN_HAS_RECORD_LOOP 0
-#endif
+#include "db/Recordset.h"
 #include "db/ServerAccess.h"
 #include "db/SideConnection.h"
 #include "tablecopy/TableCopyStatements.h"
@@ -58,15 +53,6 @@ TableCopyTools::TableCopyTools(TableCopyControls controls, QWidget* parent)
               &TableCopyTools::cmdCheckTables_Click);
     addButton(QStringLiteral("cmdCopytoNEW"), QStringLiteral("Copy to _NEW2"),
               &TableCopyTools::cmdCopytoNEW_Click);
-
-    // The row-by-row copies empty their target first; until rows can be streamed they stay off.
-#if !QORMIN_HAS_RECORD_LOOP
-    for (const char* name : {"cmdCopyTables", "cmdCopytoNEW"}) {
-        auto* button = findChild<QPushButton*>(QLatin1String(name));
-        button->setEnabled(false);
-        button->setToolTip(QStringLiteral("Copying row by row is not available in this build."));
-    }
-#endif
 
     const int statusRow = layout->rowCount();
     layout->addWidget(m_allTables, statusRow, 0);
@@ -136,10 +122,10 @@ void TableCopyTools::cmdCopytoNEW_Click() {
     // The names are read as the tool always has, though the copy below matches by position.
     Statements::plainColumnList(firstRowFieldNames(source));
     execute(Statements::seedNewTable(destination, source));
-    execute(Statements::identityInsert(destination, true));
+    switchIdentityInsert(destination, true);
     execute(Statements::truncateNewTable(destination));
     CopyRecords(source, destination);
-    execute(Statements::identityInsert(destination, false));
+    switchIdentityInsert(destination, false);
 }
 
 void TableCopyTools::runForTables(bool useDatabaseFirst, const TableRoutine& routine,
@@ -230,14 +216,19 @@ void TableCopyTools::CopyTableByRecord(const QString& table) {
     const QString destination = Statements::sisterTable(db, table);
     execute(Statements::seedSisterTable(destination, source));
     execute(Statements::truncateQualified(destination));
-    execute(Statements::identityInsert(destination, true));
     m_count->clear();
-    CopyRecords(source, destination);
-    execute(Statements::identityInsert(destination, false));
+    copyRecords(source, destination, true);
+    switchIdentityInsert(destination, false);
 }
 
 void TableCopyTools::CopyRecords(const QString& source, const QString& destination) {
-#if QORMIN_HAS_RECORD_LOOP
+    copyRecords(source, destination, false);
+}
+
+// Source and target are opened first, then identity insert goes on (where the routine says
+// so), so the writer knows which target columns it may give.
+void TableCopyTools::copyRecords(const QString& source, const QString& destination,
+                                 bool switchIdentityInsertOn) {
     m_controls.access.EnsureConnected(leftSide);
     db::SideConnection& side = m_controls.access.side(leftSide);
     qint32 copied = 0;
@@ -245,28 +236,46 @@ void TableCopyTools::CopyRecords(const QString& source, const QString& destinati
     db::RecordReader reader(side, source);
     db::RecordWriter writer(side, destination);
     const bool readerOpen = reader.open();
-    const bool writerOpen = writer.open();
-    errors += (readerOpen ? 0 : 1) + (writerOpen ? 0 : 1);
+    bool writerOpen = writer.open();
+    // Script only: the SELECT ... INTO that would create the target was collected, not run.
+    if (!writerOpen && readerOpen && m_controls.access.scriptOnly()) {
+        writer.useShapeOf(reader.columns());
+        writerOpen = true;
+    }
+    if (switchIdentityInsertOn) {
+        switchIdentityInsert(destination, true);
+    }
+    writer.setIdentityInsert(m_identityInsertTable == destination);
+    errors += writerOpen ? 0 : 1;
+    // Rows go to the writer a progress step at a time, so STOP, which is only seen when the
+    // progress yields, still ends the copy right after the row it was ticked at.
+    std::vector<std::vector<QVariant>> pending;
     while (readerOpen && writerOpen && !stopRequested() && reader.next()) {
-        // A refused row is counted as an error and the copy goes on with the next one; "copied"
-        // counts every row walked, refused ones included, as the classic loop always did, so
-        // copied - errors is what the target received.
-        if (!writer.addRow(reader.row())) {
-            ++errors;
-        }
+        // "copied" counts every row walked, refused ones included, as the classic loop did.
+        pending.push_back(reader.row());
         if (++copied % progressInterval == 0) {
+            errors += writer.addRows(pending).errors;
+            pending.clear();
             ShowCopyProgress(copied);
         }
     }
-    if (readerOpen && !reader.error().isEmpty()) {
+    errors += writer.addRows(pending).errors;
+    // A source that could not be read, or a read connection lost on the way.
+    if (!reader.error().isEmpty()) {
         ++errors;
+        m_controls.access.LogError(Statements::errorLine(reader.error(), source));
     }
     log(Statements::copiedLine(copied));
     log(Statements::errorsLine(errors));
-#else
-    (void)destination;
-    m_controls.access.LogError(QStringLiteral("Copy by record is not available in this build: ") + source);
-#endif
+}
+
+void TableCopyTools::switchIdentityInsert(const QString& qualifiedTable, bool on) {
+    const bool switched = execute(Statements::identityInsert(qualifiedTable, on)).isEmpty();
+    if (on) {
+        m_identityInsertTable = switched ? qualifiedTable : QString();
+    } else if (m_identityInsertTable == qualifiedTable) {
+        m_identityInsertTable.clear();
+    }
 }
 
 void TableCopyTools::TruncateTable(const QString& table) {

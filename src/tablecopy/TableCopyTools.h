@@ -49,8 +49,9 @@ public:
     void DropTableDB2(const QString& table);
     void CopyTableByRecord(const QString& table);
     void TruncateTable(const QString& table);
-    // Copies every row of source into destination by field position; each failing row is
-    // counted and skipped. Streams, so a table of any size needs the same memory.
+    // Copies every row of source into destination by field position; a field the destination
+    // cannot take costs one error and the row goes in without it; a refused row costs one.
+    // Streams, so a table of any size needs the same memory.
     void CopyRecords(const QString& source, const QString& destination);
     void ShowCopyProgress(qint32 copied);
 
@@ -73,6 +74,8 @@ private:
     void executeOnConnection(const QString& statement);
     bool userTableExists(const QString& table);
     QStringList firstRowFieldNames(const QString& qualifiedTable);
+    void copyRecords(const QString& source, const QString& destination, bool switchIdentityInsertOn);
+    void switchIdentityInsert(const QString& qualifiedTable, bool on);
     void log(const QString& text);
     bool stopRequested() const;
 
@@ -80,6 +83,7 @@ private:
     QCheckBox* m_allTables;
     QLabel* m_count;
     QLabel* m_working;
+    QString m_identityInsertTable; // the table SET IDENTITY_INSERT ... ON last succeeded for
 };
 
 } // namespace qormin::tablecopy

@@ -11,7 +11,9 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QTest>
 #include <gtest/gtest.h>
+#include <map>
 
 namespace {
 
@@ -26,6 +28,7 @@ const QByteArray scenario = R"json({
       "columns": [{"name": "id", "type": "int"},
                   {"name": "name", "type": "nvarchar(50)", "generate": {"template": "Name {n}"}}],
       "generate": 100000}}},
+    {"exact": "select * from missing", "response": {"error": {"number": 208, "text": "Invalid object name 'missing'."}}},
     {"exact": "SELECT * FROM Patients", "response": {"result": {
       "columns": ["IDNum:int", "LastName:nvarchar(50)", "FirstName:nvarchar(50)"],
       "rows": [[1, "Smith", "John"], [2, "Müller", "Jörg"], [3, "Brown", null]]}}},
@@ -34,7 +37,13 @@ const QByteArray scenario = R"json({
                   "v:varbinary(max)", "x:text", "z:int"],
       "rows": []}}},
     {"exact": "SELECT TOP 1 * FROM Named", "response": {"result": {
-      "columns": ["IDNum:int", "LastName:nvarchar(50)", "Extra:int"], "rows": []}}}
+      "columns": ["IDNum:int", "LastName:nvarchar(50)", "Extra:int"], "rows": []}}},
+    {"exact": "SELECT TOP 1 * FROM Strict", "response": {"result": {
+      "columns": ["IDNum:int", "LastName:nvarchar(5)"], "rows": []}}},
+    {"prefix": "INSERT INTO Strict", "parameters": {"@P2": "Bad"}, "response": {"error": {"number": 515,
+      "text": "Cannot insert the value NULL into column 'LastName', table 'x.dbo.Strict'; column does not allow nulls. INSERT fails."}}},
+    {"prefix": "INSERT INTO Strict", "parameters": {"@P1": 3}, "response": {"error": {"number": 2627,
+      "text": "Violation of PRIMARY KEY constraint 'PK_Strict'."}}}
   ]
 })json";
 
@@ -66,7 +75,7 @@ protected:
     std::unique_ptr<qormin::db::ServerAccess> m_access;
 };
 
-TEST_F(RecordLoopTest, readerWalksALargeTableInChunksWhileOtherStatementsRunBetween) {
+TEST_F(RecordLoopTest, readerStreamsALargeTableOnASecondConnectionWhileTheSideRunsStatements) {
     RecordReader reader(side(), QStringLiteral("big"), RecordReader::Mode::ReadOnly, 1000);
     ASSERT_TRUE(reader.open()) << reader.error().toStdString();
     qint64 count = 0;
@@ -87,19 +96,22 @@ TEST_F(RecordLoopTest, readerWalksALargeTableInChunksWhileOtherStatementsRunBetw
     EXPECT_EQ(reader.value(QStringLiteral("name")), QVariant());
     reader.close();
 
-    const QStringList statements = m_server->statements();
-    ASSERT_GE(statements.size(), 4);
-    EXPECT_EQ(statements.front(),
-              QStringLiteral("DECLARE qormin_cursor_1 CURSOR GLOBAL FORWARD_ONLY STATIC READ_ONLY "
-                             "FOR SELECT * FROM big\r\nOPEN qormin_cursor_1"));
-    EXPECT_EQ(statements.back(), QStringLiteral("CLOSE qormin_cursor_1\r\nDEALLOCATE qormin_cursor_1"));
-    // The setting went to the same connection between two chunks.
-    EXPECT_EQ(statements.indexOf(QStringLiteral("SET IDENTITY_INSERT t ON")), 3);
-    EXPECT_EQ(m_server->server().connectionCount(), 1);
-    const QString fetch = statements.at(1);
-    EXPECT_EQ(fetch.count(QStringLiteral("FETCH NEXT FROM qormin_cursor_1")), 1000);
-    EXPECT_TRUE(fetch.startsWith(
-        QStringLiteral("FETCH NEXT FROM qormin_cursor_1\r\nFETCH NEXT FROM qormin_cursor_1")));
+    std::map<QString, int> connectionOf;
+    for (const auto& entry : m_server->transcript()) {
+        connectionOf[entry.text] = entry.connection;
+    }
+    // The server sees the read connection go a moment after the client closed it.
+    const bool readConnectionClosed = QTest::qWaitFor([this] {
+        for (const auto& entry : m_server->transcript()) {
+            if (entry.kind == QLatin1String("disconnect") && entry.connection == 2)
+                return true;
+        }
+        return false;
+    });
+    EXPECT_EQ(connectionOf[QStringLiteral("SELECT * FROM big")], 2);
+    EXPECT_EQ(connectionOf[QStringLiteral("SET IDENTITY_INSERT t ON")], 1);
+    EXPECT_TRUE(readConnectionClosed);
+    EXPECT_EQ(m_server->statements(), (QStringList{"SELECT * FROM big", "SET IDENTITY_INSERT t ON"}));
 }
 
 TEST_F(RecordLoopTest, readerOfAFailingSelectReportsTheServersError) {
@@ -155,8 +167,8 @@ TEST_P(RecordWriterTypeTest, sendsEachValueAsItsColumnsType) {
     const InsertCase& c = GetParam();
     RecordWriter writer(side(), QStringLiteral("Target"));
     ASSERT_TRUE(writer.open()) << writer.error().toStdString();
-    QString error;
-    ASSERT_TRUE(writer.addRowByName({QString::fromUtf8(c.column)}, {c.value}, &error)) << error.toStdString();
+    const auto written = writer.addRowByName({QString::fromUtf8(c.column)}, {c.value});
+    ASSERT_TRUE(written.added && written.errors == 0) << written.lastError.toStdString();
     const auto inserts = requestsStartingWith(QStringLiteral("INSERT"));
     ASSERT_EQ(inserts.size(), 1U);
     EXPECT_EQ(inserts[0].text,
@@ -178,12 +190,11 @@ const InsertCase insertCases[] = {
     // FreeTDS declares timestamps as datetime2; the server converts to the column's datetime.
     {"w", QVariant(QDateTime(QDate(2024, 2, 29), QTime(23, 59, 58, 997))), "DATETIME2",
      "[\"2024-02-29T23:59:58.9970000\"]"},
-    {"n", QVariant(QStringLiteral("Zoë 日本 'x'")), "NVARCHAR(10)", "[\"Zoë 日本 'x'\"]"},
-    {"v", QVariant(QByteArray("\x00\xff\x10", 3)), "VARBINARY(3)", "[\"0x00FF10\"]"},
-    {"x", QVariant(QStringLiteral("long text")), "NVARCHAR(9)", "[\"long text\"]"},
+    {"n", QVariant(QStringLiteral("Zoë 日本 'x'")), "NVARCHAR(50)", "[\"Zoë 日本 'x'\"]"},
+    {"v", QVariant(QByteArray("\x00\xff\x10", 3)), "VARBINARY(8000)", "[\"0x00FF10\"]"},
+    {"x", QVariant(QStringLiteral("long text")), "NVARCHAR(4000)", "[\"long text\"]"},
     {"z", QVariant(), "INT", "[null]"},
     {"i", QVariant(QStringLiteral("42")), "INT", "[42]"},
-    {"i", QVariant(QStringLiteral("not a number")), "NVARCHAR(12)", "[\"not a number\"]"},
 };
 
 INSTANTIATE_TEST_SUITE_P(EveryType, RecordWriterTypeTest, ::testing::ValuesIn(insertCases),
@@ -191,26 +202,68 @@ INSTANTIATE_TEST_SUITE_P(EveryType, RecordWriterTypeTest, ::testing::ValuesIn(in
                              return std::string(testInfo.param.column) + "_" + std::to_string(testInfo.index);
                          });
 
-TEST_F(RecordLoopTest, writerByPositionSkipsNothingAndByNameSkipsUnknownColumns) {
+TEST_F(RecordLoopTest, writerLosesOnlyTheFieldsTheTableCannotTake) {
     RecordWriter writer(side(), QStringLiteral("Named"));
     ASSERT_TRUE(writer.open());
-    ASSERT_TRUE(writer.addRow({7, QStringLiteral("Smith")}));
-    ASSERT_TRUE(
+    const auto byPosition = writer.addRow({7, QStringLiteral("Smith")});
+    EXPECT_TRUE(byPosition.added && byPosition.errors == 0);
+    const auto byName =
         writer.addRowByName({QStringLiteral("lastname"), QStringLiteral("Missing"), QStringLiteral("IDNum")},
-                            {QStringLiteral("Brown"), 1, 8}));
+                            {QStringLiteral("Brown"), 1, 8});
+    EXPECT_TRUE(byName.added);
+    EXPECT_EQ(byName.errors, 1);
+    const auto tooMany = writer.addRow({1, 2, 3, 4});
+    EXPECT_TRUE(tooMany.added);
+    EXPECT_EQ(tooMany.errors, 1);
+    const auto nothingFits = writer.addRow({QStringLiteral("not a number")});
+    EXPECT_TRUE(nothingFits.added);
+    EXPECT_EQ(nothingFits.errors, 1);
     const auto inserts = requestsStartingWith(QStringLiteral("INSERT"));
-    ASSERT_EQ(inserts.size(), 2U);
+    ASSERT_EQ(inserts.size(), 4U);
     EXPECT_EQ(inserts[0].text, QStringLiteral("INSERT INTO Named ([IDNum], [LastName]) VALUES (@P1, @P2)"));
     EXPECT_EQ(inserts[1].text, QStringLiteral("INSERT INTO Named ([LastName], [IDNum]) VALUES (@P1, @P2)"));
     EXPECT_EQ(inserts[1].parameters[1].toObject().value(QLatin1String("value")), QJsonValue(8));
-    EXPECT_FALSE(writer.addRow({1, 2, 3, 4}));
+    EXPECT_EQ(inserts[2].text,
+              QStringLiteral("INSERT INTO Named ([IDNum], [LastName], [Extra]) VALUES (@P1, @P2, @P3)"));
+    EXPECT_EQ(inserts[3].text, QStringLiteral("INSERT INTO Named DEFAULT VALUES"));
+}
+
+// Rows handed over together are written exactly as one by one: same statements in the same
+// order, same values, same errors, refused rows in the middle included.
+TEST_F(RecordLoopTest, rowsHandedOverTogetherGoInAsOneByOne) {
+    const std::vector<std::vector<QVariant>> rows{{1, QStringLiteral("a")},        {2, QStringLiteral("Bad")},
+                                                  {3, QStringLiteral("c")},        {4, QStringLiteral("d")},
+                                                  {5, QStringLiteral("too long")}, {6, QStringLiteral("f")}};
+    auto sentInserts = [this] {
+        QStringList sent;
+        for (const auto& entry : requestsStartingWith(QStringLiteral("INSERT"))) {
+            sent.append(entry.text + QLatin1Char(' ') +
+                        QString::fromUtf8(QJsonDocument(entry.parameters).toJson(QJsonDocument::Compact)));
+        }
+        m_server->clearTranscript();
+        return sent;
+    };
+    RecordWriter oneByOne(side(), QStringLiteral("Strict"));
+    ASSERT_TRUE(oneByOne.open());
+    int errorsOneByOne = 0;
+    for (const auto& row : rows) {
+        errorsOneByOne += oneByOne.addRow(row).errors;
+    }
+    const QStringList singly = sentInserts();
+    RecordWriter together(side(), QStringLiteral("Strict"));
+    ASSERT_TRUE(together.open());
+    const int errorsTogether = together.addRows(rows).errors;
+    EXPECT_EQ(sentInserts(), singly);
+    EXPECT_EQ(errorsTogether, errorsOneByOne);
+    EXPECT_EQ(errorsOneByOne, 3); // the refused field of row 2, row 3, the long value of row 5
+    EXPECT_EQ(singly.size(), 7);  // row 2 twice
 }
 
 TEST_F(RecordLoopTest, scriptOnlyCollectsInsertsAndUpdatesAsLiteralStatements) {
     m_access->setScriptOnly(true);
     RecordWriter writer(side(), QStringLiteral("Named"));
     ASSERT_TRUE(writer.open());
-    ASSERT_TRUE(writer.addRow({7, QStringLiteral("O'Brien")}));
+    ASSERT_TRUE(writer.addRow({7, QStringLiteral("O'Brien")}).added);
     RecordReader reader(side(), QStringLiteral("Patients"), RecordReader::Mode::Updatable);
     ASSERT_TRUE(reader.open());
     ASSERT_TRUE(reader.next());

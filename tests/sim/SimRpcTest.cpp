@@ -7,7 +7,9 @@
 namespace qormin::test {
 namespace {
 
-const QByteArray scenario = R"json({"rules": [{"regex": "^INSERT INTO ", "response": {"rowCount": 1}}]})json";
+const QByteArray scenario = R"json({"rules": [
+  {"prefix": "INSERT INTO t ([a])", "parameters": {"@P1": 25}, "response": {"error": {"number": 2627, "text": "dup"}}},
+  {"regex": "^INSERT INTO ", "response": {"rowCount": 1}}]})json";
 
 struct ParameterCase {
     const char* name;
@@ -103,6 +105,27 @@ TEST_F(SimRpcTest, preparedStatementRunsAgainByHandle) {
     }
     EXPECT_EQ(texts, QStringList(3, QStringLiteral("INSERT INTO t ([a]) VALUES (@P1)")));
     EXPECT_EQ(values, (QList<int>{10, 20, 30}));
+}
+
+// A rule with "parameters" refuses only the execution whose value matches, by handle too.
+TEST_F(SimRpcTest, ruleWithParametersAnswersOnlyTheMatchingValues) {
+    SQLHSTMT statement = client.statement();
+    std::u16string text = QStringLiteral("INSERT INTO t ([a]) VALUES (?)").toStdU16String();
+    ASSERT_TRUE(SQL_SUCCEEDED(SQLPrepareW(statement, reinterpret_cast<SQLWCHAR*>(text.data()), SQL_NTS)));
+    SQLINTEGER number = 0;
+    SQLLEN indicator = 0;
+    SQLBindParameter(statement, 1, SQL_PARAM_INPUT, SQL_C_SLONG, SQL_INTEGER, 0, 0, &number, 0, &indicator);
+    QList<bool> succeeded;
+    for (number = 15; number <= 35; number += 10) {
+        SQLRETURN rc = SQLExecute(statement);
+        bool ok = SQL_SUCCEEDED(rc);
+        while (rc != SQL_NO_DATA && rc != SQL_INVALID_HANDLE) {
+            rc = SQLMoreResults(statement);
+            ok = ok && rc != SQL_ERROR;
+        }
+        succeeded.append(ok);
+    }
+    EXPECT_EQ(succeeded, (QList<bool>{true, false, true}));
 }
 
 } // namespace
