@@ -132,6 +132,7 @@ frmMain::frmMain(const platform::PlatformServices& services, QWidget* parent)
 }
 
 frmMain::~frmMain() {
+    m_parts->services.settings->setProblemReporter({});
     // Pages and subsidiary windows use the server access and the services: they go first.
     for (auto& [name, window] : m_parts->windows)
         delete window.data();
@@ -352,6 +353,7 @@ void frmMain::Form_Load() {
     show();
     QCoreApplication::processEvents();
     Q_EMIT painted();
+    store.setProblemReporter([this](const QString& problem) { serverAccess().LogError(problem); });
     // The shell and the ODBC driver choice are ready before anything connects.
     p.options->load();
     for (int side = 0; side < sideCount; ++side)

@@ -1,5 +1,6 @@
 #include "platform/SettingsStore.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -50,10 +51,33 @@ std::unique_ptr<SettingsStore> SettingsStore::openDefault() {
 #endif
 }
 
+// A file that does not read as settings is set aside under a new name, never written over: the
+// operator can still recover what it held.
 std::unique_ptr<SettingsStore> SettingsStore::openFile(const QString& path) {
     preparePrivateFile(path);
     auto settings = std::make_unique<QSettings>(path, QSettings::IniFormat);
-    return std::unique_ptr<SettingsStore>(new SettingsStore(std::move(settings)));
+    QString problem;
+    if (settings->status() == QSettings::FormatError) {
+        settings.reset();
+        const QString aside = path + QStringLiteral(".unreadable-") +
+                              QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-hhmmss"));
+        const bool moved = QFile::rename(path, aside);
+        problem = moved ? QStringLiteral("The settings file %1 could not be read; it was kept as %2 and the "
+                                         "defaults are used.")
+                              .arg(path, aside)
+                        : QStringLiteral("The settings file %1 could not be read and could not be set aside; "
+                                         "the defaults are used and changes are not saved.")
+                              .arg(path);
+        if (moved)
+            preparePrivateFile(path);
+        settings = std::make_unique<QSettings>(path, QSettings::IniFormat);
+    } else if (settings->status() == QSettings::AccessError) {
+        problem = QStringLiteral("The settings file %1 could not be read; the defaults are used.").arg(path);
+    }
+    auto store = std::unique_ptr<SettingsStore>(new SettingsStore(std::move(settings)));
+    if (!problem.isEmpty())
+        store->report(problem);
+    return store;
 }
 
 QString SettingsStore::defaultFilePath() {
@@ -75,6 +99,25 @@ QString SettingsStore::getSetting(const QString& section, const QString& key,
 void SettingsStore::saveSetting(const QString& section, const QString& key, const QString& value) {
     m_settings->setValue(qualifiedKey(section, key), value);
     m_settings->sync();
+    if (m_settings->status() == QSettings::NoError || m_saveProblemTold)
+        return;
+    m_saveProblemTold = true;
+    report(QStringLiteral("Settings cannot be saved to %1; changes are kept only until the program ends.")
+               .arg(location()));
+}
+
+void SettingsStore::setProblemReporter(std::function<void(const QString&)> reporter) {
+    m_reporter = std::move(reporter);
+    const QStringList pending = std::exchange(m_pendingProblems, {});
+    for (const QString& problem : pending)
+        report(problem);
+}
+
+void SettingsStore::report(const QString& problem) {
+    if (m_reporter)
+        m_reporter(problem);
+    else
+        m_pendingProblems.append(problem);
 }
 
 QString SettingsStore::location() const {

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
+#include <functional>
 #include <memory>
 
 class QSettings;
@@ -27,9 +29,19 @@ public:
 
     QString location() const;
 
+    // What went wrong with the store, in words for the operator: a file that could not be read
+    // (set aside, defaults used) or values that could not be saved. Problems found before a
+    // reporter is set wait for it; each kind is told once.
+    void setProblemReporter(std::function<void(const QString&)> reporter);
+
 private:
     explicit SettingsStore(std::unique_ptr<QSettings> settings);
+    void report(const QString& problem);
+
     std::unique_ptr<QSettings> m_settings;
+    std::function<void(const QString&)> m_reporter;
+    QStringList m_pendingProblems;
+    bool m_saveProblemTold = false;
 };
 
 } // namespace qormin::platform

@@ -1,11 +1,14 @@
 #include "QStringPrinter.h"
 #include "SimTestServer.h"
 
+#include "platform/SettingsStore.h"
+
 #include <QDir>
 #include <QFile>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
+#include <array>
 #include <gtest/gtest.h>
 
 namespace {
@@ -97,6 +100,39 @@ TEST(ExecutableTest, demoConnectsBothSidesToASimulatorProcess) {
                                  "print lblDBCount(0)\nprint lblDBCount(1)\n");
     EXPECT_EQ(run.exitCode, 0) << run.errors.toStdString();
     EXPECT_TRUE(run.output.contains(QStringLiteral("\n18\n18\n"))) << run.output.toStdString();
+}
+
+// Two instances saving fields into one settings file at the same time lose none of each
+// other's values: every save merges with what is on disk under the store's lock.
+TEST(ExecutableTest, twoInstancesSavingAtOnceLoseNothing) {
+    QTemporaryDir folder;
+    const QString settings = folder.filePath(QStringLiteral("settings.ini"));
+    constexpr int rounds = 40;
+    std::array<QProcess, 2> tools;
+    for (int instance = 0; instance < 2; ++instance) {
+        QByteArray batch;
+        for (int round = 1; round <= rounds; ++round)
+            for (int box = 3 * instance; box < 3 * instance + 3; ++box)
+                batch += QStringLiteral("set txtRestoreTO(%1) %2%3\n")
+                             .arg(box)
+                             .arg(QChar(u'A' + instance))
+                             .arg(round)
+                             .toUtf8();
+        tools[instance].start(
+            QStringLiteral(QORMIN_DBTOOLS_PATH),
+            {QStringLiteral("--settings"), settings, QStringLiteral("--batch"), QStringLiteral("-")});
+        ASSERT_TRUE(tools[instance].waitForStarted());
+        tools[instance].write(batch);
+        tools[instance].closeWriteChannel();
+    }
+    for (auto& tool : tools) {
+        ASSERT_TRUE(tool.waitForFinished(120000));
+        EXPECT_EQ(tool.exitCode(), 0) << tool.readAllStandardError().toStdString();
+    }
+    const auto store = qormin::platform::SettingsStore::openFile(settings);
+    for (int box = 0; box < 6; ++box)
+        EXPECT_EQ(store->getSetting(QStringLiteral("txtRestoreTO"), QStringLiteral("DB%1").arg(box)),
+                  QStringLiteral("%1%2").arg(QChar(u'A' + box / 3)).arg(rounds));
 }
 
 TEST(ExecutableTest, missingBatchFileIsReportedWithStatusTwo) {

@@ -1,7 +1,9 @@
 #include "platform/SettingsStore.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -80,3 +82,64 @@ INSTANTIATE_TEST_SUITE_P(Values, SettingsValueRoundTripTest,
                                          "true", "0"));
 
 } // namespace
+
+struct DamagedFileCase {
+    const char* name;
+    QByteArray contents;
+    bool setAside; // the file does not read as settings: kept under another name, defaults used
+};
+
+class DamagedSettingsFileTest : public testing::TestWithParam<DamagedFileCase> {};
+
+// A damaged file never crashes the store or loses what it held: unreadable contents are set
+// aside and said so, values that read are used, and saving works afterwards.
+TEST_P(DamagedSettingsFileTest, givesDefaultsOrItsValuesAndSavesAgain) {
+    QTemporaryDir folder;
+    const QString file = folder.filePath(QStringLiteral("settings.ini"));
+    QFile damaged(file);
+    ASSERT_TRUE(damaged.open(QIODevice::WriteOnly));
+    damaged.write(GetParam().contents);
+    damaged.close();
+    QStringList problems;
+    auto store = SettingsStore::openFile(file);
+    store->setProblemReporter([&problems](const QString& problem) { problems.append(problem); });
+    EXPECT_EQ(store->getSetting(QStringLiteral("MAIN"), QStringLiteral("txtUserID0"), QStringLiteral("sa")),
+              QStringLiteral("sa"));
+    store->saveSetting(QStringLiteral("MAIN"), QStringLiteral("txtUserID1"), QStringLiteral("admin"));
+    EXPECT_EQ(SettingsStore::openFile(file)->getSetting(QStringLiteral("MAIN"), QStringLiteral("txtUserID1")),
+              QStringLiteral("admin"));
+    const QStringList aside = QDir(folder.path()).entryList({QStringLiteral("settings.ini.unreadable-*")});
+    EXPECT_EQ(aside.size(), GetParam().setAside ? 1 : 0);
+    EXPECT_EQ(problems.size(), GetParam().setAside ? 1 : 0) << problems.join(u'\n').toStdString();
+    if (GetParam().setAside) {
+        QFile kept(folder.filePath(aside.value(0)));
+        ASSERT_TRUE(kept.open(QIODevice::ReadOnly));
+        EXPECT_EQ(kept.readAll(), GetParam().contents);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Files, DamagedSettingsFileTest,
+    testing::Values(DamagedFileCase{"binary", QByteArray::fromHex("00ff10fe7f0a5b00"), true},
+                    DamagedFileCase{"invalidUtf8", QByteArray("[MAIN]\ntxtServer0=\xff\xfe\xfd\n"), false},
+                    DamagedFileCase{"unclosedSection", QByteArray("[MAIN\ntxtUserID0\n=x\n"), true},
+                    DamagedFileCase{"wrongShape", QByteArray("[MAIN]\ntxtUserID0=@Variant(\\0\\0\\0\\x7f)\n"),
+                                    false},
+                    DamagedFileCase{"empty", QByteArray(), false}),
+    [](const auto& test) { return std::string(test.param.name); });
+
+TEST(SettingsStoreSaveTest, aStoreThatCannotSaveSaysSoOnceAndKeepsWorking) {
+    QTemporaryDir folder;
+    // A folder where the file should be: nothing can be written there, not even by root.
+    const QString file = folder.filePath(QStringLiteral("settings.ini"));
+    ASSERT_TRUE(QDir().mkpath(file));
+    auto store = SettingsStore::openFile(file);
+    QStringList problems;
+    store->setProblemReporter([&problems](const QString& problem) { problems.append(problem); });
+    store->saveSetting(QStringLiteral("MAIN"), QStringLiteral("txtUserID0"), QStringLiteral("admin"));
+    store->saveSetting(QStringLiteral("MAIN"), QStringLiteral("txtUserID1"), QStringLiteral("admin"));
+    EXPECT_EQ(problems.filter(QRegularExpression(QStringLiteral("^Settings cannot be saved to "))).size(), 1)
+        << problems.join(u'\n').toStdString();
+    EXPECT_EQ(store->getSetting(QStringLiteral("MAIN"), QStringLiteral("txtUserID0")),
+              QStringLiteral("admin"));
+}
