@@ -26,7 +26,7 @@ struct FileCopyOutcome {
 // existing target stays as it was). Runs on whatever thread calls it.
 class ChunkedFileCopy {
 public:
-    static constexpr std::size_t defaultChunkBytes = std::size_t{8} << 20;
+    static constexpr std::size_t defaultChunkBytes = std::size_t{64} << 20;
 
     static FileCopyOutcome copy(const std::filesystem::path& source, const std::filesystem::path& target,
                                 FileCopyProgress& progress, std::size_t chunkBytes = defaultChunkBytes);
