@@ -11,7 +11,7 @@ if ! command -v "$compiler" >/dev/null; then
 fi
 
 mapfile -t sources < <(cd "$root" && find src -name 'Win32*.cpp' | sort)
-sources+=(src/net/SendKeysParser.cpp)
+sources+=(src/net/SendKeysParser.cpp src/platform/ChunkedFileCopy.cpp)
 
 status=0
 for source in "${sources[@]}"; do

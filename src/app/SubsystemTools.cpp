@@ -10,8 +10,8 @@ namespace qormin::app {
 
 // One line per subsystem, in the order their buttons should appear.
 void installSubsystemTools(window::MainWindowContext& context) {
-    (void)context;
-    net::NetworkSharePage::install(context);
+    net::NetworkSharePage* shares = net::NetworkSharePage::install(context);
+    context.provideClearConnections([shares](int side) { shares->cmdClearConnections_Click(side); });
     dbfiles::installDatabaseFileTools(context);
     tablecopy::installTableCopyTools(context);
     anonymize::ConfigAnonymizePage::install(context);

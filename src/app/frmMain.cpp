@@ -115,6 +115,7 @@ struct frmMain::Parts {
     QTimer* tmrDoEv = nullptr;
     QLabel* lblBusy = nullptr;
     HandlerGate* gate = nullptr;
+    std::function<void(int)> clearConnections;
 };
 
 frmMain::frmMain(const platform::PlatformServices& services, QWidget* parent)
@@ -379,6 +380,9 @@ void frmMain::Form_Load() {
     p.txtBackupDrive->setText(store.getSetting(backupDrive.section, backupDrive.key,
                                                startupDefault(QStringLiteral("txtBackupDrive"))));
     setWindowTitle(windowTitle() + QStringLiteral(" v.") + applicationVersion());
+    // The mirroring page's inner strip always opens on its first page.
+    if (auto* innerTabs = findChild<QTabWidget*>(QStringLiteral("SSTab2")))
+        innerTabs->setCurrentIndex(0);
     p.Timer1->start();
     p.tmrDoEv->start();
 }
@@ -616,6 +620,19 @@ controls::FileListBox* frmMain::fileAttach() {
 
 bool frmMain::stopRequested() {
     return m_parts->chkStop->isChecked();
+}
+
+void frmMain::cmdClearConnections_Click(int side) {
+    if (m_parts->clearConnections)
+        m_parts->clearConnections(side);
+}
+
+void frmMain::provideClearConnections(std::function<void(int side)> handler) {
+    m_parts->clearConnections = std::move(handler);
+}
+
+void frmMain::showStatusMessage(const QString& text, int milliseconds) {
+    statusBar()->showMessage(text, milliseconds);
 }
 
 QWidget* frmMain::page(int index) {

@@ -81,6 +81,9 @@ public:
     controls::FileListBox* File2() override;
     controls::FileListBox* fileAttach() override;
     bool stopRequested() override;
+    void cmdClearConnections_Click(int side) override;
+    void provideClearConnections(std::function<void(int side)> handler) override;
+    void showStatusMessage(const QString& text, int milliseconds) override;
     QWidget* page(int index) override;
     QBoxLayout* sideButtons(int side) override;
     QBoxLayout* pageToolArea(int index) override;

@@ -1,9 +1,8 @@
 #include "dbfiles/BackupTools.h"
 
-#include "controls/FlexGrid.h"
-#include "db/HeaderRowPass.h"
 #include "db/NameGuard.h"
 #include "db/ServerAccess.h"
+#include "dbfiles/AllDatabasesPass.h"
 #include "dbfiles/BackupStatements.h"
 #include "window/MainWindowContext.h"
 
@@ -16,7 +15,7 @@ namespace qormin::dbfiles {
 BackupTools::BackupTools(window::MainWindowContext& context) : m_context(context) {}
 
 void BackupTools::cmdBackup_Click(int index) {
-    forEachDatabase(index, StopBox::Ignored, [this, index] {
+    forEachDatabase(m_context, index, StopBox::Ignored, [this, index] {
         const QString folder = m_context.txtBackupDrive()->text();
         const bool logOnly = m_context.chkLogOnly()->isChecked();
         if (!admitted({database(), folder}))
@@ -29,7 +28,7 @@ void BackupTools::cmdBackup_Click(int index) {
 }
 
 void BackupTools::cmdFullRecovery_Click(int index) {
-    forEachDatabase(index, StopBox::Ignored, [this, index] {
+    forEachDatabase(m_context, index, StopBox::Ignored, [this, index] {
         if (admitted({database()}))
             execute(index, BackupStatements::fullRecovery(database()));
     });
@@ -37,7 +36,7 @@ void BackupTools::cmdFullRecovery_Click(int index) {
 
 void BackupTools::cmdMakeSimple_Click() {
     constexpr int rightSide = 1;
-    forEachDatabase(rightSide, StopBox::EndsPass, [this] {
+    forEachDatabase(m_context, rightSide, StopBox::EndsPass, [this] {
         if (admitted({database()}))
             execute(rightSide, BackupStatements::simpleRecovery(database()));
     });
@@ -51,24 +50,6 @@ void BackupTools::Command1_Click() {
 void BackupTools::Command2_Click() {
     if (admitted({database()}))
         openOnLeft(BackupStatements::multiUser(database()));
-}
-
-void BackupTools::forEachDatabase(int side, StopBox stopBox, const std::function<void()>& step) {
-    if (!m_context.chkALL()->isChecked()) {
-        step();
-        return;
-    }
-    controls::FlexGrid* grid = m_context.GridDB(side);
-    const int rows = grid->Rows();
-    for (int row = 0; row < rows; ++row) {
-        const db::HeaderRowPass headerRow(m_context.serverAccess(), row == 0);
-        m_context.txtDB()->setText(grid->TextMatrix(row, 0));
-        step();
-        if (!m_context.chkALL()->isChecked())
-            return;
-        if (stopBox == StopBox::EndsPass && m_context.stopRequested())
-            return;
-    }
 }
 
 void BackupTools::execute(int side, const QString& sql) {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QString>
-#include <functional>
 
 namespace qormin::window {
 class MainWindowContext;
@@ -24,11 +23,6 @@ public:
 private:
     // False (and a log line) when a name may not go into a statement: the step is skipped.
     bool admitted(std::initializer_list<QString> names);
-    enum class StopBox { Ignored, EndsPass };
-
-    // Row 0 is the grid's header and is processed like any database; the row count is read
-    // once. Clearing chkALL ends the pass after the current database.
-    void forEachDatabase(int side, StopBox stopBox, const std::function<void()>& step);
     void execute(int side, const QString& sql);
     void openOnLeft(const QString& sql);
     QString database() const;

@@ -1,8 +1,13 @@
 #include "dbfiles/DatabaseFileTools.h"
 
 #include "controls/FileListBox.h"
+#include "dbfiles/AttachTools.h"
+#include "dbfiles/BackupFileCopier.h"
 #include "dbfiles/BackupFileRenamer.h"
 #include "dbfiles/BackupTools.h"
+#include "dbfiles/CopyProgressPanel.h"
+#include "dbfiles/MirroringPage.h"
+#include "dbfiles/MirroringTools.h"
 #include "dbfiles/RestoreTools.h"
 #include "window/MainWindowContext.h"
 
@@ -21,6 +26,7 @@ namespace {
 constexpr int mainToolsPage = window::Tab::MainTools;
 constexpr int restorePage = window::Tab::Restore;
 constexpr int restoreDirPage = window::Tab::RestoreDir;
+constexpr int mirroringPage = window::Tab::Mirroring;
 
 QString indexed(const char* name, int side) {
     return QString::fromLatin1(name) + QLatin1Char('(') + QString::number(side) + QLatin1Char(')');
@@ -31,13 +37,17 @@ QString indexed(const char* name, int side) {
 DatabaseFileTools::DatabaseFileTools(window::MainWindowContext& context)
     : QObject(context.page(mainToolsPage)), m_context(context),
       m_backup(std::make_unique<BackupTools>(context)), m_restore(std::make_unique<RestoreTools>(context)),
-      m_renamer(std::make_unique<BackupFileRenamer>(context)) {
+      m_renamer(std::make_unique<BackupFileRenamer>(context)), m_copier(new BackupFileCopier(context, this)),
+      m_attach(std::make_unique<AttachTools>(context, *m_copier,
+                                             [this](int side) { m_mirroring->cmdMakeOnline_Click(side); })) {
     setObjectName(QStringLiteral("DatabaseFileTools"));
+    addMirroringPage();
     for (int side = 0; side < window::MainWindowContext::sideCount; ++side)
         addSideButtons(side);
     addMainToolsButtons();
     addRestorePageButtons();
     addRestoreDirPageControls();
+    addCopyProgress();
 }
 
 DatabaseFileTools::~DatabaseFileTools() = default;
@@ -52,6 +62,12 @@ void DatabaseFileTools::addSideButtons(int side) {
             &QPushButton::clicked, this, [this, side] { m_restore->cmdRestoreFileList_Click(side); });
     connect(addButton(buttons, indexed("cmdRestore", side), tr("Restore")), &QPushButton::clicked, this,
             [this, side] { m_restore->cmdRestore_Click(side); });
+    connect(addButton(buttons, indexed("cmdCopy", side), tr("Copy ->")), &QPushButton::clicked, this,
+            [this, side] { m_attach->cmdCopy_Click(side); });
+    connect(addButton(buttons, indexed("cmdDrop", side), tr("DropDB")), &QPushButton::clicked, this,
+            [this, side] { m_attach->cmdDrop_Click(side); });
+    connect(addButton(buttons, indexed("cmdDropAll", side), tr("Drop ALL")), &QPushButton::clicked, this,
+            [this, side] { m_attach->cmdDropAll_Click(side); });
 }
 
 void DatabaseFileTools::addMainToolsButtons() {
@@ -79,8 +95,14 @@ void DatabaseFileTools::addRestorePageButtons() {
 void DatabaseFileTools::addRestoreDirPageControls() {
     QBoxLayout* area = m_context.pageToolArea(restoreDirPage);
     QWidget* page = m_context.page(restoreDirPage);
-    connect(addButton(area, QStringLiteral("cmdRestoretoMain"), tr("Restore ALL to Main")),
+    auto* row = new QHBoxLayout;
+    area->addLayout(row);
+    connect(addButton(row, QStringLiteral("cmdRestoretoMain"), tr("Restore ALL to Main")),
             &QPushButton::clicked, this, [this] { m_restore->cmdRestoretoMain_Click(); });
+    connect(addButton(row, QStringLiteral("cmdAttachAll"), tr("Attach All (right)")), &QPushButton::clicked,
+            this, [this] { m_attach->cmdAttachAll_Click(); });
+    connect(addButton(row, QStringLiteral("cmdDetachAll"), tr("Detach All (right)")), &QPushButton::clicked,
+            this, [this] { m_attach->cmdDetachAll_Click(); });
 
     auto* frame = new QGroupBox(tr("2. Rename"), page);
     frame->setObjectName(QStringLiteral("fraRename"));
@@ -96,6 +118,29 @@ void DatabaseFileTools::addRestoreDirPageControls() {
             &QPushButton::clicked, this, [this] { m_renamer->cmdRenameDir_Click(m_txtSeparator->text()); });
     layout->addStretch(1);
     area->addWidget(frame);
+}
+
+void DatabaseFileTools::addCopyProgress() {
+    auto* panel = new CopyProgressPanel(m_copier->runner(), m_context.page(mainToolsPage));
+    panel->setObjectName(QStringLiteral("CopyProgressPanel"));
+    m_context.pageToolArea(mainToolsPage)->addWidget(panel);
+    m_context.allowWhileBusy(panel->cmdCancelCopy());
+}
+
+void DatabaseFileTools::addMirroringPage() {
+    QWidget* page = m_context.page(mirroringPage);
+    m_mirroringPage = new MirroringPage(page);
+    m_mirroring =
+        std::make_unique<MirroringTools>(m_context, *m_backup, *m_restore, *m_attach, *m_copier,
+                                         [this](int index) { return m_mirroringPage->scriptText(index); });
+    m_mirroringPage->connectTools(*m_mirroring);
+    QBoxLayout* area = m_context.pageToolArea(mirroringPage);
+    area->addWidget(m_mirroringPage);
+    // The page's own stretch would leave the scripts a sliver of its height.
+    if (auto* outer = qobject_cast<QBoxLayout*>(page->layout())) {
+        for (int item = 0; item < outer->count(); ++item)
+            outer->setStretch(item, outer->itemAt(item)->layout() == area ? 1 : 0);
+    }
 }
 
 QPushButton* DatabaseFileTools::addButton(QBoxLayout* layout, const QString& name, const QString& caption) {

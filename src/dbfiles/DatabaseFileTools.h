@@ -13,8 +13,12 @@ class MainWindowContext;
 
 namespace qormin::dbfiles {
 
+class AttachTools;
+class BackupFileCopier;
 class BackupFileRenamer;
 class BackupTools;
+class MirroringPage;
+class MirroringTools;
 class RestoreTools;
 
 // The backup, recovery-model and restore buttons of the main window, wired to their handlers.
@@ -27,6 +31,9 @@ public:
 
     BackupTools& backupTools() { return *m_backup; }
     RestoreTools& restoreTools() { return *m_restore; }
+    AttachTools& attachTools() { return *m_attach; }
+    MirroringTools& mirroringTools() { return *m_mirroring; }
+    BackupFileCopier& copier() { return *m_copier; }
     QLineEdit* txtSeparator() const { return m_txtSeparator; }
 
 private:
@@ -34,12 +41,18 @@ private:
     void addMainToolsButtons();
     void addRestorePageButtons();
     void addRestoreDirPageControls();
+    void addCopyProgress();
+    void addMirroringPage();
     QPushButton* addButton(QBoxLayout* layout, const QString& name, const QString& caption);
 
     window::MainWindowContext& m_context;
     std::unique_ptr<BackupTools> m_backup;
     std::unique_ptr<RestoreTools> m_restore;
     std::unique_ptr<BackupFileRenamer> m_renamer;
+    BackupFileCopier* m_copier;
+    std::unique_ptr<AttachTools> m_attach;
+    std::unique_ptr<MirroringTools> m_mirroring;
+    MirroringPage* m_mirroringPage = nullptr;
     QLineEdit* m_txtSeparator = nullptr;
 };
 

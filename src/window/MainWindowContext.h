@@ -85,6 +85,12 @@ public:
     virtual void GridDB_DblClick(int side) = 0;
     // True when chkStop is ticked; loops call it between items.
     virtual bool stopRequested() = 0;
+    // Ends every session on txtDB's database on that side: the share tools' handler, which the
+    // drop-all of the database-file tools runs before each drop. Nothing until one is provided.
+    virtual void cmdClearConnections_Click(int side) = 0;
+    virtual void provideClearConnections(std::function<void(int side)> handler) = 0;
+    // A notice in the window's status area for that long; it asks nothing and blocks nothing.
+    virtual void showStatusMessage(const QString& text, int milliseconds) = 0;
 
     // The page of SSTab1 with that index (Tab::MainTools ... Tab::TransferData).
     virtual QWidget* page(int index) = 0;

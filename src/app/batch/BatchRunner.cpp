@@ -300,6 +300,15 @@ QString BatchRunner::set(QWidget* control, const QString& value) {
         spin->setValue(number);
         return QString();
     }
+    // An inner tab strip (SSTab2) turns to a page by its index; SSTab1 has "page N".
+    if (auto* tabs = qobject_cast<QTabWidget*>(control)) {
+        bool ok = false;
+        const int index = value.toInt(&ok);
+        if (!ok || index < 0 || index >= tabs->count())
+            return QStringLiteral("no page \"") + value + QStringLiteral("\" in ") + control->objectName();
+        tabs->setCurrentIndex(index);
+        return QString();
+    }
     return QStringLiteral("\"") + control->objectName() + QStringLiteral("\" has no text to set");
 }
 

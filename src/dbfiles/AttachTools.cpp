@@ -1,0 +1,176 @@
+#include "dbfiles/AttachTools.h"
+
+#include "controls/FileListBox.h"
+#include "controls/FlexGrid.h"
+#include "db/EventLoopYield.h"
+#include "db/HeaderRowPass.h"
+#include "db/NameGuard.h"
+#include "db/ServerAccess.h"
+#include "dbfiles/AllDatabasesPass.h"
+#include "dbfiles/AttachStatements.h"
+#include "dbfiles/BackupFileCopier.h"
+#include "dbfiles/BackupFileNames.h"
+#include "window/MainWindowContext.h"
+
+#include <QCheckBox>
+#include <QEventLoop>
+#include <QLineEdit>
+#include <QTimer>
+
+namespace qormin::dbfiles {
+
+namespace {
+
+constexpr int rightSide = 1;
+constexpr int namesShownInNotice = 3;
+
+QString sideName(int side) {
+    return side == 0 ? QStringLiteral("left") : QStringLiteral("right");
+}
+
+QString noticeText(int index, const QStringList& databases, int milliseconds) {
+    QString shown = databases.mid(0, namesShownInNotice).join(QStringLiteral(", "));
+    if (databases.size() > namesShownInNotice)
+        shown += QStringLiteral(", ...");
+    const QString what =
+        index == 0 ? QStringLiteral("ends the sessions of and makes online ") : QStringLiteral("drops ");
+    return QStringLiteral("Drop ALL (%1) %2%3 databases (%4) in %5 s: tick STOP to keep them")
+        .arg(sideName(index), what)
+        .arg(databases.size())
+        .arg(shown)
+        .arg((milliseconds + 999) / 1000);
+}
+
+} // namespace
+
+AttachTools::AttachTools(window::MainWindowContext& context, BackupFileCopier& copier,
+                         std::function<void(int side)> makeOnline)
+    : m_context(context), m_copier(copier), m_makeOnline(std::move(makeOnline)) {}
+
+void AttachTools::cmdAttachAll_Click() {
+    controls::FileListBox* files = m_context.fileAttach();
+    const int count = files->ListCount();
+    for (int file = 0; file < count; ++file) {
+        m_context.txtDB()->setText(BackupFileNames::databaseNameFromFile(files->List(file)));
+        const QString database = m_context.txtDB()->text();
+        const QString folder = m_context.txtRestoreDir()->text();
+        // No file test: the attempt whose log file exists attaches, the others fail and are logged.
+        if (admitted({database, folder})) {
+            for (const QString& sql : AttachStatements::attachAttempts(database, folder))
+                m_context.serverAccess().ExecuteSQL(rightSide, sql);
+        }
+        if (m_context.stopRequested()) {
+            m_context.chkStop()->setChecked(false);
+            return;
+        }
+    }
+}
+
+void AttachTools::cmdDetachAll_Click() {
+    forEachDatabase(m_context, rightSide, StopBox::Ignored, [this] {
+        const QString database = m_context.txtDB()->text();
+        if (!admitted({database}))
+            return;
+        m_context.serverAccess().ExecuteSQL(rightSide, AttachStatements::detach(database));
+        m_context.Timer1_Timer();
+    });
+}
+
+void AttachTools::cmdDrop_Click(int index) {
+    if (index == 0)
+        return;
+    const QString database = m_context.txtDB()->text();
+    if (!admitted({database}))
+        return;
+    m_context.serverAccess().ExecuteSQL(index, AttachStatements::drop(database));
+    controls::FlexGrid* grid = m_context.GridDB(rightSide);
+    grid->setRow(grid->Rows() > 1 ? 1 : 0);
+    m_context.GridDB_Click(rightSide);
+    m_context.cmdRefreshDB_Click(index);
+}
+
+// The names are taken before the first drop: each drop refreshes the grid, and the pass must
+// still reach every database that was listed when the button was pressed.
+void AttachTools::cmdDropAll_Click(int index) {
+    controls::FlexGrid* grid = m_context.GridDB(index);
+    QStringList databases;
+    for (int row = 0; row < grid->Rows(); ++row)
+        databases.append(grid->TextMatrix(row, 0));
+    if (!announceDropAll(index, databases))
+        return;
+    for (int row = 0; row < databases.size(); ++row) {
+        const db::HeaderRowPass headerRow(m_context.serverAccess(), row == 0);
+        m_context.txtDB()->setText(databases.at(row));
+        if (admitted({databases.at(row)})) {
+            m_context.cmdClearConnections_Click(index);
+            m_makeOnline(index);
+            cmdDrop_Click(index);
+        }
+        yieldToEventLoop();
+    }
+}
+
+bool AttachTools::announceDropAll(int index, const QStringList& databases) {
+    if (m_context.serverAccess().scriptOnly() || m_dropAllNotice <= 0)
+        return true;
+    const QString notice = noticeText(index, databases, m_dropAllNotice);
+    m_context.showStatusMessage(notice, m_dropAllNotice);
+    m_context.serverAccess().LogMessage(notice);
+    if (!m_context.stopRequested()) {
+        const db::EventLoopYield yield;
+        QEventLoop wait;
+        QTimer::singleShot(m_dropAllNotice, &wait, &QEventLoop::quit);
+        QObject::connect(m_context.chkStop(), &QCheckBox::toggled, &wait, [&wait](bool on) {
+            if (on)
+                wait.quit();
+        });
+        wait.exec();
+    }
+    if (!m_context.stopRequested())
+        return true;
+    m_context.showStatusMessage(QString(), 0);
+    m_context.serverAccess().LogMessage(QStringLiteral("Drop ALL (") + sideName(index) +
+                                        QStringLiteral(") not started: STOP is ticked"));
+    return false;
+}
+
+void AttachTools::cmdCopy_Click(int index) {
+    yieldToEventLoop();
+    m_filesThisPass = 0;
+    m_copyStopped = false;
+    forEachDatabase(m_context, index, StopBox::EndsPass, [this] {
+        if (m_copyStopped)
+            return;
+        copyBackupsOfTxtDB();
+        yieldToEventLoop();
+    });
+}
+
+// STOP ends the pass between two files; Cancel ends the file under way and the pass goes on.
+void AttachTools::copyBackupsOfTxtDB() {
+    const QString database = m_context.txtDB()->text();
+    if (!admitted({database}))
+        return;
+    for (const CopyOrder& order :
+         AttachStatements::backupCopies(database, m_context.chkLogOnly()->isChecked())) {
+        if (m_filesThisPass > 0 && m_context.stopRequested()) {
+            m_copyStopped = true;
+            m_context.serverAccess().LogMessage(QStringLiteral("Copy stopped before ") + order.from);
+            return;
+        }
+        ++m_filesThisPass;
+        m_copier.copy(order);
+    }
+    m_context.serverAccess().LogMessage(QStringLiteral("Copied"));
+    m_context.Timer1_Timer();
+}
+
+bool AttachTools::admitted(std::initializer_list<QString> names) {
+    return db::NameGuard::admit(m_context.serverAccess(), names);
+}
+
+void AttachTools::yieldToEventLoop() {
+    db::EventLoopYield::processEvents();
+}
+
+} // namespace qormin::dbfiles
