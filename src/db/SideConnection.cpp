@@ -184,42 +184,81 @@ int SideConnection::commandTimeout() const {
 StatementOutcome SideConnection::runStatement(const std::function<StatementOutcome(OdbcStatement&)>& body) {
     StatementOutcome outcome;
     Q_EMIT statementStarted(m_side);
-    runOnWorker([this, &outcome, &body] {
-        if (!m_worker->open || !m_worker->connection) {
-            outcome = failedOutcome(closedConnectionError);
-            return;
-        }
-        if (!m_worker->statement) {
-            m_worker->statement = std::make_unique<OdbcStatement>(*m_worker->connection);
-        }
-        OdbcStatement& statement = *m_worker->statement;
-        statement.setQueryTimeout(m_worker->commandTimeout);
-        {
-            std::lock_guard lock(m_worker->runningMutex);
-            if (m_worker->cancelRequested.exchange(false)) {
-                outcome = failedOutcome(cancelledError);
-                outcome.cancelled = true;
-                return;
-            }
-            m_worker->running = &statement;
-        }
-        outcome = body(statement);
-        {
-            std::lock_guard lock(m_worker->runningMutex);
-            m_worker->running = nullptr;
-            m_worker->cancelRequested = false;
-        }
-        statement.resetParameters();
-        if (outcome.connectionLost) {
-            m_worker->open = false;
-            m_worker->dropConnection();
-        }
-    });
+    runOnWorker([this, &outcome, &body] { outcome = runOnWorkerThread(body); });
     Q_EMIT statementFinished(m_side, outcome.succeeded);
     if (outcome.connectionLost) {
         Q_EMIT connectionLost(m_side);
     }
     return outcome;
+}
+
+StatementOutcome
+SideConnection::runOnWorkerThread(const std::function<StatementOutcome(OdbcStatement&)>& body) {
+    if (!m_worker->open || !m_worker->connection) {
+        return failedOutcome(closedConnectionError);
+    }
+    if (!m_worker->statement) {
+        m_worker->statement = std::make_unique<OdbcStatement>(*m_worker->connection);
+    }
+    OdbcStatement& statement = *m_worker->statement;
+    statement.setQueryTimeout(m_worker->commandTimeout);
+    {
+        std::lock_guard lock(m_worker->runningMutex);
+        if (m_worker->cancelRequested.exchange(false)) {
+            StatementOutcome cancelled = failedOutcome(cancelledError);
+            cancelled.cancelled = true;
+            return cancelled;
+        }
+        m_worker->running = &statement;
+    }
+    StatementOutcome outcome = body(statement);
+    {
+        std::lock_guard lock(m_worker->runningMutex);
+        m_worker->running = nullptr;
+        m_worker->cancelRequested = false;
+    }
+    statement.resetParameters();
+    if (outcome.connectionLost) {
+        m_worker->open = false;
+        m_worker->dropConnection();
+    }
+    return outcome;
+}
+
+SeriesOutcome SideConnection::executeSeries(const QStringList& statements) {
+    SeriesOutcome series;
+    std::vector<bool> succeeded;
+    succeeded.reserve(static_cast<size_t>(statements.size()));
+    bool lost = false;
+    Q_EMIT statementStarted(m_side);
+    runOnWorker([this, &statements, &series, &succeeded, &lost] {
+        for (const QString& sql : statements) {
+            const StatementOutcome outcome = runOnWorkerThread([this, &sql](OdbcStatement& statement) {
+                BatchResultReader reader(
+                    statement, ResultRetention::Nothing,
+                    [this](const ServerMessage& m) { forwardMessage(m); }, &m_worker->cancelRequested);
+                return reader.execute(sql);
+            });
+            succeeded.push_back(outcome.succeeded);
+            if (!outcome.succeeded && series.firstError.isEmpty()) {
+                series.firstError = outcome.errorDescription;
+            }
+            series.failed += outcome.succeeded ? 0 : 1;
+            lost = outcome.connectionLost;
+            series.cancelled = outcome.cancelled;
+            if (lost || outcome.cancelled) {
+                return;
+            }
+        }
+    });
+    series.sent = static_cast<int>(succeeded.size());
+    for (const bool ok : succeeded) {
+        Q_EMIT statementFinished(m_side, ok);
+    }
+    if (lost) {
+        Q_EMIT connectionLost(m_side);
+    }
+    return series;
 }
 
 StatementOutcome SideConnection::execute(const QString& sql, ResultRetention retention) {

@@ -5,6 +5,8 @@
 #include "db/SideConnection.h"
 #include "sqltools/SpeedTestStatements.h"
 
+#include <QStringList>
+
 namespace qormin::sqltools {
 
 namespace {
@@ -32,6 +34,22 @@ public:
         return result;
     }
 
+    // The statements Script only does not withhold go to the server in one run.
+    void executeAll(const QStringList& statements) {
+        QStringList toSend;
+        for (const QString& sql : statements) {
+            ++m_outcome.statements;
+            if (!m_connection.withholds(sql)) {
+                toSend.append(sql);
+            }
+        }
+        const db::SeriesOutcome series = m_connection.executeSeries(toSend);
+        m_outcome.failed += series.failed;
+        if (m_outcome.firstError.isEmpty()) {
+            m_outcome.firstError = series.firstError;
+        }
+    }
+
 private:
     db::SideConnection& m_connection;
     SpeedTestOutcome& m_outcome;
@@ -44,17 +62,16 @@ void runStep(int step, const QString& database, StepRunner& runner, SpeedTestOut
         runner.execute(S::createTable(database), db::ResultRetention::Nothing);
         return;
     case SpeedTest::AddRows: {
+        QStringList inserts;
         QDate date = S::firstDate();
-        for (int number = 1; number <= S::insertCount; ++number) {
-            runner.execute(S::insertRow(database, number, date), db::ResultRetention::Nothing);
-            date = date.addDays(1);
+        for (int number = 1; number <= S::insertCount; ++number, date = date.addDays(1)) {
+            inserts.append(S::insertRow(database, number, date));
         }
+        runner.executeAll(inserts);
         return;
     }
     case SpeedTest::DeleteRows:
-        for (int number = 1; number <= S::deleteCount; ++number) {
-            runner.execute(S::deleteOneRow(database), db::ResultRetention::Nothing);
-        }
+        runner.executeAll(QStringList(S::deleteCount, S::deleteOneRow(database)));
         return;
     case SpeedTest::ReadRows: {
         const db::StatementOutcome result =
