@@ -16,7 +16,9 @@ TableSizeChart::TableSizeChart(QWidget* parent) : QChartView(parent) {
     setRenderHint(QPainter::Antialiasing);
     chart()->setTitle(QStringLiteral("Largest tables (MB)"));
     chart()->legend()->setAlignment(Qt::AlignBottom);
-    setMinimumWidth(360);
+    chart()->setMargins(QMargins(2, 2, 2, 2));
+    chart()->setBackgroundRoundness(0);
+    setMinimumSize(320, 220);
 }
 
 std::vector<TableSizeBar> TableSizeChart::largestTables(const db::ResultTable& table, int count) {
@@ -64,10 +66,12 @@ void TableSizeChart::showTables(const db::ResultTable& table) {
     target->addSeries(series);
     auto* tables = new QBarCategoryAxis;
     tables->append(names);
+    tables->setTruncateLabels(false);
     target->addAxis(tables, Qt::AlignLeft);
     series->attachAxis(tables);
     auto* megabytes = new QValueAxis;
     megabytes->setLabelFormat(QStringLiteral("%.0f"));
+    megabytes->setTickCount(3);
     target->addAxis(megabytes, Qt::AlignBottom);
     series->attachAxis(megabytes);
     megabytes->setMin(0);

@@ -56,10 +56,12 @@ TableSizesPage::TableSizesPage(window::MainWindowContext& context, QWidget* pare
     auto* results = new QSplitter(Qt::Horizontal, splitter);
     results->addWidget(m_GridTableSizes);
     results->addWidget(m_chart);
-    results->setStretchFactor(0, 3);
-    results->setStretchFactor(1, 2);
+    results->setStretchFactor(0, 1);
+    results->setStretchFactor(1, 1);
     splitter->addWidget(results);
-    splitter->setStretchFactor(1, 2);
+    // The query is read once and rarely edited; the results need the room.
+    splitter->setStretchFactor(1, 4);
+    splitter->setSizes({90, 400});
 
     auto* layout = new QVBoxLayout(this);
     layout->addLayout(buttons);
