@@ -4,7 +4,7 @@ set -euo pipefail
 
 packages=(
     build-essential cmake ninja-build pkg-config ccache
-    qt6-base-dev libgl-dev
+    qt6-base-dev qt6-charts-dev libqt6opengl6-dev libgl-dev
     unixodbc unixodbc-dev tdsodbc
     libgtest-dev libgmock-dev libbenchmark-dev
     clang-format

@@ -3,6 +3,7 @@
 #include "anonymize/ConfigAnonymizePage.h"
 #include "dbfiles/DatabaseFileTools.h"
 #include "net/NetworkSharePage.h"
+#include "sqltools/SqlToolsInstaller.h"
 #include "tablecopy/TableCopyInstaller.h"
 #include "window/MainWindowContext.h"
 
@@ -15,6 +16,7 @@ void installSubsystemTools(window::MainWindowContext& context) {
     dbfiles::installDatabaseFileTools(context);
     tablecopy::installTableCopyTools(context);
     anonymize::ConfigAnonymizePage::install(context);
+    sqltools::installSqlTools(context);
 }
 
 } // namespace qormin::app

@@ -338,6 +338,11 @@ void ServerAccess::leaveHeaderRowPass() {
     --m_state->headerRowPasses;
 }
 
+void ServerAccess::tallyStatementsOf(SideConnection& connection) {
+    connect(&connection, &SideConnection::statementFinished, this,
+            [this](int, bool succeeded) { countFinished(succeeded); });
+}
+
 SideConnection& ServerAccess::side(int side) {
     return *m_state->sides[static_cast<size_t>(side == 1 ? 1 : 0)];
 }

@@ -77,6 +77,8 @@ public:
 
     // Lower level for record loops and operations that need the whole outcome.
     SideConnection& side(int side);
+    // A connection a handler opens for itself (the speed test's) counts in tally() like a side's.
+    void tallyStatementsOf(SideConnection& connection);
 
     // How long a connect attempt may take before it fails (15 s unless a test shortens it).
     void setLoginTimeout(int seconds);

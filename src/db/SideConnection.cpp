@@ -272,43 +272,88 @@ StatementOutcome SideConnection::runStatementOn(const std::function<OdbcStatemen
                                                 const std::function<StatementOutcome(OdbcStatement&)>& body) {
     StatementOutcome outcome;
     Q_EMIT statementStarted(m_side);
-    runOnWorker([this, &outcome, &body, &choose] {
-        OdbcStatement* chosen = m_worker->open && m_worker->connection ? choose() : nullptr;
-        if (chosen == nullptr) {
-            outcome = failedOutcome(closedConnectionError);
-            return;
-        }
-        OdbcStatement& statement = *chosen;
-        statement.setQueryTimeout(m_worker->commandTimeout);
-        {
-            std::lock_guard lock(m_worker->runningMutex);
-            if (m_worker->cancelRequested.exchange(false)) {
-                outcome = failedOutcome(cancelledError);
-                outcome.cancelled = true;
-                return;
-            }
-            m_worker->running = &statement;
-        }
-        outcome = body(statement);
-        {
-            std::lock_guard lock(m_worker->runningMutex);
-            m_worker->running = nullptr;
-            m_worker->cancelRequested = false;
-        }
-        // A prepared statement keeps its bindings: binding anew would prepare it again.
-        if (&statement == m_worker->statement.get()) {
-            statement.resetParameters();
-        }
-        if (outcome.connectionLost) {
-            m_worker->open = false;
-            m_worker->dropConnection();
-        }
-    });
+    runOnWorker([this, &outcome, &body, &choose] { outcome = runOnWorkerThread(choose, body); });
     Q_EMIT statementFinished(m_side, outcome.succeeded);
     if (outcome.connectionLost) {
         Q_EMIT connectionLost(m_side);
     }
     return outcome;
+}
+
+// The statement's run on the worker thread: chosen handle, timeout, cancel bookkeeping, and the
+// connection dropped when the link is gone.
+StatementOutcome
+SideConnection::runOnWorkerThread(const std::function<OdbcStatement*()>& choose,
+                                  const std::function<StatementOutcome(OdbcStatement&)>& body) {
+    StatementOutcome outcome;
+    OdbcStatement* chosen = m_worker->open && m_worker->connection ? choose() : nullptr;
+    if (chosen == nullptr) {
+        return failedOutcome(closedConnectionError);
+    }
+    OdbcStatement& statement = *chosen;
+    statement.setQueryTimeout(m_worker->commandTimeout);
+    {
+        std::lock_guard lock(m_worker->runningMutex);
+        if (m_worker->cancelRequested.exchange(false)) {
+            outcome = failedOutcome(cancelledError);
+            outcome.cancelled = true;
+            return outcome;
+        }
+        m_worker->running = &statement;
+    }
+    outcome = body(statement);
+    {
+        std::lock_guard lock(m_worker->runningMutex);
+        m_worker->running = nullptr;
+        m_worker->cancelRequested = false;
+    }
+    // A prepared statement keeps its bindings: binding anew would prepare it again.
+    if (&statement == m_worker->statement.get()) {
+        statement.resetParameters();
+    }
+    if (outcome.connectionLost) {
+        m_worker->open = false;
+        m_worker->dropConnection();
+    }
+    return outcome;
+}
+
+SeriesOutcome SideConnection::executeSeries(const QStringList& statements) {
+    SeriesOutcome series;
+    std::vector<bool> succeeded;
+    succeeded.reserve(static_cast<size_t>(statements.size()));
+    bool lost = false;
+    Q_EMIT statementStarted(m_side);
+    runOnWorker([this, &statements, &series, &succeeded, &lost] {
+        for (const QString& sql : statements) {
+            const auto shared = [this] { return m_worker->sharedStatement(); };
+            const StatementOutcome outcome =
+                runOnWorkerThread(shared, [this, &sql](OdbcStatement& statement) {
+                    BatchResultReader reader(
+                        statement, ResultRetention::Nothing,
+                        [this](const ServerMessage& m) { forwardMessage(m); }, &m_worker->cancelRequested);
+                    return reader.execute(sql);
+                });
+            succeeded.push_back(outcome.succeeded);
+            if (!outcome.succeeded && series.firstError.isEmpty()) {
+                series.firstError = outcome.errorDescription;
+            }
+            series.failed += outcome.succeeded ? 0 : 1;
+            lost = outcome.connectionLost;
+            series.cancelled = outcome.cancelled;
+            if (lost || outcome.cancelled) {
+                return;
+            }
+        }
+    });
+    series.sent = static_cast<int>(succeeded.size());
+    for (const bool ok : succeeded) {
+        Q_EMIT statementFinished(m_side, ok);
+    }
+    if (lost) {
+        Q_EMIT connectionLost(m_side);
+    }
+    return series;
 }
 
 StatementOutcome SideConnection::execute(const QString& sql, ResultRetention retention) {

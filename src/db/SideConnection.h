@@ -5,6 +5,7 @@
 
 #include <QObject>
 #include <QString>
+#include <QStringList>
 #include <functional>
 #include <memory>
 #include <vector>
@@ -17,6 +18,14 @@ struct ConnectOutcome {
     bool connected = false;
     QString errorDescription;
     bool driverNotLoaded = false; // the driver manager could not load the driver library
+};
+
+// What a run of statements sent in one go came to.
+struct SeriesOutcome {
+    int sent = 0; // up to a cancel or a lost connection, which end the run
+    int failed = 0;
+    QString firstError;
+    bool cancelled = false;
 };
 
 // One side's server connection, owned by a worker thread of its own. Every call runs on that
@@ -42,6 +51,10 @@ public:
 
     // Runs one batch and reads it to its end. Never throws; failures are in the outcome.
     StatementOutcome execute(const QString& sql, ResultRetention retention = ResultRetention::AllResultSets);
+    // Runs the statements one after another in a single job, each read to its end, without a
+    // wait of the caller's between them: for long runs of small statements, where handing each
+    // one to the worker would cost as much as the statement. Nothing is kept of their results.
+    SeriesOutcome executeSeries(const QStringList& statements);
     // Runs a statement with "?" markers, each bound as the SQL type of its target column.
     StatementOutcome executeWithParameters(const QString& sql, const std::vector<ColumnInfo>& targets,
                                            const std::vector<QVariant>& values);
@@ -100,6 +113,8 @@ private:
     StatementOutcome runStatement(const std::function<StatementOutcome(OdbcStatement&)>& body);
     StatementOutcome runStatementOn(const std::function<OdbcStatement*()>& choose,
                                     const std::function<StatementOutcome(OdbcStatement&)>& body);
+    StatementOutcome runOnWorkerThread(const std::function<OdbcStatement*()>& choose,
+                                       const std::function<StatementOutcome(OdbcStatement&)>& body);
     void forwardMessage(const ServerMessage& message);
     StatementOutcome readStreamRows(OdbcStatement& statement, int maxRows);
 

@@ -103,14 +103,16 @@ TEST(ExecutableTest, demoConnectsBothSidesToASimulatorProcess) {
 }
 
 // Two instances saving fields into one settings file at the same time lose none of each
-// other's values: every save merges with what is on disk under the store's lock.
+// other's values: every save merges with what is on disk under the store's lock. (Start-up
+// writes back every field it loads, as each field's change handler saves it; the runs wait
+// until both start-ups are over.)
 TEST(ExecutableTest, twoInstancesSavingAtOnceLoseNothing) {
     QTemporaryDir folder;
     const QString settings = folder.filePath(QStringLiteral("settings.ini"));
     constexpr int rounds = 40;
     std::array<QProcess, 2> tools;
     for (int instance = 0; instance < 2; ++instance) {
-        QByteArray batch;
+        QByteArray batch = "wait 2000\n";
         for (int round = 1; round <= rounds; ++round)
             for (int box = 3 * instance; box < 3 * instance + 3; ++box)
                 batch += QStringLiteral("set txtRestoreTO(%1) %2%3\n")

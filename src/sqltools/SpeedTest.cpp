@@ -1,0 +1,115 @@
+#include "sqltools/SpeedTest.h"
+
+#include "db/ConnectionString.h"
+#include "db/ServerAccess.h"
+#include "db/SideConnection.h"
+#include "sqltools/SpeedTestStatements.h"
+
+#include <QStringList>
+
+namespace qormin::sqltools {
+
+namespace {
+
+constexpr int loginTimeoutSeconds = 15;
+constexpr int commandTimeoutSeconds = 30; // the provider's default for a new connection
+
+class StepRunner {
+public:
+    StepRunner(db::SideConnection& connection, SpeedTestOutcome& outcome)
+        : m_connection(connection), m_outcome(outcome) {}
+
+    db::StatementOutcome execute(const QString& sql, db::ResultRetention retention) {
+        ++m_outcome.statements;
+        if (m_connection.withholds(sql)) {
+            return {};
+        }
+        db::StatementOutcome result = m_connection.execute(sql, retention);
+        if (!result.succeeded) {
+            ++m_outcome.failed;
+            if (m_outcome.firstError.isEmpty()) {
+                m_outcome.firstError = result.errorDescription;
+            }
+        }
+        return result;
+    }
+
+    // The statements Script only does not withhold go to the server in one run.
+    void executeAll(const QStringList& statements) {
+        QStringList toSend;
+        for (const QString& sql : statements) {
+            ++m_outcome.statements;
+            if (!m_connection.withholds(sql)) {
+                toSend.append(sql);
+            }
+        }
+        const db::SeriesOutcome series = m_connection.executeSeries(toSend);
+        m_outcome.failed += series.failed;
+        if (m_outcome.firstError.isEmpty()) {
+            m_outcome.firstError = series.firstError;
+        }
+    }
+
+private:
+    db::SideConnection& m_connection;
+    SpeedTestOutcome& m_outcome;
+};
+
+void runStep(int step, const QString& database, StepRunner& runner, SpeedTestOutcome& outcome) {
+    namespace S = SpeedTestStatements;
+    switch (step) {
+    case SpeedTest::CreateTable:
+        runner.execute(S::createTable(database), db::ResultRetention::Nothing);
+        return;
+    case SpeedTest::AddRows: {
+        QStringList inserts;
+        QDate date = S::firstDate();
+        for (int number = 1; number <= S::insertCount; ++number, date = date.addDays(1)) {
+            inserts.append(S::insertRow(database, number, date));
+        }
+        runner.executeAll(inserts);
+        return;
+    }
+    case SpeedTest::DeleteRows:
+        runner.executeAll(QStringList(S::deleteCount, S::deleteOneRow(database)));
+        return;
+    case SpeedTest::ReadRows: {
+        const db::StatementOutcome result =
+            runner.execute(S::readRows(database), db::ResultRetention::FirstResultSet);
+        if (result.resultSets.empty()) {
+            return;
+        }
+        // The driver has read every field already; the rows are what the step was timed for.
+        outcome.rowsRead = static_cast<qsizetype>(result.resultSets.front().rows.size());
+        return;
+    }
+    default:
+        return;
+    }
+}
+
+} // namespace
+
+SpeedTestOutcome SpeedTest::run(int step, const QString& connectionText, const QString& database) {
+    SpeedTestOutcome outcome;
+    db::SideConnection connection(0);
+    connection.setWithholdCheck([this](const QString& sql) { return m_access.side(0).withholds(sql); });
+    m_access.tallyStatementsOf(connection);
+    const db::OdbcConnectionText odbc = db::translateConnectionString(connectionText, m_access.driverInUse());
+    if (!odbc.error.isEmpty()) {
+        outcome.connectError = odbc.error;
+        return outcome;
+    }
+    const db::ConnectOutcome opened = connection.open(odbc.text, loginTimeoutSeconds);
+    if (!opened.connected) {
+        outcome.connectError = opened.errorDescription;
+        return outcome;
+    }
+    outcome.connected = true;
+    connection.setCommandTimeout(commandTimeoutSeconds);
+    StepRunner runner(connection, outcome);
+    runStep(step, database, runner, outcome);
+    return outcome;
+}
+
+} // namespace qormin::sqltools

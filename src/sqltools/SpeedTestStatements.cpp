@@ -1,0 +1,37 @@
+#include "sqltools/SpeedTestStatements.h"
+
+namespace qormin::sqltools {
+
+QString SpeedTestStatements::defaultConnection(const QString& server) {
+    return QStringLiteral("Provider=SQLOLEDB;Persist Security Info=True;Server=") + server +
+           QStringLiteral(";UID=sa;Database=MASTER;Password=harbor@579");
+}
+
+QString SpeedTestStatements::createTable(const QString& database) {
+    return QStringLiteral("CREATE TABLE ") + database +
+           QStringLiteral("..SpeedTest (DESC2 varchar(100),TransDate DateTime)");
+}
+
+QString SpeedTestStatements::insertRow(const QString& database, int number, const QDate& date) {
+    return QStringLiteral("insert into ") + database +
+           QStringLiteral("..SpeedTest (DESC2,TransDate) VALUES ('") + QString::number(number) +
+           QStringLiteral("','") + dateText(date) + QStringLiteral("')");
+}
+
+QString SpeedTestStatements::deleteOneRow(const QString& database) {
+    return QStringLiteral("delete top (1) from ") + database + QStringLiteral("..SpeedTest ");
+}
+
+QString SpeedTestStatements::readRows(const QString& database) {
+    return QStringLiteral("select top 5000 * from ") + database + QStringLiteral("..SpeedTest");
+}
+
+QDate SpeedTestStatements::firstDate() {
+    return {1995, 9, 9};
+}
+
+QString SpeedTestStatements::dateText(const QDate& date) {
+    return date.toString(QStringLiteral("yyyyMMdd"));
+}
+
+} // namespace qormin::sqltools

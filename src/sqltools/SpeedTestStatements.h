@@ -1,0 +1,29 @@
+#pragma once
+
+#include <QDate>
+#include <QString>
+
+namespace qormin::sqltools {
+
+// The "TEST" page's connection string and the statements of its four steps on <db>..SpeedTest.
+namespace SpeedTestStatements {
+
+inline constexpr int insertCount = 8000;
+inline constexpr int deleteCount = 5000;
+
+// txtTESTConnection until the user edits it, for the left server's address.
+QString defaultConnection(const QString& server);
+
+QString createTable(const QString& database);
+QString insertRow(const QString& database, int number, const QDate& date);
+QString deleteOneRow(const QString& database);
+QString readRows(const QString& database);
+
+// The first row's date; each later row is one day on.
+QDate firstDate();
+// yyyymmdd, the one date text every server reads the same whatever its language or DATEFORMAT.
+QString dateText(const QDate& date);
+
+} // namespace SpeedTestStatements
+
+} // namespace qormin::sqltools
