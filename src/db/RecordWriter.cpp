@@ -96,6 +96,13 @@ void RecordWriter::useShapeOf(const std::vector<ColumnInfo>& sourceColumns) {
     m_refusedByServer.assign(m_columns.size(), false);
 }
 
+void RecordWriter::useDescription(const std::vector<ColumnInfo>& tableColumns) {
+    m_error.clear();
+    m_columns = tableColumns;
+    m_refusedByServer.assign(m_columns.size(), false);
+    trustReadOnlyOnlyWhenTold();
+}
+
 QString RecordWriter::insertText(const QString& table, const QStringList& columnNames) {
     QStringList markers;
     for (qsizetype index = 0; index < columnNames.size(); ++index) {

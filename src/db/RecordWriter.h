@@ -38,6 +38,9 @@ public:
     // Script only: a target that does not exist yet takes the shape SELECT ... INTO would give
     // it from the source (computed columns become plain ones).
     void useShapeOf(const std::vector<ColumnInfo>& sourceColumns);
+    // Instead of open(): the table's own description, from a query on it the caller has run
+    // anyway (a look-up that found no row still describes every column), saving a round trip.
+    void useDescription(const std::vector<ColumnInfo>& tableColumns);
     // Whether SET IDENTITY_INSERT is on for the table, which lets identity columns be given.
     void setIdentityInsert(bool on) { m_identityInsert = on; }
     const std::vector<ColumnInfo>& columns() const { return m_columns; }

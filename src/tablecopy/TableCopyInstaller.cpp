@@ -1,5 +1,6 @@
 #include "tablecopy/TableCopyInstaller.h"
 
+#include "tablecopy/CopyByIdTools.h"
 #include "tablecopy/TableCopyTools.h"
 #include "window/MainWindowContext.h"
 
@@ -16,6 +17,7 @@ void installTableCopyTools(window::MainWindowContext& context) {
                                *context.chkStop()};
     auto* tools = new TableCopyTools(controls, context.page(copyPage));
     context.pageToolArea(copyPage)->addWidget(tools);
+    context.pageToolArea(copyPage)->addWidget(new CopyByIdTools(context, context.page(copyPage)));
 }
 
 } // namespace qormin::tablecopy
