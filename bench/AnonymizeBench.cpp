@@ -210,8 +210,8 @@ int main(int argc, char** argv) {
         << " rows/s); ratio " << best / bestRaw << Qt::endl;
     out << "largest lateness of a 5 ms timer during the runs: " << latest << " ms" << Qt::endl;
     out << "peak RSS: before " << before << " kB, after " << after << " kB" << Qt::endl;
-    out << "rows counted by the run: " << recordNumber.text() << "; first error line: "
-        << access.errors().text().section(QStringLiteral("\r\n"), 0, 0) << Qt::endl;
+    out << "rows counted by the run: " << recordNumber.text()
+        << "; first error line: " << access.errors().text().section(QStringLiteral("\r\n"), 0, 0) << Qt::endl;
     simulator.kill();
     simulator.waitForFinished();
     return 0;
