@@ -152,9 +152,9 @@ TEST_P(PanelNameTest, refusesWithReason) {
 }
 
 const NameCase nameCases[] = {
-    {"bareInnerName", "click cmdSaveFile",
-     "\"cmdSaveFile\" is inside a text-file panel; name the panel too: ctlExclue.cmdSaveFile, "
-     "ctlATables.cmdSaveFile"},
+    {"bareInnerName", "click txtFileVal",
+     "\"txtFileVal\" is inside a text-file panel; name the panel too: ctlExclue.txtFileVal, "
+     "ctlATables.txtFileVal"},
     {"unknownInnerName", "print ctlExclue.txtNothing", "unknown control \"ctlExclue.txtNothing\""},
     {"unknownPanel", "print ctlNothing.txtFileVal", "window \"ctlNothing\" is not open"},
     {"saveBeforeBinding", "click ctlExclue.cmdSaveFile", "\"cmdSaveFile\" is disabled"},

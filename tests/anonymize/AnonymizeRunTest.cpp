@@ -1,0 +1,251 @@
+#include "QStringPrinter.h"
+#include "SimTestServer.h"
+#include "WindowHarness.h"
+
+#include "anonymize/AnonymizePage.h"
+#include "anonymize/AnonymizeStatements.h"
+
+#include <QJsonObject>
+#include <QLabel>
+#include <QRegularExpression>
+#include <gtest/gtest.h>
+#include <map>
+
+namespace {
+
+using qormin::anonymize::AnonymizePage;
+using qormin::test::SimTestServer;
+using qormin::test::WindowHarness;
+
+// tbMaster3 has a key, tbCashPatient none; tbMedPatient is a one-column line; tbGone is missing.
+// The real names are on neither list, so any of them left behind would show.
+const QByteArray scenario = R"json({
+  "rules": [
+    {"exact": "SELECT * FROM Patient_data..tbMaster3", "response": {"result": {
+      "columns": ["IDNum:int", "LastName:nvarchar(50)", "FirstName:nvarchar(50)", "MiddleName:nvarchar(50)"],
+      "rows": [[1, "Zyskowski", "Quenby", "Orlagh"], [2, "QUARRINGTON", "Ysolde", null],
+               [3, "Vandermolen", "", "Quenby"]]}}},
+    {"exact": "SELECT * FROM Billing..tbCashPatient", "response": {"result": {
+      "columns": ["LastName:nvarchar(50)", "FirstName:nvarchar(50)", "Amount:int"],
+      "rows": [["zyskowski", "Quenby", 5], [null, "Ysolde", 7]]}}},
+    {"exact": "SELECT * FROM Medicare..tbMedPatient", "response": {"result": {
+      "columns": ["LastName:nvarchar(50)"], "rows": [["Zyskowski"], ["Quarrington"]]}}},
+    {"exact": "SELECT * FROM Lab..tbMany", "response": {"result": {
+      "columns": ["LastName:nvarchar(50)", {"name": "FirstName", "type": "nvarchar(50)", "generate": {"template": "Given {n}"}},
+                  {"name": "MiddleName", "type": "nvarchar(50)", "generate": {"template": "Middle {n}"}}],
+      "generate": 200}}},
+    {"exact": "SELECT * FROM Missing..tbGone", "response": {"error": {"number": 208, "text": "Invalid object name 'Missing..tbGone'."}}},
+    {"prefix": "SELECT COUNT(*) FROM Patient_data..tbMaster3 WHERE", "response": {"result": {"columns": ["n:int"], "rows": [[0]]}}},
+    {"prefix": "SELECT COUNT(*) FROM Billing..tbCashPatient WHERE", "response": {"result": {"columns": ["n:int"], "rows": [[0]]}}},
+    {"prefix": "SELECT COUNT(*) FROM Medicare..tbMedPatient WHERE", "response": {"result": {"columns": ["n:int"], "rows": [[0]]}}},
+    {"exact": "SELECT COUNT(*) FROM Patient_data..tbMaster3", "response": {"result": {"columns": ["n:int"], "rows": [[3]]}}},
+    {"exact": "SELECT COUNT(*) FROM Billing..tbCashPatient", "response": {"result": {"columns": ["n:int"], "rows": [[2]]}}},
+    {"exact": "SELECT COUNT(*) FROM Medicare..tbMedPatient", "response": {"result": {"columns": ["n:int"], "rows": [[2]]}}},
+    {"exact": "SELECT COUNT(*) FROM Lab..tbMany", "response": {"result": {"columns": ["n:int"], "rows": [[200]]}}}
+  ]
+})json";
+
+const char* const realNames[] = {"Zyskowski", "QUARRINGTON", "Quarrington", "Vandermolen",
+                                 "Quenby",    "Ysolde",      "Orlagh",      "zyskowski"};
+
+// One change the run made: table, row of the cursor, column, new value.
+struct Change {
+    QString table;
+    int row;
+    QString column;
+    QString value;
+};
+
+class AnonymizeRunTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        m_server = SimTestServer::fromJson(scenario);
+        ASSERT_TRUE(m_server && m_server->isRunning());
+        m_harness.storeConnection(1, m_server->address(), QStringLiteral("pw"));
+        m_harness.load();
+        m_page = m_harness.window().findChild<AnonymizePage*>();
+        ASSERT_NE(m_page, nullptr);
+        ASSERT_EQ(run("page 8\n").exitCode, 0);
+        m_server->clearTranscript();
+    }
+
+    qormin::test::BatchResult run(const QString& script) { return m_harness.runBatch(script); }
+
+    // The tables, the names and the run, typed as an operator would.
+    qormin::test::BatchResult anonymize(const QString& tables, const QString& button,
+                                        const QString& extra = {}) {
+        return run(QStringLiteral("set ctlATables.txtFileVal ") + tables + u'\n' +
+                   QStringLiteral("set txtLastNames Surname1\\r\\nSurname2\\r\\nSurname3\\r\\n\n"
+                                  "set txtFirstnames Given1\\r\\nGiven2\\r\\nGiven3\\r\\nGiven4\\r\\n\n") +
+                   extra + QStringLiteral("answer yes\nclick ") + button + u'\n');
+    }
+
+    std::vector<Change> changes() const {
+        static const QRegularExpression declare(
+            QStringLiteral("^DECLARE (\\S+) CURSOR .* FOR SELECT \\* FROM (\\S+)"));
+        std::map<QString, QString> tableOf;
+        std::vector<Change> found;
+        for (const auto& entry : m_server->requests()) {
+            const auto match = declare.match(entry.text);
+            if (match.hasMatch())
+                tableOf[match.captured(1)] = match.captured(2);
+            const QJsonObject effect = entry.json.value(QLatin1String("effect")).toObject();
+            const QJsonObject values = effect.value(QLatin1String("values")).toObject();
+            for (auto it = values.begin(); it != values.end(); ++it)
+                found.push_back({tableOf[effect.value(QLatin1String("cursor")).toString()],
+                                 effect.value(QLatin1String("row")).toInt(), it.key(),
+                                 it.value().toString()});
+        }
+        return found;
+    }
+
+    QString valueOf(const QString& table, int row, const QString& column) const {
+        for (const Change& change : changes()) {
+            if (change.table == table && change.row == row && change.column == column)
+                return change.value;
+        }
+        return QStringLiteral("<unchanged>");
+    }
+
+    SimTestServer* server() { return m_server.get(); }
+
+    std::unique_ptr<SimTestServer> m_server;
+    WindowHarness m_harness;
+    AnonymizePage* m_page = nullptr;
+};
+
+const QString completeTables =
+    QStringLiteral("Patient_data..tbMaster3 LastName FirstName MiddleName\\r\\nMissing..tbGone LastName\\r\\n"
+                   "Billing..tbCashPatient LastName FirstName\\r\\nMedicare..tbMedPatient LastName\\r\\n");
+
+TEST_F(AnonymizeRunTest, completeRunReplacesEveryNameAndLeavesNoneBehind) {
+    const auto result = anonymize(completeTables, QStringLiteral("cmdAnonymizeComplete"),
+                                  QStringLiteral("set txtSecret s3cret\n"));
+    // The missing table's statement failed, and the batch run says so.
+    ASSERT_EQ(result.exitCode, 1) << result.errors.toStdString() << result.log.toStdString();
+    EXPECT_TRUE(result.output.contains(QStringLiteral("MSGBOX: Are you sure you want to anonymize ")));
+    EXPECT_TRUE(result.output.contains(QStringLiteral("MSGBOX: done.")));
+    const auto made = changes();
+    // 3 + 2 + 2 in tbMaster3, 2 + 1 in tbCashPatient, 2 in tbMedPatient; null and empty stay.
+    EXPECT_EQ(made.size(), 12U);
+    for (const Change& change : made) {
+        EXPECT_FALSE(change.value.isEmpty()) << change.table.toStdString();
+        for (const char* real : realNames)
+            EXPECT_NE(change.value, QString::fromLatin1(real)) << change.table.toStdString();
+        const bool surname = change.column == QLatin1String("LastName");
+        EXPECT_TRUE(change.value.startsWith(surname ? QLatin1String("Surname") : QLatin1String("Given"),
+                                            Qt::CaseInsensitive))
+            << change.value.toStdString();
+    }
+    EXPECT_EQ(valueOf(QStringLiteral("Patient_data..tbMaster3"), 2, QStringLiteral("MiddleName")),
+              QStringLiteral("<unchanged>"));
+    EXPECT_EQ(valueOf(QStringLiteral("Patient_data..tbMaster3"), 3, QStringLiteral("FirstName")),
+              QStringLiteral("<unchanged>"));
+    // All capitals stays all capitals.
+    EXPECT_EQ(valueOf(QStringLiteral("Patient_data..tbMaster3"), 2, QStringLiteral("LastName")),
+              valueOf(QStringLiteral("Medicare..tbMedPatient"), 2, QStringLiteral("LastName")).toUpper());
+    const QString log = result.log;
+    EXPECT_TRUE(log.contains(QStringLiteral("Patient_data..tbMaster3: rows visited 3, fields replaced 7, "
+                                            "fields left (null/empty) 2, fields failed 0")));
+    EXPECT_TRUE(log.contains(QStringLiteral("Billing..tbCashPatient: rows visited 2, fields replaced 3, "
+                                            "fields left (null/empty) 1, fields failed 0")));
+    EXPECT_TRUE(log.contains(QStringLiteral("Patient_data..tbMaster3: rows still holding one of 6 sampled "
+                                            "original names: 0")));
+    EXPECT_TRUE(log.contains(QStringLiteral("Invalid object name 'Missing..tbGone'. Missing..tbGone")));
+    EXPECT_FALSE(result.output.contains(QStringLiteral("MSGBOX: Invalid")));
+}
+
+TEST_F(AnonymizeRunTest, theSameRealNameGetsTheSameFakeNameInEveryTableAndRun) {
+    ASSERT_EQ(anonymize(completeTables, QStringLiteral("cmdAnonymizeComplete"),
+                        QStringLiteral("set txtSecret s3cret\n"))
+                  .exitCode,
+              1);
+    const QString master = QStringLiteral("Patient_data..tbMaster3");
+    const QString cash = QStringLiteral("Billing..tbCashPatient");
+    const QString surname = valueOf(master, 1, QStringLiteral("LastName"));
+    EXPECT_EQ(valueOf(cash, 1, QStringLiteral("LastName")), surname); // "zyskowski"
+    EXPECT_EQ(valueOf(QStringLiteral("Medicare..tbMedPatient"), 1, QStringLiteral("LastName")), surname);
+    EXPECT_EQ(valueOf(cash, 1, QStringLiteral("FirstName")), valueOf(master, 1, QStringLiteral("FirstName")));
+    EXPECT_EQ(valueOf(master, 3, QStringLiteral("MiddleName")),
+              valueOf(master, 1, QStringLiteral("FirstName")));
+
+    m_server->clearTranscript();
+    ASSERT_EQ(anonymize(completeTables, QStringLiteral("cmdAnonymizeComplete")).exitCode, 1);
+    EXPECT_EQ(valueOf(master, 1, QStringLiteral("LastName")), surname) << "the secret box keeps its text";
+}
+
+struct FastCase {
+    const char* name;
+    const char* tables;
+    bool testRun;
+    size_t changes;
+    int exitCode;
+};
+
+class FastRunTest : public AnonymizeRunTest, public ::testing::WithParamInterface<FastCase> {};
+
+// The fast run leaves the first listed column alone and gives the others given names.
+TEST_P(FastRunTest, changesOnlyTheColumnsAfterTheFirst) {
+    const FastCase& c = GetParam();
+    m_page->run().setSeed(7);
+    const auto result = anonymize(QString::fromLatin1(c.tables), QStringLiteral("cmdAnonymize"),
+                                  c.testRun ? QStringLiteral("set chkTestRun 1\n") : QString());
+    ASSERT_EQ(result.exitCode, c.exitCode) << result.errors.toStdString() << result.log.toStdString();
+    const auto made = changes();
+    EXPECT_EQ(made.size(), c.changes);
+    for (const Change& change : made) {
+        EXPECT_NE(change.column, QStringLiteral("LastName"));
+        EXPECT_TRUE(change.value.isEmpty() || change.value.startsWith(QLatin1String("Given")));
+    }
+    EXPECT_TRUE(result.output.contains(QStringLiteral("MSGBOX: done.")));
+    EXPECT_EQ(m_harness.window().findChild<QLabel*>(QStringLiteral("lblRecNo"))->text(), QStringLiteral("2"));
+}
+
+const FastCase fastCases[] = {
+    // FirstName of both rows; LastName (the first column) and the amount stay.
+    {"twoColumns", "Billing..tbCashPatient LastName FirstName", false, 2, 0},
+    {"oneColumnLineVisitsButChangesNothing", "Medicare..tbMedPatient LastName", false, 0, 0},
+    {"testRunChangesNothing", "Billing..tbCashPatient LastName FirstName", true, 0, 0},
+    {"missingTableIsSkipped",
+     "Missing..tbGone LastName FirstName\\r\\nBilling..tbCashPatient LastName FirstName", false, 2, 1},
+};
+
+INSTANTIATE_TEST_SUITE_P(Lines, FastRunTest, testing::ValuesIn(fastCases),
+                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
+
+// Indexes run to 998 whatever the list holds: a 500-name list leaves about half the names empty.
+TEST_F(AnonymizeRunTest, fastRunWithA500NameListWritesEmptyNamesForAboutHalf) {
+    QString names;
+    for (int n = 1; n <= 500; ++n)
+        names += QStringLiteral("Given%1\\r\\n").arg(n);
+    m_page->run().setSeed(11);
+    const auto result =
+        run(QStringLiteral("set ctlATables.txtFileVal Lab..tbMany LastName FirstName MiddleName\n"
+                           "set txtFirstnames ") +
+            names + QStringLiteral("\nanswer yes\nclick cmdAnonymize\n"));
+    ASSERT_EQ(result.exitCode, 0) << result.errors.toStdString();
+    const auto made = changes();
+    ASSERT_EQ(made.size(), 400U);
+    const auto empty =
+        std::count_if(made.begin(), made.end(), [](const Change& c) { return c.value.isEmpty(); });
+    EXPECT_GT(empty, 150);
+    EXPECT_LT(empty, 250);
+}
+
+TEST_F(AnonymizeRunTest, answeringNoChangesNothingAndKeepsTheLists) {
+    const auto result =
+        run(QStringLiteral("set ctlATables.txtFileVal Billing..tbCashPatient LastName FirstName\n"
+                           "answer no\nclick cmdAnonymize\nprint lstFirst\n"));
+    ASSERT_EQ(result.exitCode, 0);
+    EXPECT_TRUE(m_server->requests().empty());
+    EXPECT_FALSE(result.output.contains(QStringLiteral("Given1")));
+}
+
+TEST_F(AnonymizeRunTest, completeRunWithoutASecretAsksForOne) {
+    const auto result = anonymize(completeTables, QStringLiteral("cmdAnonymizeComplete"));
+    ASSERT_EQ(result.exitCode, 0);
+    EXPECT_TRUE(result.output.contains(QStringLiteral("MSGBOX: Type a secret")));
+    EXPECT_TRUE(m_server->requests().empty());
+}
+
+} // namespace
