@@ -241,11 +241,15 @@ void frmMigrateData::runBlock() {
         log(Statements::noDestinationFields);
         if (m_simulate->isChecked()) {
             show(Statements::simulateNoDestinationFields);
+            log(Statements::simulateNoDestinationFields);
         }
         return;
     }
     if (m_simulate->isChecked()) {
+        // Logged too, so each simulated block is still seen after "Done." replaces the status.
         show(Statements::simulateCopying);
+        log(Statements::simulateCopying + QStringLiteral(": ") + m_tableSource->text() +
+            QStringLiteral(" -> ") + m_tableDest->text());
         return;
     }
     copyBlock();

@@ -157,7 +157,7 @@ TEST_F(MigrateDataTest, simulateWithoutDestinationFieldsSaysSoBeforeDone) {
     writeFile("#New..tbPatient|Old..tbPat\n*|PatID\n.\n");
     m_window->findChild<QPushButton*>(QStringLiteral("cmdStart"))->click();
     EXPECT_TRUE(m_server->statements().isEmpty());
-    EXPECT_EQ(log(), (QStringList{"No destination fields"}));
+    EXPECT_EQ(log(), (QStringList{"No destination fields", "Simulate: No destination fields "}));
 }
 
 struct AnswerCase {
