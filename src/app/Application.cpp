@@ -18,6 +18,7 @@
 #include <QCommandLineParser>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QFileInfo>
 #include <QPixmap>
 #include <QTemporaryDir>
 #include <QTextStream>
@@ -135,10 +136,21 @@ bool saveScreenshot(QWidget& window, const QString& file, QTextStream& errors) {
     if (file.isEmpty())
         return true;
     QCoreApplication::processEvents();
-    if (window.grab().save(file))
-        return true;
-    errors << "the picture could not be saved to " << file << Qt::endl;
-    return false;
+    if (!window.grab().save(file)) {
+        errors << "the picture could not be saved to " << file << Qt::endl;
+        return false;
+    }
+    // Subsidiary windows left open go beside it, named after the window: shot-frmMigrateData.png.
+    const QFileInfo main(file);
+    for (QWidget* child : window.findChildren<QWidget*>()) {
+        if (!child->isWindow() || !child->isVisible() || child->objectName().isEmpty())
+            continue;
+        const QString name = main.path() + QLatin1Char('/') + main.completeBaseName() + QLatin1Char('-') +
+                             child->objectName() + QLatin1Char('.') + main.suffix();
+        if (!child->grab().save(name))
+            errors << "the picture could not be saved to " << name << Qt::endl;
+    }
+    return true;
 }
 
 } // namespace

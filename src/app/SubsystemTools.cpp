@@ -5,6 +5,7 @@
 #include "net/NetworkSharePage.h"
 #include "sqltools/SqlToolsInstaller.h"
 #include "tablecopy/TableCopyInstaller.h"
+#include "transfer/MigrateDataInstaller.h"
 #include "window/MainWindowContext.h"
 
 namespace qormin::app {
@@ -17,6 +18,7 @@ void installSubsystemTools(window::MainWindowContext& context) {
     tablecopy::installTableCopyTools(context);
     anonymize::ConfigAnonymizePage::install(context);
     sqltools::installSqlTools(context);
+    transfer::installMigrateDataWindows(context);
 }
 
 } // namespace qormin::app

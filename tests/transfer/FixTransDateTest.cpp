@@ -1,0 +1,189 @@
+#include "../db/FakeServerAccessHost.h"
+#include "QStringPrinter.h"
+#include "SimTestServer.h"
+
+#include "app/batch/BatchMessageBoxService.h"
+#include "db/ServerAccess.h"
+#include "platform/SettingsStore.h"
+#include "transfer/FixTransDateStatements.h"
+#include "transfer/frmFixTransDate.h"
+
+#include <QCheckBox>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QProgressBar>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+namespace qormin::test {
+
+namespace {
+
+namespace Statements = transfer::FixTransDateStatements;
+using transfer::TransDateKeys;
+
+const QString backup = QStringLiteral("Bak..tbBill");
+const QString damaged = QStringLiteral("Billing..tbBill");
+
+// Row "In" of the damaged table has its date at method n (0, 2..9); "none" and the row of
+// NULL keys have it nowhere. Each method answers only its own row.
+QByteArray scenario() {
+    QJsonArray rows;
+    QJsonArray rules;
+    const QJsonValue badDate = QStringLiteral("2020-07-17 09:02:18.000");
+    for (const int method : {0, 2, 3, 4, 5, 6, 7, 8, 9}) {
+        const QString id = QStringLiteral("I%1").arg(method);
+        const QString ref = QStringLiteral("R%1").arg(method);
+        rows.append(QJsonArray{id, 10, 20, ref, badDate, QJsonValue::Null});
+        const TransDateKeys keys = TransDateKeys::of(id, ref, 10, 20);
+        const QString date = QStringLiteral("2020-07-%1 08:00:00").arg(method + 1, 2, 10, QLatin1Char('0'));
+        rules.append(QJsonObject{
+            {"exact", Statements::methodQuery(method, backup, keys)},
+            {"response", QJsonObject{{"result", QJsonObject{{"columns", QJsonArray{"d:datetime"}},
+                                                            {"rows", QJsonArray{QJsonArray{date}}}}}}}});
+    }
+    rows.append(QJsonArray{"none", 10, 20, "Rn", badDate, QJsonValue::Null});
+    rows.append(QJsonArray{QJsonValue::Null, QJsonValue::Null, QJsonValue::Null, QJsonValue::Null, badDate,
+                           QJsonValue::Null});
+    const QJsonArray columns{"IDNum:varchar(10)",  "RevenueID:int",      "itemid:int",
+                             "refnum:varchar(10)", "TransDate:datetime", "TransDateFixed:int"};
+    rules.append(QJsonObject{
+        {"prefix", QStringLiteral("SELECT * FROM ") + damaged},
+        {"response", QJsonObject{{"result", QJsonObject{{"columns", columns}, {"rows", rows}}}}}});
+    rules.append(QJsonObject{
+        {"exact", Statements::rowCountQuery()},
+        {"response", QJsonObject{{"result", QJsonObject{{"columns", QJsonArray{"X:bigint"}},
+                                                        {"rows", QJsonArray{QJsonArray{500}}}}}}}});
+    rules.append(
+        QJsonObject{{"prefix", "ALTER TABLE   " + backup},
+                    {"response", QJsonObject{{"error", "Column names in each table must be unique."}}}});
+    return QJsonDocument(QJsonObject{{"rules", rules}}).toJson();
+}
+
+class FixTransDateTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        m_server = SimTestServer::fromJson(scenario());
+        ASSERT_TRUE(m_server && m_server->isRunning());
+        m_host.server[0] = m_server->address();
+        m_access = std::make_unique<db::ServerAccess>(m_host);
+        m_access->ConnectServer(0);
+        m_settings = platform::SettingsStore::openFile(m_folder.filePath(QStringLiteral("settings.ini")));
+        openWindow();
+    }
+
+    void openWindow() {
+        m_window = std::make_unique<transfer::frmFixTransDate>(*m_access, m_boxes, *m_settings);
+    }
+
+    template <typename T> T* control(const char* name) {
+        return m_window->findChild<T*>(QString::fromLatin1(name));
+    }
+
+    void run() {
+        control<QLineEdit>("txtSrc")->setText(backup);
+        control<QLineEdit>("txtDest")->setText(damaged);
+        m_server->clearTranscript();
+        m_window->Command1_Click();
+    }
+
+    // What each UPDATE ... WHERE CURRENT OF gave the row: the date and the method.
+    QStringList updates() const {
+        QStringList given;
+        for (const auto& entry : m_server->requests()) {
+            if (!entry.text.contains(QStringLiteral("WHERE CURRENT OF"))) {
+                continue;
+            }
+            QJsonArray values;
+            for (const auto& parameter : entry.parameters) {
+                values.append(parameter.toObject().value(QStringLiteral("value")));
+            }
+            given.append(QString::fromUtf8(QJsonDocument(values).toJson(QJsonDocument::Compact)));
+        }
+        return given;
+    }
+
+    QTemporaryDir m_folder;
+    QString m_boxOutput;
+    QString m_boxWarnings;
+    QTextStream m_boxOut{&m_boxOutput};
+    QTextStream m_boxWarn{&m_boxWarnings};
+    app::BatchMessageBoxService m_boxes{m_boxOut, m_boxWarn};
+    std::unique_ptr<SimTestServer> m_server;
+    FakeServerAccessHost m_host;
+    std::unique_ptr<db::ServerAccess> m_access;
+    std::unique_ptr<platform::SettingsStore> m_settings;
+    std::unique_ptr<transfer::frmFixTransDate> m_window;
+};
+
+TEST_F(FixTransDateTest, eachRowTakesTheFirstMethodThatFindsItsDate) {
+    run();
+    const QStringList sent = m_server->statements();
+    ASSERT_GE(sent.size(), 4);
+    EXPECT_EQ(sent.mid(0, 4), (QStringList{"ALTER TABLE   Bak..tbBill  ADD TransDateFixed integer",
+                                           "ALTER TABLE   Billing..tbBill  ADD TransDateFixed integer",
+                                           "USE billing", Statements::rowCountQuery()}));
+    EXPECT_EQ(updates(),
+              (QStringList{"[\"2020-07-01T08:00:00.0000000\",0]", "[\"2020-07-03T08:00:00.0000000\",2]",
+                           "[\"2020-07-04T08:00:00.0000000\",3]", "[\"2020-07-05T08:00:00.0000000\",4]",
+                           "[\"2020-07-06T08:00:00.0000000\",5]", "[\"2020-07-07T08:00:00.0000000\",6]",
+                           "[\"2020-07-08T08:00:00.0000000\",7]", "[\"2020-07-09T08:00:00.0000000\",8]",
+                           "[\"2020-07-10T08:00:00.0000000\",9]"}));
+    // Method n stops the chain: rows I2..I9 asked 0, then 2..n; the last two rows asked all nine.
+    const int queries =
+        int(sent.filter(QRegularExpression(QStringLiteral("^(select |SELECT  TRANSDATE)"))).size());
+    EXPECT_EQ(queries, 1 + (2 + 3 + 4 + 5 + 6 + 7 + 8 + 9) + 9 + 9);
+    EXPECT_TRUE(sent.contains(Statements::methodQuery(9, backup, TransDateKeys::of({}, {}, {}, {}))));
+    const QStringList log = control<QPlainTextEdit>("txtLog")->toPlainText().split(QLatin1Char('\n'));
+    EXPECT_EQ(log.mid(0, 5),
+              (QStringList{"", "Found, method 0:  updating2020-07-17 09:02:18.000 to2020-07-01 08:00:00.000",
+                           "Not Found", "Found , method:2, tdate:2020-07-03 08:00:00.000", "Not Found"}));
+    const QStringList tail{"Not Found",
+                           "not found",
+                           "Rec not Found in sources d_IDNum:none d_RevenueID:10 d_RefNum:Rn d_ItemId:20",
+                           "",
+                           "Not Found",
+                           "not found",
+                           "Rec not Found in sources d_IDNum: d_RevenueID: d_RefNum: d_ItemId:",
+                           "",
+                           "Done."};
+    EXPECT_EQ(log.mid(log.size() - tail.size()), tail);
+    EXPECT_EQ(control<QProgressBar>("ProgressBar1")->maximum(), 500);
+    EXPECT_EQ(control<QProgressBar>("ProgressBar1")->value(), 11);
+}
+
+TEST_F(FixTransDateTest, anEmptyConditionBecomesAllRowsAndStopDoesNotEndTheRun) {
+    control<QLineEdit>("txtWhere")->setText(QString());
+    control<QCheckBox>("chkLog")->setChecked(false);
+    m_window->cmdStop_Click();
+    run();
+    EXPECT_EQ(control<QLineEdit>("txtWhere")->text(), QStringLiteral("1=1"));
+    EXPECT_TRUE(
+        m_server->statements().filter(QStringLiteral("FOR SELECT * FROM Billing..tbBill WHERE 1=1")).size() ==
+        1);
+    EXPECT_EQ(updates().size(), 9);
+    EXPECT_TRUE(control<QPlainTextEdit>("txtLog")->toPlainText().isEmpty());
+}
+
+TEST_F(FixTransDateTest, settingsComeBackAtTheNextOpeningAndTheLogCanPutTheNewestOnTop) {
+    EXPECT_EQ(control<QLineEdit>("txtSrc")->text(), Statements::defaultTable);
+    EXPECT_EQ(control<QLineEdit>("txtWhere")->text(), Statements::defaultWhere);
+    m_window->txtWhere_DblClick();
+    control<QLineEdit>("txtDest")->setText(QStringLiteral("Billing_Jul16..tbBillDailyBill"));
+    m_window->close();
+    EXPECT_EQ(m_settings->getSetting(QStringLiteral("TDate"), QStringLiteral("txtWhere")),
+              Statements::resumeWhere);
+    openWindow();
+    EXPECT_EQ(control<QLineEdit>("txtDest")->text(), QStringLiteral("Billing_Jul16..tbBillDailyBill"));
+    EXPECT_EQ(control<QLineEdit>("txtWhere")->text(), Statements::resumeWhere);
+    m_window->WriteLog(QStringLiteral("a"), true);
+    m_window->WriteLog(QStringLiteral("b"), false);
+    EXPECT_EQ(control<QPlainTextEdit>("txtLog")->toPlainText(), QStringLiteral("b\n\na"));
+}
+
+} // namespace
+
+} // namespace qormin::test
