@@ -4,6 +4,7 @@
 #include "dbfiles/DatabaseFileTools.h"
 #include "net/NetworkSharePage.h"
 #include "tablecopy/TableCopyInstaller.h"
+#include "transfer/TransferDBInstaller.h"
 #include "window/MainWindowContext.h"
 
 namespace qormin::app {
@@ -15,6 +16,7 @@ void installSubsystemTools(window::MainWindowContext& context) {
     dbfiles::installDatabaseFileTools(context);
     tablecopy::installTableCopyTools(context);
     anonymize::ConfigAnonymizePage::install(context);
+    transfer::installTransferDBWindows(context);
 }
 
 } // namespace qormin::app
