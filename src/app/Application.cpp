@@ -18,6 +18,7 @@
 #include <QCommandLineParser>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QFileInfo>
 #include <QPixmap>
 #include <QTemporaryDir>
 #include <QTextStream>
@@ -131,14 +132,29 @@ int runBatch(frmMain& window, BatchMessageBoxService& boxes, const Options& opti
     return runner.run(input);
 }
 
-bool saveScreenshot(QWidget& window, const QString& file, QTextStream& errors) {
-    if (file.isEmpty())
-        return true;
-    QCoreApplication::processEvents();
+bool savePicture(QWidget& window, const QString& file, QTextStream& errors) {
     if (window.grab().save(file))
         return true;
     errors << "the picture could not be saved to " << file << Qt::endl;
     return false;
+}
+
+// A subsidiary window still open at the end is saved beside the main window's picture, as
+// "<file>-<window name>.png", so a batch that opens one can show it.
+bool saveScreenshot(QWidget& window, const QString& file, QTextStream& errors) {
+    if (file.isEmpty())
+        return true;
+    QCoreApplication::processEvents();
+    bool saved = savePicture(window, file, errors);
+    const QFileInfo info(file);
+    for (QWidget* other : QApplication::topLevelWidgets()) {
+        if (other != &window && other->isVisible() && other->parentWidget() == &window) {
+            const QString name = info.path() + u'/' + info.completeBaseName() + u'-' + other->objectName() +
+                                 u'.' + info.suffix();
+            saved = savePicture(*other, name, errors) && saved;
+        }
+    }
+    return saved;
 }
 
 } // namespace

@@ -74,6 +74,7 @@ frmHistorical::frmHistorical(window::MainWindowContext& context, QWidget* parent
     m_allTables->setObjectName(QStringLiteral("chkAllTables"));
     m_progress->setObjectName(QStringLiteral("ProgressBar1"));
     m_status->setObjectName(QStringLiteral("lblStatus"));
+    m_status->setWordWrap(true);
     m_recordsAtATime->setText(QStringLiteral("1000"));
 
     m_tabs->addTab(buildTransferPage(), QStringLiteral("Transfer"));

@@ -58,6 +58,7 @@ frmTransferDB::frmTransferDB(window::MainWindowContext& context, QWidget* parent
     m_allTables->setObjectName(QStringLiteral("chkAllTables"));
     m_progress->setObjectName(QStringLiteral("ProgressBar1"));
     m_status->setObjectName(QStringLiteral("lblStatus"));
+    m_status->setWordWrap(true);
     m_timer->setObjectName(QStringLiteral("Timer1"));
     m_recordsAtATime->setText(QStringLiteral("1000"));
 
