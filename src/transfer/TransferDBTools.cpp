@@ -321,6 +321,11 @@ void TransferDBTools::appendLog(const QString& text) {
     cursor.insertText(shown(text));
 }
 
+void TransferDBTools::refuseInput(const QString& text) {
+    prependLog(text + lineEnd);
+    m_controls.messageBoxes.MsgBox(text);
+}
+
 void TransferDBTools::showError(const QString& error) {
     m_controls.messageBoxes.MsgBox(Statements::errorBranchMessage(error));
 }

@@ -85,6 +85,8 @@ public:
     void prependLog(const QString& line);
     void appendLog(const QString& text);
     void showError(const QString& error);
+    // A value typed into the window that cannot be used: said in the log and a message box.
+    void refuseInput(const QString& text);
 
 private:
     bool openBoth(db::RecordReader& reader, db::RecordWriter& writer);

@@ -162,8 +162,8 @@ void frmHistorical::cmdTransfer_Click() {
     }
     const auto olderThan = TransferStatements::olderThan(QDate::currentDate(), m_years->text());
     if (!olderThan) {
-        m_tools->showError(QStringLiteral("\"") + m_years->text() +
-                           QStringLiteral("\" is not a number of years."));
+        m_tools->refuseInput(QStringLiteral("\"") + m_years->text() +
+                             QStringLiteral("\" is not a number of years."));
         return;
     }
     TransferDBJob job;

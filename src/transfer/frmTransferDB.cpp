@@ -202,8 +202,8 @@ void frmTransferDB::cmdTransfer_Click() {
     const QDate today = QDate::currentDate();
     if (!m_years->text().isEmpty() &&
         !(query.olderThan = TransferStatements::olderThan(today, m_years->text()))) {
-        m_tools->showError(QStringLiteral("\"") + m_years->text() +
-                           QStringLiteral("\" is not a number of years."));
+        m_tools->refuseInput(QStringLiteral("\"") + m_years->text() +
+                             QStringLiteral("\" is not a number of years."));
         return;
     }
     for (auto [box, bound] :
@@ -213,8 +213,8 @@ void frmTransferDB::cmdTransfer_Click() {
         }
         *bound = TransferStatements::parseDate(box->text());
         if (!*bound) {
-            m_tools->showError(QStringLiteral("\"") + box->text() +
-                               QStringLiteral("\" is not a date (month/day/year)."));
+            m_tools->refuseInput(QStringLiteral("\"") + box->text() +
+                                 QStringLiteral("\" is not a date (month/day/year)."));
             return;
         }
     }

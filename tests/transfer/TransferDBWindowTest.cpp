@@ -144,6 +144,17 @@ TEST_F(TransferDBWindowTest, badNamesAreRefusedBeforeAnythingIsSent) {
                   "Refused database \"Patient Files\": not a plain or bracketed name; nothing was sent"));
 }
 
+TEST_F(TransferDBWindowTest, datesAndYearsThatDoNotReadAreRefusedBeforeAnythingIsSent) {
+    const BatchResult result =
+        run(QStringLiteral("open frmTransferDB\nset frmTransferDB.txtEndDate 31/12/2020\n"
+                           "click frmTransferDB.cmdTransfer\nset frmTransferDB.txtEndDate \n"
+                           "set frmTransferDB.txtYears two\nclick frmTransferDB.cmdTransfer\n"));
+    EXPECT_EQ(statements(), QStringList());
+    EXPECT_TRUE(
+        result.output.contains(QStringLiteral("MSGBOX: \"31/12/2020\" is not a date (month/day/year).")));
+    EXPECT_TRUE(result.output.contains(QStringLiteral("MSGBOX: \"two\" is not a number of years.")));
+}
+
 // Script only withholds the copy, the claims update and the delete; the reads still run.
 TEST_F(TransferDBWindowTest, scriptOnlyWithholdsEveryChange) {
     harness().window().serverAccess().setScriptOnly(true);
