@@ -15,7 +15,9 @@
 #include <QLabel>
 #include <QPlainTextEdit>
 #include <QProgressBar>
+#include <QTextBlock>
 #include <QTextCursor>
+#include <QTextDocument>
 
 namespace qormin::transfer {
 
@@ -25,6 +27,9 @@ constexpr int leftSide = 0;
 constexpr int tableColumn = 0;
 constexpr int dateColumnIndex = 1;
 constexpr int claimsFileColumn = 8;
+// The window's log keeps the newest lines only: a line costs the text document about 2 kB, and
+// a night of runs of a thousand rows would otherwise hold hundreds of megabytes.
+constexpr int logLineLimit = 5000;
 const QString lineEnd = QStringLiteral("\r\n");
 const QString noSuchItem =
     QStringLiteral("Item cannot be found in the collection corresponding to the requested name or ordinal.");
@@ -313,6 +318,12 @@ void TransferDBTools::prependLog(const QString& line) {
     QTextCursor cursor(m_controls.log.document());
     cursor.movePosition(QTextCursor::Start);
     cursor.insertText(shown(line));
+    QTextDocument& document = *m_controls.log.document();
+    if (document.blockCount() > logLineLimit) {
+        QTextCursor oldest(document.findBlockByNumber(logLineLimit - 1));
+        oldest.movePosition(QTextCursor::End, QTextCursor::KeepAnchor);
+        oldest.removeSelectedText();
+    }
 }
 
 void TransferDBTools::appendLog(const QString& text) {
