@@ -132,25 +132,29 @@ int runBatch(frmMain& window, BatchMessageBoxService& boxes, const Options& opti
     return runner.run(input);
 }
 
+bool savePicture(QWidget& window, const QString& file, QTextStream& errors) {
+    if (window.grab().save(file))
+        return true;
+    errors << "the picture could not be saved to " << file << Qt::endl;
+    return false;
+}
+
+// A subsidiary window still open at the end is saved beside the main window's picture, as
+// "<file>-<window name>.png", so a batch that opens one can show it.
 bool saveScreenshot(QWidget& window, const QString& file, QTextStream& errors) {
     if (file.isEmpty())
         return true;
     QCoreApplication::processEvents();
-    if (!window.grab().save(file)) {
-        errors << "the picture could not be saved to " << file << Qt::endl;
-        return false;
+    bool saved = savePicture(window, file, errors);
+    const QFileInfo info(file);
+    for (QWidget* other : QApplication::topLevelWidgets()) {
+        if (other != &window && other->isVisible() && other->parentWidget() == &window) {
+            const QString name = info.path() + u'/' + info.completeBaseName() + u'-' + other->objectName() +
+                                 u'.' + info.suffix();
+            saved = savePicture(*other, name, errors) && saved;
+        }
     }
-    // Subsidiary windows left open go beside it, named after the window: shot-frmMigrateData.png.
-    const QFileInfo main(file);
-    for (QWidget* child : window.findChildren<QWidget*>()) {
-        if (!child->isWindow() || !child->isVisible() || child->objectName().isEmpty())
-            continue;
-        const QString name = main.path() + QLatin1Char('/') + main.completeBaseName() + QLatin1Char('-') +
-                             child->objectName() + QLatin1Char('.') + main.suffix();
-        if (!child->grab().save(name))
-            errors << "the picture could not be saved to " << name << Qt::endl;
-    }
-    return true;
+    return saved;
 }
 
 } // namespace

@@ -6,6 +6,7 @@
 #include "sqltools/SqlToolsInstaller.h"
 #include "tablecopy/TableCopyInstaller.h"
 #include "transfer/MigrateDataInstaller.h"
+#include "transfer/TransferDBInstaller.h"
 #include "window/MainWindowContext.h"
 
 namespace qormin::app {
@@ -19,6 +20,7 @@ void installSubsystemTools(window::MainWindowContext& context) {
     anonymize::ConfigAnonymizePage::install(context);
     sqltools::installSqlTools(context);
     transfer::installMigrateDataWindows(context);
+    transfer::installTransferDBWindows(context);
 }
 
 } // namespace qormin::app

@@ -248,6 +248,28 @@ bool RecordReader::updateCurrentRow(const QStringList& columnNames, const std::v
     return true;
 }
 
+QString RecordReader::deleteText(const QString& table, const QString& cursor) {
+    return QStringLiteral("DELETE FROM ") + table + QStringLiteral(" WHERE CURRENT OF ") + cursor;
+}
+
+bool RecordReader::deleteCurrentRow(QString* error) {
+    auto fail = [error](const QString& reason) {
+        if (error != nullptr) {
+            *error = reason;
+        }
+        return false;
+    };
+    if (m_mode != Mode::Updatable || !m_onRow || m_updateTable.isEmpty()) {
+        return fail(QStringLiteral("The record set cannot be updated here."));
+    }
+    const QString text = deleteText(m_updateTable, m_cursor);
+    if (m_side.withholds(text)) {
+        return true;
+    }
+    const StatementOutcome outcome = m_side.execute(text, ResultRetention::Nothing);
+    return outcome.succeeded ? true : fail(outcome.errorDescription);
+}
+
 void RecordReader::close() {
     if (!m_open) {
         return;

@@ -52,6 +52,10 @@ public:
     bool updateCurrentRow(const QStringList& columnNames, const std::vector<QVariant>& values,
                           QString* error = nullptr);
 
+    // Deletes the current row (updatable readers only) through the cursor, so a table without
+    // a key loses exactly that row. False with the server's reason on failure.
+    bool deleteCurrentRow(QString* error = nullptr);
+
     void close();
 
     // The texts sent to the server (pure; also what the simulator answers).
@@ -59,6 +63,7 @@ public:
     static QString openText(const QString& cursor, const QString& select, Mode mode);
     static QString fetchText(const QString& cursor, int count);
     static QString closeText(const QString& cursor);
+    static QString deleteText(const QString& table, const QString& cursor);
 
 private:
     bool openCursor();

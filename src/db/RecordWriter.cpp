@@ -160,6 +160,9 @@ RowWrite RecordWriter::addRowByName(const QStringList& names, const std::vector<
         }
     }
     checkFit(row);
+    if (m_wholeRowsOnly && row.outcome.errors > 0) {
+        return row.outcome;
+    }
     return complete(row, send(row.columns, row.values));
 }
 
@@ -235,7 +238,8 @@ RowWrite RecordWriter::complete(PlannedRow& row, StatementOutcome sent) {
                                                  named, Qt::CaseInsensitive) != 0) {
             ++field;
         }
-        if (named.isEmpty() || field == row.columns.size() || sent.connectionLost || sent.cancelled) {
+        if (m_wholeRowsOnly || named.isEmpty() || field == row.columns.size() || sent.connectionLost ||
+            sent.cancelled) {
             ++row.outcome.errors;
             return row.outcome;
         }

@@ -44,6 +44,10 @@ public:
     // Whether SET IDENTITY_INSERT is on for the table, which lets identity columns be given.
     void setIdentityInsert(bool on) { m_identityInsert = on; }
     const std::vector<ColumnInfo>& columns() const { return m_columns; }
+    // Moves, not copies: a row goes in with every field or not at all. A field that cannot be
+    // given or does not fit keeps the row from being sent, and a refused row is not sent again
+    // without a field; either way the row is not added.
+    void setWholeRowsOnly(bool on) { m_wholeRowsOnly = on; }
 
     // Value i goes to column i (as copies by position do).
     RowWrite addRow(const std::vector<QVariant>& values);
@@ -88,6 +92,7 @@ private:
     std::vector<ColumnInfo> m_columns;
     std::vector<bool> m_refusedByServer; // columns the server would never take in this table
     bool m_identityInsert = false;
+    bool m_wholeRowsOnly = false;
     std::map<std::vector<int>, Prepared> m_prepared; // column set -> its INSERT
 };
 

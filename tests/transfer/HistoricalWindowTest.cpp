@@ -1,0 +1,90 @@
+#include "QStringPrinter.h"
+#include "TransferWindowFixture.h"
+
+#include <QDate>
+
+namespace qormin::test {
+namespace {
+
+using HistoricalWindowTest = TransferWindowFixture;
+
+QString yearsAgo(int years) {
+    return QDate::currentDate().addYears(-years).toString(QStringLiteral("yyyyMMdd"));
+}
+
+TEST_F(HistoricalWindowTest, mainWindowButtonsOpenBothWindows) {
+    run(QStringLiteral("page 14\nclick cmdEclaims\nclick cmdHistorical\n"));
+    ASSERT_NE(subsidiary(QStringLiteral("frmTransferDB")), nullptr);
+    ASSERT_NE(subsidiary(QStringLiteral("frmHistorical")), nullptr);
+    EXPECT_EQ(subsidiary(QStringLiteral("frmHistorical"))->windowTitle(),
+              QStringLiteral("Transfer to History"));
+}
+
+// Every column goes, "ID" included, into the HISTORY table of the same name; no claims update
+// and no closing message.
+TEST_F(HistoricalWindowTest, movesRowsOlderThanTheYearsWithEveryColumn) {
+    const BatchResult result =
+        run(QStringLiteral("open frmHistorical\nset frmHistorical.txtYears 2\nclick frmHistorical.chkDelete\n"
+                           "select frmHistorical.Grid1 3\nclick frmHistorical.cmdTransfer\n"));
+    EXPECT_EQ(
+        statements().value(0),
+        QStringLiteral("DECLARE qormin_cursor_1 CURSOR GLOBAL DYNAMIC OPTIMISTIC FOR SELECT top 1000 * FROM "
+                       "Station..tbstationlogs WHERE TransDate < convert(datetime,'%1')  ORDER BY TransDate "
+                       "ASC\r\nOPEN qormin_cursor_1")
+            .arg(yearsAgo(2)));
+    const QString insert =
+        QStringLiteral("INSERT INTO HISTORY..tbstationlogs ([ID], [RequestDate], [TransDate], "
+                       "[Note]) VALUES (@P1, @P2, @P3, @P4)");
+    const QString remove =
+        QStringLiteral("DELETE FROM Station..tbstationlogs WHERE CURRENT OF qormin_cursor_1");
+    EXPECT_EQ(changes(), QStringList({insert, remove, insert, remove}));
+    EXPECT_FALSE(result.output.contains(QStringLiteral("MSGBOX")));
+    EXPECT_TRUE(result.log.contains(
+        QStringLiteral("Transfer of Station..tbstationlogs: read 2, written 2, deleted 2, failed 0")));
+}
+
+// A destination with an identity ID cannot take the copied ID: nothing is written or deleted.
+TEST_F(HistoricalWindowTest, identityDestinationGetsNothingAndTheHint) {
+    const BatchResult result =
+        run(QStringLiteral("open frmHistorical\nset frmHistorical.txtYears 2\nclick "
+                           "frmHistorical.chkDelete\nclick frmHistorical.cmdTransfer\n"));
+    EXPECT_EQ(changes(), QStringList());
+    EXPECT_TRUE(result.output.contains(QStringLiteral(
+        "MSGBOX: Field cannot be updated.   drop any identity columns and click sync structure.")));
+    EXPECT_TRUE(result.log.contains(QStringLiteral("read 1, written 0, deleted 0, failed 1")));
+}
+
+TEST_F(HistoricalWindowTest, purgeOfAllTablesSaysWhichAreEmptiedAndTruncatesThem) {
+    const BatchResult result =
+        run(QStringLiteral("open frmHistorical\nset frmHistorical.txtYears 3\nclick "
+                           "frmHistorical.chkAllTables\nclick frmHistorical.cmdDeleteData\n"));
+    QStringList expected{
+        QStringLiteral("DELETE FROM  Station..tbstationlogs WHERE TransDate < convert(datetime,'%1')  ")
+            .arg(yearsAgo(3)),
+        QStringLiteral("DELETE FROM  Billing..tbBilling_UserLogin WHERE LogInDate < convert(datetime,'%1')  ")
+            .arg(yearsAgo(3))};
+    const QStringList emptied{"Medicare..Medic_ORLogBook",        "Medicare..Medic_LogBook",
+                              "Medicare..Medic_LabLogBook",       "Medicare..Medic_XrayLogBook",
+                              "Medicare..medic_DumpAVGDays",      "Medicare..Medic_DumpDiscount",
+                              "Medicare..Medic_DumpTable_Actual", "Medicare..Medic_DumpTable_Form3And4"};
+    for (const QString& table : emptied) {
+        expected.append(QStringLiteral("TRUNCATE TABLE  ") + table + QStringLiteral("    "));
+    }
+    EXPECT_EQ(changes(), expected);
+    EXPECT_EQ(text(QStringLiteral("frmHistorical.lblStatus")),
+              QStringLiteral("Emptying every row of: ") + emptied.join(QStringLiteral(", ")));
+    EXPECT_TRUE(result.output.contains(QStringLiteral("MSGBOX: done.")));
+}
+
+TEST_F(HistoricalWindowTest, indexesTheSourceOnlyAndPreviewsWithTabs) {
+    run(QStringLiteral(
+        "open frmHistorical\nselect frmHistorical.Grid1 3\nclick frmHistorical.cmdCreateIndex\n"
+        "click frmHistorical.cmdSelect\n"));
+    EXPECT_EQ(changes(),
+              QStringList({"CREATE NONCLUSTERED INDEX by_TransDate ON Station..tbstationlogs (TransDate)"}));
+    EXPECT_EQ(windowLog(QStringLiteral("frmHistorical")).mid(0, 3),
+              QStringList({"ID\tTransDate", "1\t2001-01-01 00:00:00", "2\t2002-02-02 00:00:00"}));
+}
+
+} // namespace
+} // namespace qormin::test
