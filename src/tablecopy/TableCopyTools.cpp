@@ -3,6 +3,7 @@
 #include "controls/FlexGrid.h"
 #include "db/EventLoopYield.h"
 #include "db/HeaderRowPass.h"
+#include "db/NameGuard.h"
 #include "db/RecordReader.h"
 #include "db/RecordWriter.h"
 #include "db/Recordset.h"
@@ -110,6 +111,9 @@ void TableCopyTools::cmdCopytoNEW_Click() {
     const QString table = currentTable();
     log(table);
     const QString db = workingDatabase();
+    if (!db::NameGuard::admit(m_controls.access, {db, table})) {
+        return;
+    }
     const QString source = Statements::sourceTable(db, table);
     const QString newTable = Statements::newTableName(table);
     const QString destination = Statements::sourceTable(db, newTable);
@@ -131,11 +135,16 @@ void TableCopyTools::cmdCopytoNEW_Click() {
 void TableCopyTools::runForTables(bool useDatabaseFirst, const TableRoutine& routine,
                                   const QString& closingLine) {
     log(currentTable());
+    if (!db::NameGuard::admit(m_controls.access, {workingDatabase()})) {
+        return;
+    }
     if (useDatabaseFirst) {
         execute(Statements::useDatabase(workingDatabase()));
     }
     if (!m_allTables->isChecked()) {
-        routine(currentTable());
+        if (db::NameGuard::admit(m_controls.access, {currentTable()})) {
+            routine(currentTable());
+        }
     } else {
         // Row 0 is the header row; it is walked like the others, as the tool always has.
         for (int row = 0; row < m_controls.grid.Rows(); ++row) {
@@ -146,7 +155,9 @@ void TableCopyTools::runForTables(bool useDatabaseFirst, const TableRoutine& rou
             m_controls.grid.setRow(row);
             const QString table = currentTable();
             log(table);
-            routine(table);
+            if (db::NameGuard::admit(m_controls.access, {table})) {
+                routine(table);
+            }
             db::EventLoopYield::processEvents();
         }
     }

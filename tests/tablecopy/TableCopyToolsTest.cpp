@@ -150,6 +150,18 @@ TEST_F(TableCopyToolsTest, allTablesWalksEveryRowIncludingTheHeaderAndMovesTheCu
     EXPECT_EQ(m_access->tally().failed, 0);
 }
 
+// A table name that could end the statement is refused and skipped; the pass goes on.
+TEST_F(TableCopyToolsTest, allTablesSkipsARefusedTableName) {
+    showTables({QStringLiteral("tbCash"), QStringLiteral("tb;DROP TABLE x"), QStringLiteral("tbLocked")});
+    m_tools->chkAllTables()->setChecked(true);
+    click(QStringLiteral("cmdTruncate"));
+    EXPECT_EQ(m_server->statements(),
+              (QStringList{"Use Billing", "Truncate Table   TableName ", "Truncate Table   tbCash ",
+                           "Truncate Table   tbLocked "}));
+    EXPECT_TRUE(logLines().contains(QStringLiteral(
+        "Skipped \"tb;DROP TABLE x\": the name holds a semicolon and is not put into a statement")));
+}
+
 TEST_F(TableCopyToolsTest, stopTickedBeforeTheFirstTableRunsNoTableButStillCloses) {
     m_tools->chkAllTables()->setChecked(true);
     m_stop.setChecked(true);
