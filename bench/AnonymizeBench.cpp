@@ -4,6 +4,7 @@
 // best kept; the largest lateness of a 5 ms timer while the run works (the window's
 // responsiveness); and the process's peak resident memory before and after.
 // Usage: qormin-bench-anonymize [rows, default 100000] [runs, default 2]
+#include "BenchSupport.h"
 #include "anonymize/AnonymizeRun.h"
 #include "controls/FlexGrid.h"
 #include "db/LogBuffer.h"
@@ -13,20 +14,16 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QElapsedTimer>
-#include <QFile>
 #include <QLabel>
 #include <QListWidget>
-#include <QProcess>
-#include <QTemporaryDir>
 #include <QTextStream>
-#include <QTimer>
 #include <algorithm>
-#include <memory>
 #include <sql.h>
 #include <sqlext.h>
-#include <sys/resource.h>
 
 namespace {
+
+using namespace qormin::bench;
 
 QByteArray scenarioText(int rows) {
     return QByteArray(R"json({"rules": [
@@ -42,18 +39,6 @@ QByteArray scenarioText(int rows) {
            QByteArray::number(rows) + R"json(]]}}}]})json";
 }
 
-class StubHost : public qormin::db::ServerAccessHost {
-public:
-    QString server;
-    QString serverText(int) const override { return server; }
-    QString userText(int) const override { return QStringLiteral("sa"); }
-    QString passwordText(int) const override { return QStringLiteral("demo"); }
-    void showConnectError(const QString& description) override {
-        QTextStream(stderr) << description << Qt::endl;
-    }
-    void setBusyCursor(bool) override {}
-};
-
 class YesBoxes : public qormin::platform::MessageBoxService {
 public:
     qormin::platform::MessageBoxAnswer MsgBox(const QString&, qormin::platform::MessageBoxButtons buttons,
@@ -64,40 +49,10 @@ public:
     QString saveFileName(const QString&, const QString&, const QString&) override { return {}; }
 };
 
-long peakResidentKilobytes() {
-    rusage usage{};
-    getrusage(RUSAGE_SELF, &usage);
-    return usage.ru_maxrss;
-}
-
-struct HandleFree {
-    SQLSMALLINT type;
-    void operator()(void* handle) const { SQLFreeHandle(type, handle); }
-};
-using Handle = std::unique_ptr<void, HandleFree>;
-
-Handle allocate(SQLSMALLINT type, SQLHANDLE parent) {
-    SQLHANDLE handle = SQL_NULL_HANDLE;
-    SQLAllocHandle(type, parent, &handle);
-    return Handle(handle, HandleFree{type});
-}
-
-std::vector<SQLWCHAR> wide(const QString& text) {
-    std::vector<SQLWCHAR> characters;
-    for (const QChar character : text)
-        characters.push_back(character.unicode());
-    characters.push_back(0);
-    return characters;
-}
-
 // The same cursor, FETCH and three-column UPDATE per row, straight on one ODBC connection.
 double rawSeconds(const QString& connectionString, int* rows) {
-    Handle environment = allocate(SQL_HANDLE_ENV, SQL_NULL_HANDLE);
-    SQLSetEnvAttr(environment.get(), SQL_ATTR_ODBC_VERSION, reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3), 0);
-    Handle connection = allocate(SQL_HANDLE_DBC, environment.get());
-    QByteArray text = connectionString.toUtf8();
-    SQLDriverConnect(connection.get(), nullptr, reinterpret_cast<SQLCHAR*>(text.data()), SQL_NTS, nullptr, 0,
-                     nullptr, SQL_DRIVER_NOPROMPT);
+    Handle environment = odbcEnvironment();
+    Handle connection = connect(environment.get(), connectionString);
     Handle statement = allocate(SQL_HANDLE_STMT, connection.get());
     Handle update = allocate(SQL_HANDLE_STMT, connection.get());
     SQLWCHAR names[3][51] = {};
@@ -107,12 +62,7 @@ double rawSeconds(const QString& connectionString, int* rows) {
                          names[index], sizeof(names[index]), &lengths[index]);
     QElapsedTimer clock;
     clock.start();
-    auto open = wide(QStringLiteral("DECLARE raw_cursor CURSOR GLOBAL DYNAMIC OPTIMISTIC FOR SELECT * FROM "
-                                    "Bench..tbNames\r\nOPEN raw_cursor"));
-    SQLExecDirectW(statement.get(), open.data(), SQL_NTS);
-    while (SQLMoreResults(statement.get()) == SQL_SUCCESS) {
-    }
-    SQLFreeStmt(statement.get(), SQL_CLOSE);
+    openRawCursor(statement.get(), QStringLiteral("SELECT * FROM Bench..tbNames"));
     const auto fetch = wide(QStringLiteral("FETCH NEXT FROM raw_cursor"));
     const auto change = wide(QStringLiteral("UPDATE Bench..tbNames SET [LastName] = ?, [FirstName] = ?, "
                                             "[MiddleName] = ? WHERE CURRENT OF raw_cursor"));
@@ -133,31 +83,21 @@ double rawSeconds(const QString& connectionString, int* rows) {
         SQLFreeStmt(update.get(), SQL_CLOSE);
         ++*rows;
     }
-    auto close = wide(QStringLiteral("CLOSE raw_cursor\r\nDEALLOCATE raw_cursor"));
-    SQLExecDirectW(statement.get(), close.data(), SQL_NTS);
-    return static_cast<double>(clock.nsecsElapsed()) / 1e9;
+    closeRawCursor(statement.get());
+    return secondsSince(clock);
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
     QApplication application(argc, argv);
-    const int rows = argc > 1 ? std::max(1, atoi(argv[1])) : 100000;
-    const int runs = argc > 2 ? std::max(1, atoi(argv[2])) : 2;
+    const int rows = countArgument(argc, argv, 1, 100000);
+    const int runs = countArgument(argc, argv, 2, 2);
     QTextStream out(stdout);
-    QTemporaryDir folder;
-    const QString scenarioFile = folder.filePath(QStringLiteral("bench.json"));
-    QFile file(scenarioFile);
-    if (!file.open(QIODevice::WriteOnly) || file.write(scenarioText(rows)) < 0)
+    SimProcess simulator(QStringLiteral(QORMIN_SIM_PATH));
+    if (!simulator.start(scenarioText(rows), nullptr))
         return 1;
-    file.close();
-    QProcess simulator;
-    simulator.start(QStringLiteral(QORMIN_SIM_PATH), {QStringLiteral("--scenario"), scenarioFile});
-    if (!simulator.waitForReadyRead(30000))
-        return 1;
-    const QString port = QString::fromUtf8(simulator.readLine()).trimmed().section(u':', -1);
-    StubHost host;
-    host.server = QStringLiteral("127.0.0.1,") + port;
+    StubHost host(simulator.server());
     qormin::db::ServerAccess access(host);
     YesBoxes boxes;
     qormin::controls::FlexGrid grid;
@@ -171,9 +111,7 @@ int main(int argc, char** argv) {
     qormin::anonymize::AnonymizeRun run(
         {access, boxes, grid, last, first, recordNumber, recordCount, testRun, [] { return false; }});
     access.ConnectServer(1);
-    const QString odbc =
-        QStringLiteral("Driver=FreeTDS;Server=127.0.0.1;Port=") + port +
-        QStringLiteral(";TDS_Version=7.4;UID=sa;PWD=demo;Database=MASTER;ClientCharset=UTF-8");
+    const QString odbc = odbcConnectionString(simulator.port());
     QString surnames;
     QString given;
     for (int n = 0; n < 1000; ++n) {
@@ -183,36 +121,27 @@ int main(int argc, char** argv) {
     const qormin::anonymize::AnonymizeLists lists{
         QStringLiteral("Bench..tbNames LastName FirstName MiddleName"), surnames, given};
     const long before = peakResidentKilobytes();
-    double best = 1e9;
-    double bestRaw = 1e9;
+    BestTimes best;
     qint64 latest = 0;
     int rawRows = 0;
     for (int round = 0; round < runs; ++round) {
-        QElapsedTimer ticks;
-        qint64 lateness = 0;
-        QTimer timer;
-        timer.setInterval(5);
-        QObject::connect(&timer, &QTimer::timeout,
-                         [&] { lateness = std::max(lateness, ticks.restart() - 5); });
-        ticks.start();
-        timer.start();
+        LatenessProbe probe(5);
+        probe.start();
         QElapsedTimer clock;
         clock.start();
         run.runComplete(lists, QStringLiteral("bench secret"));
-        best = std::min(best, static_cast<double>(clock.nsecsElapsed()) / 1e9);
-        timer.stop();
-        latest = std::max(latest, lateness);
-        bestRaw = std::min(bestRaw, rawSeconds(odbc, &rawRows));
+        const double tool = secondsSince(clock);
+        probe.stop();
+        latest = std::max(latest, probe.largestMilliseconds());
+        best.keep(tool, rawSeconds(odbc, &rawRows));
     }
     const long after = peakResidentKilobytes();
-    out << "complete anonymise, " << rows << " rows x 3 names, best of " << runs << ": " << best << " s ("
-        << rows / best << " rows/s); raw ODBC cursor loop " << bestRaw << " s (" << rawRows / bestRaw
-        << " rows/s); ratio " << best / bestRaw << Qt::endl;
+    out << "complete anonymise, " << rows << " rows x 3 names, best of " << runs << ": " << best.tool
+        << " s (" << rows / best.tool << " rows/s); raw ODBC cursor loop " << best.raw << " s ("
+        << rawRows / best.raw << " rows/s); ratio " << best.ratio() << Qt::endl;
     out << "largest lateness of a 5 ms timer during the runs: " << latest << " ms" << Qt::endl;
     out << "peak RSS: before " << before << " kB, after " << after << " kB" << Qt::endl;
     out << "rows counted by the run: " << recordNumber.text()
         << "; first error line: " << access.errors().text().section(QStringLiteral("\r\n"), 0, 0) << Qt::endl;
-    simulator.kill();
-    simulator.waitForFinished();
     return 0;
 }

@@ -3,6 +3,7 @@
 // same file in the same run: seconds, the ratio, how late a 10 ms window timer fired during the
 // copy (the window's latency), and the resident memory added while copying. The file is made
 // in a temporary folder under /tmp at the start and removed at the end.
+#include "BenchSupport.h"
 #include "dbfiles/FileCopyRunner.h"
 
 #include <QCoreApplication>
@@ -14,22 +15,15 @@
 #include <QTimer>
 #include <algorithm>
 #include <random>
-#include <unistd.h>
 #include <vector>
 
 namespace {
 
+using qormin::bench::residentKilobytes;
+
 constexpr qint64 fileBytes = qint64{2} << 30;
 constexpr int timerMilliseconds = 10;
 constexpr int rounds = 4;
-
-long residentKilobytes() {
-    QFile statm(QStringLiteral("/proc/self/statm"));
-    if (!statm.open(QIODevice::ReadOnly))
-        return 0;
-    const QList<QByteArray> fields = statm.readAll().split(' ');
-    return fields.size() > 1 ? fields.at(1).toLong() * (sysconf(_SC_PAGESIZE) / 1024) : 0;
-}
 
 bool makeSourceFile(const QString& path) {
     QFile file(path);

@@ -4,6 +4,7 @@
 // txtLog (a view over the lines that lays out only the rows in sight) is measured against a
 // text document that takes every line as it comes (a QPlainTextEdit, which is what txtLog was)
 // and against the buffer alone. Linear growth shows as a ratio near 2.
+#include "BenchSupport.h"
 #include "app/LogView.h"
 #include "db/LogBuffer.h"
 
@@ -15,6 +16,8 @@
 #include <memory>
 
 namespace {
+
+using qormin::bench::secondsSince;
 
 QString lineNumber(int index) {
     return QStringLiteral("Running SQL.. statement number ") + QString::number(index);
@@ -52,10 +55,6 @@ std::unique_ptr<QWidget> open(View view, qormin::db::LogBuffer& buffer) {
     return widget;
 }
 
-double secondsSince(const QElapsedTimer& clock) {
-    return static_cast<double>(clock.nsecsElapsed()) / 1e9;
-}
-
 double following(View view, int lines) {
     qormin::db::LogBuffer buffer;
     const auto widget = open(view, buffer);
@@ -88,8 +87,7 @@ double opening(View view, int lines) {
 } // namespace
 
 int main(int argc, char** argv) {
-    if (qEnvironmentVariableIsEmpty("DISPLAY"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
+    qormin::bench::useOffscreenWithoutDisplay();
     QApplication application(argc, argv);
     QTextStream out(stdout);
     // "txtLog" alone: txtLog's figures only (for a profiler).

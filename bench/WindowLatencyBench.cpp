@@ -3,6 +3,7 @@
 // simulated server (a program of its own) and (2) 10,000 log lines a second go through LogMessage
 // for 10 s (100,000 lines). The log boxes are on screen (offscreen platform) and follow every
 // line, so what they cost counts. The reference is the same timer on an idle event loop.
+#include "BenchSupport.h"
 #include "app/LogPanel.h"
 #include "controls/FlexGrid.h"
 #include "db/LogBuffer.h"
@@ -15,9 +16,7 @@
 #include <QFile>
 #include <QHBoxLayout>
 #include <QLineEdit>
-#include <QProcess>
 #include <QStringList>
-#include <QTemporaryDir>
 #include <QTextStream>
 #include <QTimer>
 #include <algorithm>
@@ -26,34 +25,18 @@
 
 namespace {
 
+using namespace qormin::bench;
+
 constexpr int tickMilliseconds = 5;
 
 QByteArray tableRule(const char* statement, int rows) {
-    return QByteArray(R"json({"exact": ")json") + statement + R"json(", "response": {"result": {
-      "columns": [{"name": "id", "type": "int"},
-                  {"name": "name", "type": "nvarchar(50)", "generate": {"template": "Patient {n}"}},
-                  {"name": "amount", "type": "decimal(12,2)", "generate": {"start": 10, "step": 1}},
-                  {"name": "created", "type": "datetime"}],
-      "generate": )json" +
-           QByteArray::number(rows) + "}}}";
+    return generatedTableRule(statement, rows, "Patient {n}");
 }
 
 QByteArray scenarioText() {
     return QByteArray(R"json({"rules": [)json") + tableRule("SELECT TOP 1 * FROM Bench2..tbCopy", 1) + "," +
            tableRule("SELECT * FROM Bench..tb100000", 100000) + "]}";
 }
-
-class StubHost : public qormin::db::ServerAccessHost {
-public:
-    QString server;
-    QString serverText(int) const override { return server; }
-    QString userText(int) const override { return QStringLiteral("sa"); }
-    QString passwordText(int) const override { return QStringLiteral("demo"); }
-    void showConnectError(const QString& description) override {
-        QTextStream(stderr) << description << Qt::endl;
-    }
-    void setBusyCursor(bool) override {}
-};
 
 // How long this thread has waited for a CPU (Linux; 0 elsewhere). On a machine shared with
 // other work, that is most of a long delay, and none of it is the window's doing.
@@ -109,7 +92,7 @@ Latency measure(const std::function<void()>& work) {
     // The tick that was due while the work's last step ran counts too.
     QCoreApplication::processEvents();
     timer.stop();
-    latency.seconds = static_cast<double>(clock.nsecsElapsed()) / 1e9;
+    latency.seconds = secondsSince(clock);
     if (lateness.empty())
         return latency;
     std::sort(lateness.begin(), lateness.end());
@@ -172,29 +155,15 @@ QString figures(const std::vector<Latency>& rounds, const std::vector<Latency>& 
 } // namespace
 
 int main(int argc, char** argv) {
-    if (qEnvironmentVariableIsEmpty("DISPLAY"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
+    useOffscreenWithoutDisplay();
     QApplication application(argc, argv);
     QTextStream out(stdout);
 
-    QTemporaryDir folder;
-    const QString scenarioFile = folder.filePath(QStringLiteral("bench.json"));
-    QFile file(scenarioFile);
-    if (!file.open(QIODevice::WriteOnly) || file.write(scenarioText()) < 0) {
-        out << "cannot write the scenario" << Qt::endl;
+    SimProcess simulator(QStringLiteral(QORMIN_SIM_PATH));
+    if (!simulator.start(scenarioText(), &out))
         return 1;
-    }
-    file.close();
-    QProcess simulator;
-    simulator.start(QStringLiteral(QORMIN_SIM_PATH), {QStringLiteral("--scenario"), scenarioFile});
-    if (!simulator.waitForReadyRead(30000)) {
-        out << "the simulator did not start" << Qt::endl;
-        return 1;
-    }
-    const QString port = QString::fromUtf8(simulator.readLine()).trimmed().section(QLatin1Char(':'), -1);
 
-    StubHost host;
-    host.server = QStringLiteral("127.0.0.1,") + port;
+    StubHost host(simulator.server());
     qormin::db::ServerAccess access(host);
     qormin::controls::FlexGrid grid;
     QLineEdit database(QStringLiteral("Bench"));
@@ -232,7 +201,5 @@ int main(int argc, char** argv) {
         << QString::number(100000 / copy.back().seconds, 'f', 0) << " rows/s" << Qt::endl;
     out << "  " << lines << " log lines at 10000 lines/s: " << figures(logging, idle) << "; "
         << QString::number(lines / logging.back().seconds, 'f', 0) << " lines/s reached" << Qt::endl;
-    simulator.kill();
-    simulator.waitForFinished();
     return 0;
 }

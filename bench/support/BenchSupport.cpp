@@ -1,0 +1,219 @@
+#include "BenchSupport.h"
+
+#include "sim/SimServer.h"
+
+#include <QFile>
+#include <algorithm>
+#include <sys/resource.h>
+#include <unistd.h>
+
+namespace qormin::bench {
+
+void useOffscreenWithoutDisplay() {
+    if (qEnvironmentVariableIsEmpty("DISPLAY"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+}
+
+int countArgument(int argc, char** argv, int index, int fallback) {
+    return argc > index ? std::max(1, QString::fromLocal8Bit(argv[index]).toInt()) : fallback;
+}
+
+double secondsSince(const QElapsedTimer& clock) {
+    return static_cast<double>(clock.nsecsElapsed()) / 1e9;
+}
+
+double secondsOf(const std::function<void()>& work) {
+    QElapsedTimer clock;
+    clock.start();
+    work();
+    return secondsSince(clock);
+}
+
+long peakResidentKilobytes() {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss;
+}
+
+long residentKilobytes() {
+    QFile statm(QStringLiteral("/proc/self/statm"));
+    if (!statm.open(QIODevice::ReadOnly))
+        return 0;
+    const QList<QByteArray> fields = statm.readAll().split(' ');
+    return fields.size() > 1 ? fields.at(1).toLong() * (sysconf(_SC_PAGESIZE) / 1024) : 0;
+}
+
+void BestTimes::keep(double toolSeconds, double rawSeconds) {
+    tool = std::min(tool, toolSeconds);
+    raw = std::min(raw, rawSeconds);
+}
+
+LatenessProbe::LatenessProbe(int intervalMilliseconds) : m_interval(intervalMilliseconds) {
+    m_timer.setInterval(intervalMilliseconds);
+    QObject::connect(&m_timer, &QTimer::timeout,
+                     [this] { m_largest = std::max(m_largest, m_sinceTick.restart() - m_interval); });
+}
+
+void LatenessProbe::start() {
+    m_sinceTick.start();
+    m_timer.start();
+}
+
+void LatenessProbe::stop() {
+    m_timer.stop();
+}
+
+void StubHost::showConnectError(const QString& description) {
+    QTextStream(stderr) << description << Qt::endl;
+}
+
+SimProcess::SimProcess(QString programPath) : m_program(std::move(programPath)) {}
+
+SimProcess::~SimProcess() {
+    m_process.kill();
+    m_process.waitForFinished();
+}
+
+bool SimProcess::start(const QByteArray& scenario, QTextStream* out) {
+    auto fail = [out](const char* why) {
+        if (out)
+            *out << why << Qt::endl;
+        return false;
+    };
+    const QString scenarioFile = m_folder.filePath(QStringLiteral("bench.json"));
+    QFile file(scenarioFile);
+    if (!file.open(QIODevice::WriteOnly) || file.write(scenario) < 0)
+        return fail("cannot write the scenario");
+    file.close();
+    m_process.start(m_program, {QStringLiteral("--scenario"), scenarioFile});
+    if (!m_process.waitForReadyRead(30000))
+        return fail("the simulator did not start");
+    m_port = QString::fromUtf8(m_process.readLine()).trimmed().section(QLatin1Char(':'), -1);
+    return true;
+}
+
+std::unique_ptr<sim::SimServer> startSimServer(const QByteArray& scenario, QTextStream& out) {
+    QString error;
+    auto parsed = sim::Scenario::fromJson(scenario, &error);
+    if (!parsed) {
+        out << "scenario: " << error << "\n";
+        return nullptr;
+    }
+    auto server = std::make_unique<sim::SimServer>(std::move(*parsed));
+    if (!server->start(0, &error)) {
+        out << "simulator: " << error << "\n";
+        return nullptr;
+    }
+    return server;
+}
+
+QByteArray generatedTableRule(const QByteArray& statement, int rows, const QByteArray& nameTemplate) {
+    return QByteArray(R"json({"exact": ")json") + statement + R"json(", "response": {"result": {
+      "columns": [{"name": "id", "type": "int"},
+                  {"name": "name", "type": "nvarchar(50)", "generate": {"template": ")json" +
+           nameTemplate + R"json("}},
+                  {"name": "amount", "type": "decimal(12,2)", "generate": {"start": 10, "step": 1}},
+                  {"name": "created", "type": "datetime"}],
+      "generate": )json" +
+           QByteArray::number(rows) + "}}}";
+}
+
+QString odbcConnectionString(const QString& port, const QString& password) {
+    return QStringLiteral("Driver=FreeTDS;Server=127.0.0.1;Port=") + port +
+           QStringLiteral(";TDS_Version=7.4;UID=sa;PWD=") + password +
+           QStringLiteral(";Database=MASTER;ClientCharset=UTF-8");
+}
+
+void HandleFree::operator()(void* handle) const {
+    if (type == SQL_HANDLE_DBC)
+        SQLDisconnect(handle);
+    SQLFreeHandle(type, handle);
+}
+
+Handle allocate(SQLSMALLINT type, SQLHANDLE parent) {
+    SQLHANDLE handle = SQL_NULL_HANDLE;
+    SQLAllocHandle(type, parent, &handle);
+    return Handle(handle, HandleFree{type});
+}
+
+Handle odbcEnvironment() {
+    Handle environment = allocate(SQL_HANDLE_ENV, SQL_NULL_HANDLE);
+    SQLSetEnvAttr(environment.get(), SQL_ATTR_ODBC_VERSION, reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3), 0);
+    return environment;
+}
+
+Handle connect(SQLHANDLE environment, const QString& connectionString, bool* connected) {
+    Handle connection = allocate(SQL_HANDLE_DBC, environment);
+    QByteArray text = connectionString.toUtf8();
+    const SQLRETURN rc = SQLDriverConnect(connection.get(), nullptr, reinterpret_cast<SQLCHAR*>(text.data()),
+                                          SQL_NTS, nullptr, 0, nullptr, SQL_DRIVER_NOPROMPT);
+    if (connected)
+        *connected = SQL_SUCCEEDED(rc);
+    return connection;
+}
+
+std::vector<SQLWCHAR> wide(const QString& text) {
+    std::vector<SQLWCHAR> characters;
+    for (const QChar character : text)
+        characters.push_back(character.unicode());
+    characters.push_back(0);
+    return characters;
+}
+
+RawConnection connectStatement(const QString& connectionString) {
+    RawConnection raw;
+    raw.environment = odbcEnvironment();
+    bool connected = false;
+    raw.connection = connect(raw.environment.get(), connectionString, &connected);
+    if (connected)
+        raw.statement = allocate(SQL_HANDLE_STMT, raw.connection.get());
+    return raw;
+}
+
+void executeDrained(SQLHSTMT statement, const QString& text) {
+    QByteArray sql = text.toUtf8();
+    SQLExecDirectA(statement, reinterpret_cast<SQLCHAR*>(sql.data()), SQL_NTS);
+    while (SQLMoreResults(statement) != SQL_NO_DATA) {
+    }
+    SQLFreeStmt(statement, SQL_CLOSE);
+}
+
+namespace {
+
+void executeWide(SQLHSTMT statement, const QString& text) {
+    auto sql = wide(text);
+    SQLExecDirectW(statement, sql.data(), SQL_NTS);
+    while (SQLMoreResults(statement) == SQL_SUCCESS) {
+    }
+    SQLFreeStmt(statement, SQL_CLOSE);
+}
+
+} // namespace
+
+void openRawCursor(SQLHSTMT statement, const QString& select) {
+    executeWide(statement, QStringLiteral("DECLARE raw_cursor CURSOR GLOBAL DYNAMIC OPTIMISTIC FOR ") +
+                               select + QStringLiteral("\r\nOPEN raw_cursor"));
+}
+
+void closeRawCursor(SQLHSTMT statement) {
+    executeWide(statement, QStringLiteral("CLOSE raw_cursor\r\nDEALLOCATE raw_cursor"));
+}
+
+void BoundRow::bindColumns(SQLHSTMT statement) {
+    SQLBindCol(statement, 1, SQL_C_SLONG, &id, 0, &lengths[0]);
+    SQLBindCol(statement, 2, SQL_C_WCHAR, name, sizeof(name), &lengths[1]);
+    SQLBindCol(statement, 3, SQL_C_CHAR, amount, sizeof(amount), &lengths[2]);
+    SQLBindCol(statement, 4, SQL_C_TYPE_TIMESTAMP, &created, 0, &lengths[3]);
+}
+
+void BoundRow::bindParameters(SQLHSTMT statement) {
+    SQLBindParameter(statement, 1, SQL_PARAM_INPUT, SQL_C_SLONG, SQL_INTEGER, 0, 0, &id, 0, &lengths[0]);
+    SQLBindParameter(statement, 2, SQL_PARAM_INPUT, SQL_C_WCHAR, SQL_WVARCHAR, 50, 0, name, sizeof(name),
+                     &lengths[1]);
+    SQLBindParameter(statement, 3, SQL_PARAM_INPUT, SQL_C_CHAR, SQL_DECIMAL, 12, 2, amount, sizeof(amount),
+                     &lengths[2]);
+    SQLBindParameter(statement, 4, SQL_PARAM_INPUT, SQL_C_TYPE_TIMESTAMP, SQL_TYPE_TIMESTAMP, 23, 3, &created,
+                     0, &lengths[3]);
+}
+
+} // namespace qormin::bench

@@ -1,0 +1,149 @@
+// What the benchmark programs share: the simulated server (in this process or as a program of
+// its own), memory and timer-lateness figures, best-of rounds and the raw ODBC scaffolding that
+// the tool's figures are compared with.
+#pragma once
+
+#include "db/ServerAccess.h"
+
+#include <QElapsedTimer>
+#include <QProcess>
+#include <QString>
+#include <QTemporaryDir>
+#include <QTextStream>
+#include <QTimer>
+#include <functional>
+#include <memory>
+#include <sql.h>
+#include <sqlext.h>
+#include <vector>
+
+namespace qormin::sim {
+class SimServer;
+}
+
+namespace qormin::bench {
+
+// Without a display the window's benchmarks draw on the offscreen platform.
+void useOffscreenWithoutDisplay();
+
+// argv[index] as a count of at least 1, or fallback when it is not given.
+int countArgument(int argc, char** argv, int index, int fallback);
+
+double secondsSince(const QElapsedTimer& clock);
+double secondsOf(const std::function<void()>& work);
+
+long peakResidentKilobytes();
+// Resident memory now in kB (Linux); 0 elsewhere.
+long residentKilobytes();
+
+// The best time of each side over rounds that alternate the tool and the raw loop, so that the
+// shared machine's slow moments do not fall on one side only.
+struct BestTimes {
+    double tool = 1e9;
+    double raw = 1e9;
+    void keep(double toolSeconds, double rawSeconds);
+    double ratio() const { return tool / raw; }
+};
+
+// The largest lateness in ms of a periodic timer on this thread while work runs there.
+class LatenessProbe {
+public:
+    explicit LatenessProbe(int intervalMilliseconds);
+    void start();
+    void stop();
+    qint64 largestMilliseconds() const { return m_largest; }
+
+private:
+    QTimer m_timer;
+    QElapsedTimer m_sinceTick;
+    int m_interval;
+    qint64 m_largest = 0;
+};
+
+// Connects as sa to one server for every side.
+class StubHost : public db::ServerAccessHost {
+public:
+    explicit StubHost(QString server = {}, QString password = QStringLiteral("demo"))
+        : m_server(std::move(server)), m_password(std::move(password)) {}
+    QString serverText(int) const override { return m_server; }
+    QString userText(int) const override { return QStringLiteral("sa"); }
+    QString passwordText(int) const override { return m_password; }
+    void showConnectError(const QString& description) override;
+    void setBusyCursor(bool) override {}
+
+private:
+    QString m_server;
+    QString m_password;
+};
+
+// The simulator program started on a scenario of its own, so its transcript does not count in
+// the benchmark's process; stopped when this goes.
+class SimProcess {
+public:
+    explicit SimProcess(QString programPath);
+    ~SimProcess();
+    SimProcess(const SimProcess&) = delete;
+    SimProcess& operator=(const SimProcess&) = delete;
+
+    // False after saying on out (when given) what went wrong.
+    bool start(const QByteArray& scenario, QTextStream* out);
+    QString port() const { return m_port; }
+    QString server() const { return QStringLiteral("127.0.0.1,") + m_port; }
+
+private:
+    QString m_program;
+    QTemporaryDir m_folder;
+    QProcess m_process;
+    QString m_port;
+};
+
+// The simulator in this process; null after printing why it could not start.
+std::unique_ptr<sim::SimServer> startSimServer(const QByteArray& scenario, QTextStream& out);
+
+// A scenario rule answering statement with rows generated rows of id, name (from nameTemplate),
+// amount and created: the row that BoundRow binds.
+QByteArray generatedTableRule(const QByteArray& statement, int rows, const QByteArray& nameTemplate);
+
+// The raw loops' FreeTDS connection string.
+QString odbcConnectionString(const QString& port, const QString& password = QStringLiteral("demo"));
+
+struct HandleFree {
+    SQLSMALLINT type;
+    void operator()(void* handle) const;
+};
+using Handle = std::unique_ptr<void, HandleFree>;
+
+Handle allocate(SQLSMALLINT type, SQLHANDLE parent);
+Handle odbcEnvironment();
+// A connection handle, connected when *connected (if given) says so.
+Handle connect(SQLHANDLE environment, const QString& connectionString, bool* connected = nullptr);
+std::vector<SQLWCHAR> wide(const QString& text);
+
+// One statement handle on a connection of its own; a null statement when it did not connect.
+struct RawConnection {
+    Handle environment;
+    Handle connection;
+    Handle statement;
+};
+RawConnection connectStatement(const QString& connectionString);
+
+// One statement through the narrow API, every result read to its end.
+void executeDrained(SQLHSTMT statement, const QString& text);
+
+// The T-SQL cursor the tool's in-place loops keep, as raw_cursor over select.
+void openRawCursor(SQLHSTMT statement, const QString& select);
+void closeRawCursor(SQLHSTMT statement);
+
+// The raw loops' row: id, name, amount and created, bound as columns of a read and as the
+// parameters of an insert, so that nothing is copied or converted per row.
+struct BoundRow {
+    SQLINTEGER id = 0;
+    SQLWCHAR name[51] = {};
+    SQLCHAR amount[32] = {};
+    SQL_TIMESTAMP_STRUCT created{};
+    SQLLEN lengths[4] = {};
+    void bindColumns(SQLHSTMT statement);
+    void bindParameters(SQLHSTMT statement);
+};
+
+} // namespace qormin::bench
