@@ -1,5 +1,7 @@
 #pragma once
 
+#include "transfer/TransferFwd.h"
+
 #include <QDate>
 #include <QString>
 #include <optional>
@@ -9,20 +11,6 @@
 class QLabel;
 class QPlainTextEdit;
 class QProgressBar;
-
-namespace qormin::db {
-class RecordReader;
-class RecordWriter;
-class ServerAccess;
-} // namespace qormin::db
-
-namespace qormin::controls {
-class FlexGrid;
-}
-
-namespace qormin::platform {
-class MessageBoxService;
-}
 
 namespace qormin::transfer {
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "transfer/TransferFwd.h"
+
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -11,20 +13,6 @@ class QCheckBox;
 class QLabel;
 class QLineEdit;
 class QPlainTextEdit;
-
-namespace qormin::db {
-class RecordReader;
-class RecordWriter;
-class ServerAccess;
-} // namespace qormin::db
-
-namespace qormin::controls {
-class FlexGrid;
-}
-
-namespace qormin::platform {
-class MessageBoxService;
-}
 
 namespace qormin::transfer {
 

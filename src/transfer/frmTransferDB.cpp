@@ -9,13 +9,10 @@
 #include <QBoxLayout>
 #include <QCheckBox>
 #include <QCloseEvent>
+#include <QDate>
 #include <QFormLayout>
-#include <QLabel>
 #include <QLineEdit>
-#include <QPlainTextEdit>
-#include <QProgressBar>
 #include <QPushButton>
-#include <QTabWidget>
 #include <QTimer>
 
 namespace qormin::transfer {
@@ -25,60 +22,17 @@ namespace {
 const QString section = QStringLiteral("MAIN");
 const QString defaultRow = QStringLiteral("Patient_Files..tbPatientDocs\tConversionTime");
 
-void fillGrid(controls::FlexGrid& grid, const QString& line) {
-    grid.setCols(2);
-    grid.setRows(1);
-    grid.setTextMatrix(0, 0, QStringLiteral("Table"));
-    grid.setTextMatrix(0, 1, QStringLiteral("Date Column"));
-    grid.AddItem(line);
-    grid.setColWidth(0, 3000);
-    grid.setColWidth(1, 2000);
-}
-
 } // namespace
 
 frmTransferDB::frmTransferDB(window::MainWindowContext& context, QWidget* parent)
-    : QWidget(parent), m_context(context), m_tabs(new QTabWidget(this)),
-      m_transferGrid(new controls::FlexGrid(this)), m_purgeGrid(new controls::FlexGrid(this)),
-      m_startDate(addTextBox(QStringLiteral("txtStartDate"))),
-      m_endDate(addTextBox(QStringLiteral("txtEndDate"))), m_years(addTextBox(QStringLiteral("txtYears"))),
-      m_recordsAtATime(addTextBox(QStringLiteral("txtRecsAtATime"))),
+    : TransferWindow(context, parent), m_startDate(addTextBox(QStringLiteral("txtStartDate"))),
+      m_endDate(addTextBox(QStringLiteral("txtEndDate"))),
       m_toDatabase(addTextBox(QStringLiteral("txtToDatabase"))),
-      m_where(addTextBox(QStringLiteral("txtWHERE"))), m_log(new QPlainTextEdit(this)),
-      m_delete(new QCheckBox(QStringLiteral("Delete after transfer"), this)),
-      m_allTables(new QCheckBox(QStringLiteral("All Tables"), this)), m_progress(new QProgressBar(this)),
-      m_status(new QLabel(this)), m_timer(new QTimer(this)) {
+      m_where(addTextBox(QStringLiteral("txtWHERE"))), m_timer(new QTimer(this)) {
     setWindowTitle(QStringLiteral("Transfer DB"));
-    m_tabs->setObjectName(QStringLiteral("SSTab1"));
-    m_transferGrid->setObjectName(QStringLiteral("Grid1"));
-    m_purgeGrid->setObjectName(QStringLiteral("Grid2"));
-    m_log->setObjectName(QStringLiteral("txtLog"));
-    m_log->setReadOnly(true);
-    m_delete->setObjectName(QStringLiteral("chkDelete"));
-    m_allTables->setObjectName(QStringLiteral("chkAllTables"));
-    m_progress->setObjectName(QStringLiteral("ProgressBar1"));
-    m_status->setObjectName(QStringLiteral("lblStatus"));
-    m_status->setWordWrap(true);
     m_timer->setObjectName(QStringLiteral("Timer1"));
-    m_recordsAtATime->setText(QStringLiteral("1000"));
-
-    m_tabs->addTab(buildTransferPage(), QStringLiteral("1. Select table to Transfer"));
-    m_tabs->addTab(buildPurgePage(), QStringLiteral("2. Delete old data"));
-    auto* limits = new QHBoxLayout;
-    limits->addWidget(new QLabel(QStringLiteral("Over Years old"), this));
-    limits->addWidget(m_years);
-    limits->addWidget(new QLabel(QStringLiteral("Records at a time"), this));
-    limits->addWidget(m_recordsAtATime);
-    limits->addWidget(m_progress, 1);
-    auto* layout = new QVBoxLayout(this);
-    layout->addWidget(m_tabs, 2);
-    layout->addLayout(limits);
-    layout->addWidget(m_status);
-    layout->addWidget(m_log, 1);
-    resize(900, 640);
-
-    m_tools = std::make_unique<TransferDBTools>(TransferDBControls{
-        context.serverAccess(), context.messageBoxes(), *m_log, *m_progress, *m_status, *m_purgeGrid});
+    layOut(buildTransferPage(), QStringLiteral("1. Select table to Transfer"),
+           QStringLiteral("2. Delete old data"));
     Form_Load();
 }
 
@@ -97,19 +51,11 @@ QWidget* frmTransferDB::buildTransferPage() {
     top->addLayout(fields, 2);
     auto* buttons = new QHBoxLayout;
     addButton(page, buttons, QStringLiteral("cmdDefault"), QStringLiteral("default"),
-              &frmTransferDB::cmdDefault_Click);
+              [this] { cmdDefault_Click(); });
     addButton(page, buttons, QStringLiteral("cmdTransfer"), QStringLiteral("Transfer Data"),
-              &frmTransferDB::cmdTransfer_Click);
-    addButton(page, buttons, QStringLiteral("cmdStop"), QStringLiteral("Stop"),
-              &frmTransferDB::cmdStop_Click);
-    addButton(page, buttons, QStringLiteral("cmdCreateTable"), QStringLiteral("Create Table"),
-              &frmTransferDB::cmdCreateTable_Click);
-    addButton(page, buttons, QStringLiteral("cmdDeleteDestTable"), QStringLiteral("Delete Dest Table"),
-              &frmTransferDB::cmdDeleteDestTable_Click);
-    addButton(page, buttons, QStringLiteral("cmdCreateIndex"), QStringLiteral("Create Index"),
-              &frmTransferDB::cmdCreateIndex_Click);
-    addButton(page, buttons, QStringLiteral("cmdSyncStructure"), QStringLiteral("Sync Structure"),
-              &frmTransferDB::cmdSyncStructure_Click);
+              [this] { cmdTransfer_Click(); });
+    addButton(page, buttons, QStringLiteral("cmdStop"), QStringLiteral("Stop"), [this] { cmdStop_Click(); });
+    addStructureButtons(page, buttons);
     // The stop button is read by the running transfer, so it stays live while it runs.
     m_context.allowWhileBusy(page->findChild<QPushButton*>(QStringLiteral("cmdStop")));
     auto* layout = new QVBoxLayout(page);
@@ -118,44 +64,14 @@ QWidget* frmTransferDB::buildTransferPage() {
     return page;
 }
 
-QWidget* frmTransferDB::buildPurgePage() {
-    auto* page = new QWidget(this);
-    auto* buttons = new QHBoxLayout;
-    buttons->addWidget(m_allTables);
-    addButton(page, buttons, QStringLiteral("cmdSelect"), QStringLiteral("Query"),
-              &frmTransferDB::cmdSelect_Click);
-    addButton(page, buttons, QStringLiteral("cmdDeleteData"), QStringLiteral("Delete Data"),
-              &frmTransferDB::cmdDeleteData_Click);
-    buttons->addStretch(1);
-    auto* layout = new QVBoxLayout(page);
-    layout->addWidget(m_purgeGrid, 1);
-    layout->addLayout(buttons);
-    return page;
-}
-
 std::vector<QLineEdit*> frmTransferDB::textBoxes() const {
     return {m_startDate, m_endDate, m_years, m_recordsAtATime, m_toDatabase, m_where};
-}
-
-QLineEdit* frmTransferDB::addTextBox(const QString& name) {
-    auto* box = new QLineEdit(this);
-    box->setObjectName(name);
-    return box;
-}
-
-void frmTransferDB::addButton(QWidget* parent, QBoxLayout* layout, const QString& name,
-                              const QString& caption, void (frmTransferDB::*handler)()) {
-    auto* button = new QPushButton(caption, parent);
-    button->setObjectName(name);
-    layout->addWidget(button);
-    connect(button, &QPushButton::clicked, this, handler);
 }
 
 // The text boxes come back from the main window's section under their own names; the log is a
 // progress list, not a setting, and is neither loaded nor saved.
 void frmTransferDB::Form_Load() {
-    fillGrid(*m_transferGrid, defaultRow);
-    fillGrid(*m_purgeGrid, defaultRow);
+    fillGrids({defaultRow}, {defaultRow});
     for (QLineEdit* box : textBoxes()) {
         box->setText(m_context.settings().getSetting(section, box->objectName(), QString()));
     }
@@ -184,14 +100,16 @@ void frmTransferDB::cmdDefault_Click() {
     m_where->setText(QStringLiteral("DocType = 'PHIC Docs'"));
 }
 
-bool frmTransferDB::SelectTransferTable() {
-    const int row = m_transferGrid->Row();
-    m_sourceTable = m_transferGrid->TextMatrix(row, 0);
-    m_destTable = TransferStatements::destinationTable(m_toDatabase->text(), m_sourceTable);
-    m_dateColumn = m_transferGrid->TextMatrix(row, 1);
-    return m_tools->admitNames({{QStringLiteral("table"), m_sourceTable},
-                                {QStringLiteral("date column"), m_dateColumn},
-                                {QStringLiteral("database"), m_toDatabase->text()}});
+QString frmTransferDB::destinationTable(const QString& sourceTable) const {
+    return TransferStatements::destinationTable(m_toDatabase->text(), sourceTable);
+}
+
+std::vector<std::pair<QString, QString>> frmTransferDB::extraNames() const {
+    return {{QStringLiteral("database"), m_toDatabase->text()}};
+}
+
+std::vector<QString> frmTransferDB::indexedTables() const {
+    return {m_sourceTable, m_destTable};
 }
 
 void frmTransferDB::cmdTransfer_Click() {
@@ -202,8 +120,7 @@ void frmTransferDB::cmdTransfer_Click() {
     const QDate today = QDate::currentDate();
     if (!m_years->text().isEmpty() &&
         !(query.olderThan = TransferStatements::olderThan(today, m_years->text()))) {
-        m_tools->refuseInput(QStringLiteral("\"") + m_years->text() +
-                             QStringLiteral("\" is not a number of years."));
+        refuseYears();
         return;
     }
     for (auto [box, bound] :
@@ -235,38 +152,6 @@ void frmTransferDB::cmdTransfer_Click() {
 
 void frmTransferDB::cmdStop_Click() {
     m_tools->requestStop();
-}
-
-void frmTransferDB::cmdSelect_Click() {
-    m_tools->preview(m_recordsAtATime->text());
-}
-
-void frmTransferDB::cmdDeleteData_Click() {
-    m_tools->purge(m_allTables->isChecked(), m_years->text(), QDate::currentDate());
-}
-
-void frmTransferDB::cmdCreateTable_Click() {
-    if (SelectTransferTable()) {
-        m_tools->createTable(m_sourceTable, m_destTable);
-    }
-}
-
-void frmTransferDB::cmdDeleteDestTable_Click() {
-    if (SelectTransferTable()) {
-        m_tools->dropTable(m_destTable);
-    }
-}
-
-void frmTransferDB::cmdCreateIndex_Click() {
-    if (SelectTransferTable()) {
-        m_tools->createIndex(m_dateColumn, {m_sourceTable, m_destTable});
-    }
-}
-
-void frmTransferDB::cmdSyncStructure_Click() {
-    if (SelectTransferTable()) {
-        m_tools->syncStructure(m_sourceTable, m_destTable);
-    }
 }
 
 } // namespace qormin::transfer
