@@ -5,6 +5,9 @@
 #include "anonymize/AnonymizePage.h"
 #include "anonymize/AnonymizeStatements.h"
 
+#include "db/ServerAccess.h"
+
+#include <QCheckBox>
 #include <QJsonObject>
 #include <QLabel>
 #include <QRegularExpression>
@@ -247,5 +250,27 @@ TEST_F(AnonymizeRunTest, completeRunWithoutASecretAsksForOne) {
     EXPECT_TRUE(result.output.contains(QStringLiteral("MSGBOX: Type a secret")));
     EXPECT_TRUE(m_server->requests().empty());
 }
+
+// STOP ticked while a run walks a table ends it at the next record: some rows changed, the
+// rest untouched.
+class StopMidRunTest : public AnonymizeRunTest, public ::testing::WithParamInterface<const char*> {};
+
+TEST_P(StopMidRunTest, endsTheRunAtTheNextRecord) {
+    int statements = 0;
+    auto& window = m_harness.window();
+    QObject::connect(&window.serverAccess(), &qormin::db::ServerAccess::statementStarted, &window,
+                     [&statements, &window](int) {
+                         if (++statements == 40)
+                             window.chkStop()->setChecked(true);
+                     });
+    anonymize(QStringLiteral("Lab..tbMany LastName FirstName MiddleName\\r\\n"),
+              QString::fromLatin1(GetParam()), QStringLiteral("set txtSecret s3cret\n"));
+    const auto made = changes();
+    EXPECT_GT(made.size(), 0U);
+    EXPECT_LT(made.size(), 100U);
+}
+
+INSTANTIATE_TEST_SUITE_P(Runs, StopMidRunTest, ::testing::Values("cmdAnonymize", "cmdAnonymizeComplete"),
+                         [](const auto& test) { return std::string(test.param); });
 
 } // namespace
