@@ -170,33 +170,23 @@ RawConnection connectStatement(const QString& connectionString) {
     return raw;
 }
 
+// The wide API, as the tool uses: a raw loop on the narrow one would measure another path
+// through the driver manager.
 void executeDrained(SQLHSTMT statement, const QString& text) {
-    QByteArray sql = text.toUtf8();
-    SQLExecDirectA(statement, reinterpret_cast<SQLCHAR*>(sql.data()), SQL_NTS);
-    while (SQLMoreResults(statement) != SQL_NO_DATA) {
-    }
-    SQLFreeStmt(statement, SQL_CLOSE);
-}
-
-namespace {
-
-void executeWide(SQLHSTMT statement, const QString& text) {
     auto sql = wide(text);
     SQLExecDirectW(statement, sql.data(), SQL_NTS);
-    while (SQLMoreResults(statement) == SQL_SUCCESS) {
+    while (SQL_SUCCEEDED(SQLMoreResults(statement))) {
     }
     SQLFreeStmt(statement, SQL_CLOSE);
 }
 
-} // namespace
-
 void openRawCursor(SQLHSTMT statement, const QString& select) {
-    executeWide(statement, QStringLiteral("DECLARE raw_cursor CURSOR GLOBAL DYNAMIC OPTIMISTIC FOR ") +
-                               select + QStringLiteral("\r\nOPEN raw_cursor"));
+    executeDrained(statement, QStringLiteral("DECLARE raw_cursor CURSOR GLOBAL DYNAMIC OPTIMISTIC FOR ") +
+                                  select + QStringLiteral("\r\nOPEN raw_cursor"));
 }
 
 void closeRawCursor(SQLHSTMT statement) {
-    executeWide(statement, QStringLiteral("CLOSE raw_cursor\r\nDEALLOCATE raw_cursor"));
+    executeDrained(statement, QStringLiteral("CLOSE raw_cursor\r\nDEALLOCATE raw_cursor"));
 }
 
 void BoundRow::bindColumns(SQLHSTMT statement) {
