@@ -22,9 +22,9 @@ MigrateFileLine mapping(QString rest) {
     MigrateFileLine line;
     line.kind = MigrateFileLine::Kind::Mapping;
     line.destination = db::TakeToken(rest, QStringLiteral("|"));
-    QString spec = db::trimBlanks(rest);
-    line.firstWord = db::TakeToken(spec, QStringLiteral(" "));
-    line.remainder = spec;
+    QString words = db::trimBlanks(rest);
+    line.firstWord = db::TakeToken(words, QStringLiteral(" "));
+    line.remainder = words;
     return line;
 }
 

@@ -11,7 +11,7 @@ struct MigrateFileLine {
         Blank,   // empty or only blanks
         Comment, // "/"
         Header,  // "#": destination table | source table
-        Mapping, // "*": destination field | source spec
+        Mapping, // "*": destination field | source (column or "=" constant)
         End,     // ".": run the block
         Refused, // no valid marker (a blank-led line included); reason says why
     };

@@ -20,7 +20,7 @@ QString alreadyExistsLine(const QString& keyValue);
 QString continueQuestion(const QString& error, const QString& sourceSpec, const QString& destinationField,
                          const QString& value);
 
-// A source spec with "=" supplies the text after its first character instead of a column.
+// A mapping source with "=" supplies the text after its first character instead of a column.
 bool isConstant(const QString& sourceSpec);
 QString constantOf(const QString& sourceSpec);
 

@@ -66,7 +66,7 @@ int columnNamed(const db::RecordWriter& writer, const QString& name) {
 
 struct frmMigrateData::Mapping {
     QString destination;
-    QString spec;
+    QString source;
     QString remainder;
 };
 
@@ -295,9 +295,9 @@ void frmMigrateData::copyBlock() {
         log(reader.error() + QLatin1Char(' ') + source);
         return;
     }
-    const int keyColumn = reader.columnIndex(mappings.front().spec);
+    const int keyColumn = reader.columnIndex(mappings.front().source);
     if (keyColumn < 0) {
-        log(Statements::itemNotFound + QStringLiteral(" Key: ") + mappings.front().spec);
+        log(Statements::itemNotFound + QStringLiteral(" Key: ") + mappings.front().source);
         return;
     }
     db::RecordWriter writer(m_access.side(destinationSide), m_tableDest->text());
@@ -376,9 +376,9 @@ bool frmMigrateData::insertRow(const db::RecordReader& reader, db::RecordWriter&
     for (const Mapping& mapping : mappings) {
         QVariant value;
         QString error;
-        if (Statements::isConstant(mapping.spec)) {
-            value = Statements::constantOf(mapping.spec);
-        } else if (const int column = reader.columnIndex(mapping.spec); column >= 0) {
+        if (Statements::isConstant(mapping.source)) {
+            value = Statements::constantOf(mapping.source);
+        } else if (const int column = reader.columnIndex(mapping.source); column >= 0) {
             value = reader.value(column);
         } else {
             error = Statements::itemNotFound;
@@ -427,7 +427,7 @@ bool frmMigrateData::saveRow(db::RecordWriter& writer, const QList<Mapping>& map
 }
 
 bool frmMigrateData::askContinue(const QString& error, const Mapping& mapping, const QString& value) {
-    const QString question = Statements::continueQuestion(error, mapping.spec, mapping.destination, value);
+    const QString question = Statements::continueQuestion(error, mapping.source, mapping.destination, value);
     log(question);
     return m_messageBoxes.MsgBox(question, platform::MessageBoxButtons::YesNo, windowTitle()) ==
            platform::MessageBoxAnswer::Yes;
