@@ -356,7 +356,13 @@ SeriesOutcome SideConnection::executeSeries(const QStringList& statements) {
     return series;
 }
 
+// Script only is decided here for every statement sent by its text, so no caller can bypass it.
 StatementOutcome SideConnection::execute(const QString& sql, ResultRetention retention) {
+    if (withholds(sql)) {
+        StatementOutcome withheld;
+        withheld.withheld = true;
+        return withheld;
+    }
     return runStatement([this, &sql, retention](OdbcStatement& statement) {
         BatchResultReader reader(
             statement, retention, [this](const ServerMessage& m) { forwardMessage(m); },

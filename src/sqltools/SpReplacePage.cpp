@@ -145,11 +145,11 @@ bool SpReplacePage::useWorkingDatabase() {
 }
 
 // Straight on the connection, as the search always ran: nothing is logged and a failure is
-// passed over. Script only still withholds what would change the server.
+// passed over. The connection itself withholds what would change the server under Script only.
 void SpReplacePage::executeOnLeft(const QString& sql) {
     db::ServerAccess& access = m_context.serverAccess();
     access.EnsureConnected(leftSide);
-    if (!access.IsConnected(leftSide) || access.side(leftSide).withholds(sql)) {
+    if (!access.IsConnected(leftSide)) {
         return;
     }
     access.side(leftSide).execute(sql, db::ResultRetention::Nothing);

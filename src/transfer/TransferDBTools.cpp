@@ -302,14 +302,11 @@ bool TransferDBTools::admitNames(const std::vector<std::pair<QString, QString>>&
     return true;
 }
 
-// Statements the classic loop sent through the connection's own execute: no log line, but
-// Script only still withholds them.
+// Statements the classic loop sent through the connection's own execute: no log line; the
+// connection withholds them under Script only.
 bool TransferDBTools::runOnConnection(const QString& statement, QString& error) {
-    db::SideConnection& side = m_controls.access.side(leftSide);
-    if (side.withholds(statement)) {
-        return true;
-    }
-    const db::StatementOutcome outcome = side.execute(statement, db::ResultRetention::Nothing);
+    const db::StatementOutcome outcome =
+        m_controls.access.side(leftSide).execute(statement, db::ResultRetention::Nothing);
     error = outcome.errorDescription;
     return outcome.succeeded;
 }

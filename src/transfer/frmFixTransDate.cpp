@@ -191,10 +191,7 @@ void frmFixTransDate::Command1_Click() {
 // A table that has the column already refuses it; that is the point of ignoring the outcome.
 void frmFixTransDate::addFixedColumns(db::SideConnection& side) {
     for (const QString& table : {m_src->text(), m_dest->text()}) {
-        const QString statement = Statements::addFixedColumn(table);
-        if (!side.withholds(statement)) {
-            side.execute(statement, db::ResultRetention::Nothing);
-        }
+        side.execute(Statements::addFixedColumn(table), db::ResultRetention::Nothing);
     }
 }
 
