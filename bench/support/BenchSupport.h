@@ -127,7 +127,7 @@ struct RawConnection {
 };
 RawConnection connectStatement(const QString& connectionString);
 
-// One statement through the narrow API, every result read to its end.
+// One statement through the wide API, every result read to its end.
 void executeDrained(SQLHSTMT statement, const QString& text);
 
 // The T-SQL cursor the tool's in-place loops keep, as raw_cursor over select.

@@ -5,6 +5,8 @@
 #include "app/batch/BatchMessageBoxService.h"
 #include "app/batch/BatchRunner.h"
 #include "app/frmMain.h"
+#include "db/LogBuffer.h"
+#include "db/ServerAccess.h"
 #include "platform/LocalFileSystemService.h"
 #include "platform/PathMapper.h"
 #include "platform/PlatformServices.h"
@@ -30,6 +32,7 @@ namespace qormin::app {
 namespace {
 
 constexpr int usageExitCode = 2;
+constexpr qsizetype batchLogLineLimit = 10000;
 
 struct Options {
     bool batch = false;
@@ -127,6 +130,9 @@ int runBatch(frmMain& window, BatchMessageBoxService& boxes, const Options& opti
     QTextStream input(&file);
     // Start-up's log lines, connections and statements belong to the run as well.
     const BatchLogEcho echo(window.serverAccess(), output);
+    // Every line is in the output as it happens, so the boxes need keep only the newest.
+    window.serverAccess().log().setLineLimit(batchLogLineLimit);
+    window.serverAccess().errors().setLineLimit(batchLogLineLimit);
     BatchRunner runner(window, boxes, output, errors, output);
     window.Form_Load();
     return runner.run(input);

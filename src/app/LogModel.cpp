@@ -54,6 +54,8 @@ LogModel::LogModel(db::LogBuffer& buffer, QObject* parent) : QAbstractListModel(
     reload();
     connect(&buffer, &db::LogBuffer::prepended, this, &LogModel::prependEntry);
     connect(&buffer, &db::LogBuffer::appended, this, &LogModel::appendEntry);
+    connect(&buffer, &db::LogBuffer::prependedDropped, this, &LogModel::dropOldestPrepended);
+    connect(&buffer, &db::LogBuffer::appendedDropped, this, &LogModel::dropOldestAppended);
     const auto reset = [this] {
         beginResetModel();
         reload();
@@ -138,6 +140,34 @@ void LogModel::appendEntry(const QString& text) {
     beginInsertRows(QModelIndex(), first, static_cast<int>(first + count - 1));
     m_appendedEnds.push_back(totalOf(m_appendedEnds) + count);
     endInsertRows();
+}
+
+// The oldest entries put on top are the lowest rows of that region.
+void LogModel::dropOldestPrepended(qsizetype count) {
+    const qsizetype total = totalOf(m_prependedEnds);
+    const qsizetype lines = m_prependedEnds[static_cast<std::size_t>(count - 1)];
+    beginRemoveRows(QModelIndex(), static_cast<int>(total - lines), static_cast<int>(total - 1));
+    dropFront(m_prependedEnds, count);
+    m_cachedRegion = -1;
+    endRemoveRows();
+}
+
+// The oldest entries put at the end are the rows right below the middle text.
+void LogModel::dropOldestAppended(qsizetype count) {
+    const qsizetype first = totalOf(m_prependedEnds) + m_middleLines.size();
+    const qsizetype lines = m_appendedEnds[static_cast<std::size_t>(count - 1)];
+    beginRemoveRows(QModelIndex(), static_cast<int>(first), static_cast<int>(first + lines - 1));
+    dropFront(m_appendedEnds, count);
+    m_cachedRegion = -1;
+    endRemoveRows();
+}
+
+void LogModel::dropFront(std::vector<qsizetype>& ends, qsizetype count) {
+    const qsizetype lines = ends[static_cast<std::size_t>(count - 1)];
+    ends.erase(ends.begin(), ends.begin() + count);
+    for (qsizetype& end : ends) {
+        end -= lines;
+    }
 }
 
 void LogModel::reload() {

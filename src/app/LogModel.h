@@ -31,6 +31,9 @@ public:
 private:
     void prependEntry(const QString& text);
     void appendEntry(const QString& text);
+    void dropOldestPrepended(qsizetype count);
+    void dropOldestAppended(qsizetype count);
+    static void dropFront(std::vector<qsizetype>& ends, qsizetype count);
     void reload();
     QString lineOfEntry(int region, qsizetype entry, qsizetype lineInEntry) const;
 

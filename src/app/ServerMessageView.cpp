@@ -13,6 +13,8 @@ ServerMessageView::ServerMessageView(db::ServerMessageLog& log, QWidget* parent)
     setReadOnly(true);
     setUndoRedoEnabled(false);
     setLineWrapMode(QPlainTextEdit::NoWrap);
+    // As many lines as the log keeps messages; an error's heading takes a line of its own.
+    setMaximumBlockCount(static_cast<int>(db::ServerMessageLog::entryLimit));
     setPlaceholderText(tr("Server messages (progress, PRINT)"));
     for (const db::ServerMessageLog::Entry& entry : log.entries())
         addMessage(entry.side, entry.message);

@@ -1,5 +1,7 @@
 #include "db/LogBuffer.h"
 
+#include <algorithm>
+
 namespace qormin::db {
 
 namespace {
@@ -8,16 +10,38 @@ const QString lineBreak = QStringLiteral("\r\n");
 
 LogBuffer::LogBuffer(QObject* parent) : QObject(parent) {}
 
+void LogBuffer::setLineLimit(qsizetype lines) {
+    m_lineLimit = std::max<qsizetype>(lines, 1);
+    dropOldest(m_prepended, &LogBuffer::prependedDropped);
+    dropOldest(m_appended, &LogBuffer::appendedDropped);
+}
+
 void LogBuffer::prepend(const QString& line) {
     m_prepended.push_back(line);
     m_size += line.size() + lineBreak.size();
     Q_EMIT prepended(line);
+    dropOldest(m_prepended, &LogBuffer::prependedDropped);
 }
 
 void LogBuffer::append(const QString& line) {
     m_appended.push_back(line);
     m_size += line.size() + lineBreak.size();
     Q_EMIT appended(line);
+    dropOldest(m_appended, &LogBuffer::appendedDropped);
+}
+
+// Dropping a tenth of the limit at a time keeps the views' bookkeeping O(1) per line.
+void LogBuffer::dropOldest(std::deque<QString>& lines, void (LogBuffer::*dropped)(qsizetype)) {
+    const auto limit = static_cast<std::size_t>(m_lineLimit);
+    if (lines.size() <= limit + limit / 10) {
+        return;
+    }
+    const std::size_t count = lines.size() - limit;
+    for (std::size_t index = 0; index < count; ++index) {
+        m_size -= lines[index].size() + lineBreak.size();
+    }
+    lines.erase(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(count));
+    Q_EMIT(this->*dropped)(static_cast<qsizetype>(count));
 }
 
 void LogBuffer::clear() {
@@ -49,10 +73,6 @@ QString LogBuffer::text() const {
         text += line;
     }
     return text;
-}
-
-qsizetype LogBuffer::lineCount() const {
-    return static_cast<qsizetype>(m_prepended.size() + m_appended.size());
 }
 
 bool LogBuffer::isEmpty() const {

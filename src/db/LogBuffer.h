@@ -2,17 +2,25 @@
 
 #include <QObject>
 #include <QString>
-#include <vector>
+#include <deque>
 
 namespace qormin::db {
 
 // The text of a log box (txtLog, txtErrs). prepend(line) makes the text line + CRLF + old
 // text, append(line) makes old text + CRLF + line, exactly; each costs O(1) instead of
 // copying the whole text, and views follow through the signals instead of re-reading it.
+// A box keeps its newest lines only (lineLimit() of those put on top and as many at the
+// end), so a night of backups does not grow the program without bound: once a tenth more
+// has gathered, the oldest go at once.
 class LogBuffer : public QObject {
     Q_OBJECT
 public:
+    static constexpr qsizetype defaultLineLimit = 100000;
+
     explicit LogBuffer(QObject* parent = nullptr);
+
+    qsizetype lineLimit() const { return m_lineLimit; }
+    void setLineLimit(qsizetype lines);
 
     void prepend(const QString& line);
     void append(const QString& line);
@@ -21,8 +29,6 @@ public:
     void setText(const QString& text);
 
     QString text() const;
-    // Lines added since the last clear() or setText().
-    qsizetype lineCount() const;
     bool isEmpty() const;
 
     // The pieces of the text, for views that show it line by line: the lines put on top and at
@@ -38,12 +44,19 @@ Q_SIGNALS:
     void appended(const QString& line);  // the text now ends with CRLF + line
     void cleared();
     void replaced(const QString& text);
+    // The oldest lines put on top (at the end) were dropped: the first count of prependedAt()
+    // (appendedAt()) as they were before.
+    void prependedDropped(qsizetype count);
+    void appendedDropped(qsizetype count);
 
 private:
-    std::vector<QString> m_prepended; // oldest first, so the newest is at the back
+    void dropOldest(std::deque<QString>& lines, void (LogBuffer::*dropped)(qsizetype));
+
+    std::deque<QString> m_prepended; // oldest first, so the newest is at the back
     QString m_middle;
-    std::vector<QString> m_appended;
+    std::deque<QString> m_appended;
     qsizetype m_size = 0;
+    qsizetype m_lineLimit = defaultLineLimit;
 };
 
 } // namespace qormin::db

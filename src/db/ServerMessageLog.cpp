@@ -8,6 +8,9 @@ ServerMessageLog::ServerMessageLog(QObject* parent) : QObject(parent) {}
 
 void ServerMessageLog::add(int side, const ServerMessage& message) {
     m_entries.push_back({side, message});
+    if (m_entries.size() > entryLimit) {
+        m_entries.pop_front();
+    }
     Q_EMIT added(side, message);
 }
 

@@ -4,12 +4,13 @@
 
 #include <QObject>
 #include <QString>
-#include <vector>
+#include <deque>
 
 namespace qormin::db {
 
 // What the servers said while statements ran (PRINT, BACKUP/RESTORE progress, warnings and
 // errors), oldest first, for the server-messages view. The log boxes keep their own texts.
+// Only the newest entryLimit messages are kept: a backup alone sends a dozen.
 class ServerMessageLog : public QObject {
     Q_OBJECT
 public:
@@ -18,12 +19,14 @@ public:
         ServerMessage message;
     };
 
+    static constexpr std::size_t entryLimit = 10000;
+
     explicit ServerMessageLog(QObject* parent = nullptr);
 
     void add(int side, const ServerMessage& message);
     void clear();
 
-    const std::vector<Entry>& entries() const { return m_entries; }
+    const std::deque<Entry>& entries() const { return m_entries; }
     // Every entry as format() shows it, joined by CRLF.
     QString text() const;
 
@@ -35,7 +38,7 @@ Q_SIGNALS:
     void cleared();
 
 private:
-    std::vector<Entry> m_entries;
+    std::deque<Entry> m_entries;
 };
 
 } // namespace qormin::db

@@ -90,6 +90,28 @@ const ModelCase modelCases[] = {
          b.prepend("again");
      },
      {"again", ""}},
+    // Past the limit plus a tenth, the oldest lines go and the limit's worth stays.
+    {"oldestOnTopDroppedPastTheLimit",
+     [](LogBuffer& b) {
+         b.setLineLimit(10);
+         b.prepend("1");
+     },
+     [](LogBuffer& b) {
+         for (int line = 2; line <= 12; ++line)
+             b.prepend(line == 4 ? QStringLiteral("4a\r\n4b") : QString::number(line));
+     },
+     {"12", "11", "10", "9", "8", "7", "6", "5", "4a", "4b", "3", ""}},
+    {"oldestAtEndDroppedBelowTheMiddle",
+     [](LogBuffer& b) {
+         b.setLineLimit(2);
+         b.setText("typed");
+     },
+     [](LogBuffer& b) {
+         for (const char* line : {"a", "b\r\nb2", "c", "d"})
+             b.append(line);
+         b.prepend("top");
+     },
+     {"top", "typed", "c", "d"}},
 };
 
 INSTANTIATE_TEST_SUITE_P(Cases, LogModelTest, testing::ValuesIn(modelCases),

@@ -49,6 +49,19 @@ const LogCase logCases[] = {
 INSTANTIATE_TEST_SUITE_P(Cases, LogBufferTest, ::testing::ValuesIn(logCases),
                          [](const auto& testInfo) { return std::string(testInfo.param.name); });
 
+TEST(ServerMessageLogTest, keepsTheNewestMessagesOnly) {
+    qormin::db::ServerMessageLog log;
+    const auto total = qormin::db::ServerMessageLog::entryLimit + 5;
+    for (std::size_t index = 1; index <= total; ++index) {
+        qormin::db::ServerMessage message;
+        message.text = QString::number(index);
+        log.add(0, message);
+    }
+    ASSERT_EQ(log.entries().size(), qormin::db::ServerMessageLog::entryLimit);
+    EXPECT_EQ(log.entries().front().message.text, QStringLiteral("6"));
+    EXPECT_EQ(log.entries().back().message.text, QString::number(total));
+}
+
 TEST(ServerMessageLogTest, formatsErrorsWithTheirHeadingAndInfoBare) {
     qormin::db::ServerMessage info;
     info.text = QStringLiteral("10 percent processed.");
