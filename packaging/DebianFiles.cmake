@@ -21,3 +21,15 @@ install(FILES ${QORMIN_PACKAGING_DIR}/qormin-dbtools.svg
 install(FILES ${QORMIN_GENERATED_DIR}/qormin-dbtools.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES ${QORMIN_PACKAGING_DIR}/copyright ${QORMIN_GENERATED_DIR}/changelog.gz
         DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/qormin-dbtools)
+
+# When packing strips the programs, it also drops the compilers' version notes, as Debian's own
+# package builds do.
+find_program(QORMIN_OBJCOPY NAMES ${CMAKE_OBJCOPY} objcopy)
+if(QORMIN_OBJCOPY)
+    foreach(program ${CMAKE_INSTALL_BINDIR}/qormin-dbtools ${QORMIN_INSTALL_PRIVATEDIR}/qormin-sim)
+        install(CODE "if(CMAKE_INSTALL_DO_STRIP)
+    execute_process(COMMAND \"${QORMIN_OBJCOPY}\" --remove-section=.comment --remove-section=.note
+                    \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${program}\" COMMAND_ERROR_IS_FATAL ANY)
+endif()")
+    endforeach()
+endif()

@@ -11,7 +11,7 @@ packages=(
 )
 if [[ "${QORMIN_WITH_TEST_TOOLS:-0}" == 1 ]]; then
     packages+=(samba smbclient g++-mingw-w64-x86-64 xvfb xauth dbus gvfs gvfs-backends gvfs-fuse
-        lintian desktop-file-utils)
+        lintian desktop-file-utils procps)
 fi
 
 missing=()

@@ -21,10 +21,11 @@ fail() {
 }
 
 echo "--- package build"
-# Debian's hardening at link time (read-only relocations, bound at start); the compile flags stay
-# CMake's Release ones, which keeps this build cheap (docs/notes/packaging.md).
+# Debian's hardening flags, as a Debian build of the package would use them (without -g: the
+# package is stripped anyway). Their own objects: the first run compiles everything once.
+cxxflags=$(dpkg-buildflags --get CPPFLAGS)" "$(dpkg-buildflags --get CXXFLAGS | sed 's/\(^\| \)-g\( \|$\)/ /')
 bash "$root/scripts/build.sh" "$build" -DCMAKE_BUILD_TYPE=Release -DQORMIN_TESTS=OFF -DQORMIN_BENCH=OFF \
-    -DCMAKE_CXX_FLAGS= "-DCMAKE_EXE_LINKER_FLAGS=-Wl,-z,relro -Wl,-z,now"
+    "-DCMAKE_CXX_FLAGS=$cxxflags" "-DCMAKE_EXE_LINKER_FLAGS=$(dpkg-buildflags --get LDFLAGS) -Wl,-z,now"
 rm -f "$build"/qormin-dbtools_*.deb
 (cd "$build" && cpack -G DEB >/dev/null)
 package=$(ls "$build"/qormin-dbtools_*.deb)
