@@ -97,6 +97,19 @@ grep -qx 'Exec=qormin-dbtools' "$desktop" || fail "the desktop entry does not st
 zcat /usr/share/man/man1/qormin-dbtools.1.gz | grep -q "QORMIN DB Tools $version" ||
     fail "the manual page carries another version"
 
+echo "--- started the way the menu starts it, as a plain user"
+# The entry's command, as the user nobody with a home of its own: it must come up without
+# writing into the installed tree, keeping its text files in the user's folder.
+home="$work/home"
+chmod 711 "$work"
+mkdir -p "$home"
+chown nobody "$home"
+command=$(sed -n 's/^Exec=//p' "$desktop")
+"${sudo_cmd[@]}" runuser -u nobody -- env HOME="$home" QT_QPA_PLATFORM=offscreen XDG_RUNTIME_DIR= \
+    $command --exit-after-paint 2>"$work/menu.txt" || fail "the menu's command failed: $(cat "$work/menu.txt")"
+grep -q '^start-up: painted after' "$work/menu.txt" || fail "the menu's command did not come up"
+[[ -d "$home/.local/share/QORMIN DB Tools" ]] || fail "no per-user data folder"
+
 echo "--- remove"
 apt_get remove -y -qq qormin-dbtools >/dev/null
 [[ ! -e "$program" ]] || fail "$program is still there after removal"
