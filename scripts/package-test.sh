@@ -104,9 +104,9 @@ home="$work/home"
 chmod 711 "$work"
 mkdir -p "$home"
 chown nobody "$home"
-command=$(sed -n 's/^Exec=//p' "$desktop")
+read -ra command <<<"$(sed -n 's/^Exec=//p' "$desktop")"
 "${sudo_cmd[@]}" runuser -u nobody -- env HOME="$home" QT_QPA_PLATFORM=offscreen XDG_RUNTIME_DIR= \
-    $command --exit-after-paint 2>"$work/menu.txt" || fail "the menu's command failed: $(cat "$work/menu.txt")"
+    "${command[@]}" --exit-after-paint 2>"$work/menu.txt" || fail "the menu's command failed: $(cat "$work/menu.txt")"
 grep -q '^start-up: painted after' "$work/menu.txt" || fail "the menu's command did not come up"
 [[ -d "$home/.local/share/QORMIN DB Tools" ]] || fail "no per-user data folder"
 
