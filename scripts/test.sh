@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs what is missing, then builds and runs every test suite twice: a normal build
-# with warnings as errors, and a build with AddressSanitizer and UndefinedBehaviorSanitizer.
+# with warnings as errors, and a build with AddressSanitizer and UndefinedBehaviorSanitizer;
+# then the Windows compile check and the Debian package test (build, install, run, remove).
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 export QORMIN_WITH_TEST_TOOLS=1
@@ -22,5 +23,12 @@ run_suite sanitized -DCMAKE_BUILD_TYPE=Debug -DQORMIN_WERROR=ON -DQORMIN_SANITIZ
 if [[ -x "$root/scripts/check-windows.sh" ]]; then
     echo "=== Windows cross-compile check ==="
     bash "$root/scripts/check-windows.sh" || status=1
+fi
+# The package test installs into this machine, so it needs root or sudo without a password.
+if [[ $(id -u) -eq 0 ]] || sudo -n true 2>/dev/null; then
+    echo "=== Debian package test ==="
+    bash "$root/scripts/package-test.sh" || status=1
+else
+    echo "=== Debian package test SKIPPED: needs root or sudo without a password ==="
 fi
 exit $status

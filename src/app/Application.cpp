@@ -15,6 +15,7 @@
 #include "platform/WidgetMessageBoxService.h"
 
 #include "app/DemoServer.h"
+#include "app/InstallLayout.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -44,11 +45,17 @@ struct Options {
     QString screenshotFile;
 };
 
-// Batch mode must choose the headless platform before the application object exists.
-bool batchRequested(int argc, char** argv) {
+// Batch mode, and the options that only print, must choose the headless platform before the
+// application object exists: they run where there is no display (cron, a server's shell).
+bool headlessRequested(int argc, char** argv) {
     for (int i = 1; i < argc; ++i) {
-        if (std::strcmp(argv[i], "--batch") == 0 || std::strncmp(argv[i], "--batch=", 8) == 0)
+        const char* argument = argv[i];
+        if (std::strcmp(argument, "--batch") == 0 || std::strncmp(argument, "--batch=", 8) == 0)
             return true;
+        for (const char* printing : {"--version", "-v", "--help", "-h", "-?", "--help-all"}) {
+            if (std::strcmp(argument, printing) == 0)
+                return true;
+        }
     }
     return false;
 }
@@ -91,8 +98,9 @@ std::optional<Options> parse(const QApplication& application, QTextStream& error
     options.batch = parser.isSet(batch);
     options.batchFile = parser.value(batch);
     options.settingsFile = parser.value(settings);
-    options.dataDirectory =
-        parser.isSet(dataDir) ? parser.value(dataDir) : QCoreApplication::applicationDirPath();
+    options.dataDirectory = parser.isSet(dataDir)
+                                ? parser.value(dataDir)
+                                : install::defaultDataDirectory(QCoreApplication::applicationDirPath());
     options.demo = parser.isSet(demo);
     options.exitAfterPaint = parser.isSet(exitAfterPaint);
     options.screenshotFile = parser.value(screenshot);
@@ -168,7 +176,7 @@ bool saveScreenshot(QWidget& window, const QString& file, QTextStream& errors) {
 int runApplication(int argc, char** argv) {
     QElapsedTimer sinceStart;
     sinceStart.start();
-    const bool headless = batchRequested(argc, argv);
+    const bool headless = headlessRequested(argc, argv);
     if (headless)
         qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication application(argc, argv);

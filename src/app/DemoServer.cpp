@@ -1,5 +1,7 @@
 #include "app/DemoServer.h"
 
+#include "app/InstallLayout.h"
+
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QFileInfo>
@@ -12,15 +14,10 @@ namespace {
 
 constexpr int startMilliseconds = 10000;
 
+// From a build tree that was moved or whose copies are missing, the build's own outputs.
 QString simulatorProgram() {
-    QString name = QStringLiteral("qormin-sim");
-#ifdef Q_OS_WIN
-    name += QStringLiteral(".exe");
-#endif
-    const QString beside = QCoreApplication::applicationDirPath() + QLatin1Char('/') + name;
-    if (QFileInfo::exists(beside))
-        return beside;
-    return QStringLiteral(QORMIN_SIM_BUILD_PATH);
+    const QString found = install::simulatorProgram(QCoreApplication::applicationDirPath());
+    return found.isEmpty() ? QStringLiteral(QORMIN_SIM_BUILD_PATH) : found;
 }
 
 // The simulator runs as a program of its own, so the tool itself carries no server.
@@ -70,10 +67,8 @@ private:
 } // namespace
 
 QString DemoServer::scenarioPath() {
-    const QString beside = QCoreApplication::applicationDirPath() + QStringLiteral("/scenarios/demo.json");
-    if (QFileInfo::exists(beside))
-        return beside;
-    return QStringLiteral(QORMIN_SOURCE_DIR "/sim/scenarios/demo.json");
+    const QString found = install::demoScenario(QCoreApplication::applicationDirPath());
+    return found.isEmpty() ? QStringLiteral(QORMIN_SOURCE_DIR "/sim/scenarios/demo.json") : found;
 }
 
 std::unique_ptr<DemoServer> DemoServer::start(QString& error) {

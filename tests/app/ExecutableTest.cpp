@@ -1,5 +1,6 @@
 #include "QStringPrinter.h"
 #include "SimTestServer.h"
+#include "WindowHarness.h"
 
 #include "platform/SettingsStore.h"
 
@@ -19,8 +20,10 @@ struct Finished {
     QString errors;
 };
 
-Finished runTool(const QStringList& arguments, const QByteArray& input) {
+Finished runTool(const QStringList& arguments, const QByteArray& input,
+                 const QProcessEnvironment& environment = QProcessEnvironment::systemEnvironment()) {
     QProcess process;
+    process.setProcessEnvironment(environment);
     process.start(QStringLiteral(QORMIN_DBTOOLS_PATH), arguments);
     EXPECT_TRUE(process.waitForStarted());
     process.write(input);
@@ -135,6 +138,24 @@ TEST(ExecutableTest, twoInstancesSavingAtOnceLoseNothing) {
     for (int box = 0; box < 6; ++box)
         EXPECT_EQ(store->getSetting(QStringLiteral("txtRestoreTO"), QStringLiteral("DB%1").arg(box)),
                   QStringLiteral("%1%2").arg(QChar(u'A' + box / 3)).arg(rounds));
+}
+
+// The version comes from one place in the build: the option prints it, the caption shows it,
+// and it is the project's version (which the package takes as well). The option works where
+// there is no display at all, as on a server's shell.
+TEST(ExecutableTest, versionOptionsAndCaptionShowTheProjectVersion) {
+    const QString version = QStringLiteral(QORMIN_PROJECT_VERSION);
+    QProcessEnvironment noDisplay = QProcessEnvironment::systemEnvironment();
+    for (const char* name : {"QT_QPA_PLATFORM", "DISPLAY", "WAYLAND_DISPLAY"})
+        noDisplay.remove(QString::fromLatin1(name));
+    for (const char* option : {"--version", "-v"}) {
+        const Finished run = runTool({QString::fromLatin1(option)}, QByteArray(), noDisplay);
+        EXPECT_EQ(run.exitCode, 0) << option;
+        EXPECT_EQ(run.output, QStringLiteral("QORMIN DB Tools ") + version + u'\n') << option;
+    }
+    qormin::test::WindowHarness harness;
+    harness.load();
+    EXPECT_EQ(harness.window().windowTitle(), QStringLiteral("QORMIN DB Tools v.") + version);
 }
 
 TEST(ExecutableTest, missingBatchFileIsReportedWithStatusTwo) {
