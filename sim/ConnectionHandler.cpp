@@ -13,6 +13,7 @@
 
 #include <QRegularExpression>
 #include <QTcpSocket>
+#include <algorithm>
 
 namespace qormin::sim {
 
@@ -221,6 +222,7 @@ bool ConnectionHandler::refuseLogin(const QList<ServerMessage>& errors) {
 }
 
 bool ConnectionHandler::handleBatch(const QByteArray& payload) {
+    ++m_requests;
     TypedValueReader reader(payload);
     const quint32 headers = reader.uint32();
     const qsizetype start = (headers >= 4 && headers <= static_cast<quint32>(payload.size())) ? headers : 0;
@@ -233,6 +235,7 @@ bool ConnectionHandler::handleBatch(const QByteArray& payload) {
 }
 
 bool ConnectionHandler::handleRpc(const QByteArray& payload) {
+    ++m_requests;
     QString error;
     const auto request = RpcRequest::parse(payload, &error);
     if (!request || request->calls.empty()) {
@@ -247,7 +250,8 @@ bool ConnectionHandler::handleRpc(const QByteArray& payload) {
         response.steps.push_back(step);
         return afterPlay(static_cast<int>(m_player->play(response, ResponsePlayer::Mode::Procedure)));
     }
-    for (size_t i = 0; i < request->calls.size(); ++i) {
+    m_batchAborted = false;
+    for (size_t i = 0; i < request->calls.size() && !m_batchAborted; ++i) {
         if (!runCall(request->calls[i], i + 1 == request->calls.size())) {
             return false;
         }
@@ -339,7 +343,13 @@ bool ConnectionHandler::runCall(const RpcCall& call, bool last) {
         response = m_resolver->resolve(plan.text, values);
     }
     record(json, &response);
-    const auto outcome = m_player->play(response, ResponsePlayer::Mode::Procedure, outputs, last);
+    // A batch-aborting error ends the request there: its DONEPROC is the last token and the
+    // calls after it are neither run nor recorded, as SQL Server skips them.
+    m_batchAborted = std::any_of(response.steps.begin(), response.steps.end(), [](const ResponseStep& step) {
+        return step.kind == ResponseStep::Kind::Error && step.message.abortsBatch;
+    });
+    const auto outcome =
+        m_player->play(response, ResponsePlayer::Mode::Procedure, outputs, last || m_batchAborted);
     return afterPlay(static_cast<int>(outcome));
 }
 
@@ -372,6 +382,7 @@ QJsonObject ConnectionHandler::entry(const QString& kind, const QString& text) c
     if (kind == QLatin1String("batch") || kind == QLatin1String("rpc")) {
         json.insert(QStringLiteral("text"), text);
         json.insert(QStringLiteral("previousResponseComplete"), m_previousResponseComplete);
+        json.insert(QStringLiteral("request"), m_requests);
     }
     return json;
 }

@@ -64,9 +64,11 @@ public:
     int prepare(const QString& sql);
     StatementOutcome executePrepared(int id, const std::vector<ColumnInfo>& targets,
                                      const std::vector<QVariant>& values);
-    // The prepared statement once per row, in one job: one outcome per row run, in order. It
-    // stops after the first row that fails, so the caller can deal with that row before the
-    // rest; at least one outcome comes back for rows that are not empty.
+    // The prepared statement for each row, the rows sent several to a request (each row still
+    // its own statement with its own outcome): one outcome per row the server ran, in order.
+    // Fewer outcomes than rows when the server did not reach the rest (an error that ends the
+    // whole request) or the rest needs other declarations than the first rows: send the rest
+    // again; none when the first row cannot go with the others (send it alone).
     std::vector<StatementOutcome> executePreparedRows(int id, const std::vector<ColumnInfo>& targets,
                                                       const std::vector<std::vector<QVariant>>& rows);
     void unprepare(int id);
@@ -117,6 +119,7 @@ private:
                                        const std::function<StatementOutcome(OdbcStatement&)>& body);
     void forwardMessage(const ServerMessage& message);
     StatementOutcome readStreamRows(OdbcStatement& statement, int maxRows);
+    bool runRowArray(OdbcStatement& statement, size_t bound, std::vector<StatementOutcome>& outcomes);
 
     int m_side;
     QString m_connectionString;
