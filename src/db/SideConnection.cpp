@@ -644,14 +644,23 @@ StatementOutcome SideConnection::fetchStream(int maxRows) {
         return outcome;
     }
     ++m_worker->pendingJobs;
+    // The read ahead is a statement running like any other: a cancel must reach a fetch that
+    // stalls in the driver.
     m_worker->thread.post([this, maxRows] {
         if (m_worker->stream && !m_worker->streamEnded) {
+            setRunning(m_worker->stream.get());
             m_worker->readAhead = readStreamRows(*m_worker->stream, maxRows);
             m_worker->readAheadEnded = m_worker->streamEnded;
+            setRunning(nullptr);
         }
         --m_worker->pendingJobs;
     });
     return outcome;
+}
+
+void SideConnection::setRunning(OdbcStatement* statement) {
+    std::lock_guard lock(m_worker->runningMutex);
+    m_worker->running = statement;
 }
 
 bool SideConnection::streamEnded() const {
@@ -672,6 +681,9 @@ void SideConnection::closeStream() {
 // the worker cancel between calls (a statement streaming messages), where a cross-thread
 // SQLCancel only closes the cursor and the batch would look finished.
 void SideConnection::cancel() {
+    for (SideConnection* follower : m_cancelFollowers) {
+        follower->cancel();
+    }
     std::lock_guard lock(m_worker->runningMutex);
     if (m_worker->pendingJobs == 0) {
         return;
@@ -680,6 +692,14 @@ void SideConnection::cancel() {
     if (m_worker->running != nullptr) {
         m_worker->running->cancel();
     }
+}
+
+void SideConnection::addCancelFollower(SideConnection* follower) {
+    m_cancelFollowers.push_back(follower);
+}
+
+void SideConnection::removeCancelFollower(SideConnection* follower) {
+    std::erase(m_cancelFollowers, follower);
 }
 
 bool SideConnection::isRunning() const {

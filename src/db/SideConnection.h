@@ -82,9 +82,13 @@ public:
     bool streamEnded() const;
     void closeStream();
 
-    // Cancels the statement that runs (or waits to run) on this side; callable from the
-    // window thread while a call above waits.
+    // Cancels the statement that runs (or waits to run) on this side, and on the connections
+    // that follow its cancel; callable from the window thread while a call above waits.
     void cancel();
+    // A connection of this side's loop (a record loop's read connection) that a cancel of this
+    // side cancels too, from when it is added until it is removed (before it goes).
+    void addCancelFollower(SideConnection* follower);
+    void removeCancelFollower(SideConnection* follower);
     bool isRunning() const;
 
     // Script only: the owner decides which statements may not be sent. Returns true when sql
@@ -119,6 +123,7 @@ private:
                                        const std::function<StatementOutcome(OdbcStatement&)>& body);
     void forwardMessage(const ServerMessage& message);
     StatementOutcome readStreamRows(OdbcStatement& statement, int maxRows);
+    void setRunning(OdbcStatement* statement);
     bool runRowArray(OdbcStatement& statement, size_t bound, std::vector<StatementOutcome>& outcomes);
 
     int m_side;
@@ -129,6 +134,7 @@ private:
     std::function<bool()> m_collectingChanges;
     int m_cursorNumber = 0;
     bool m_lastFetchEnded = true;
+    std::vector<SideConnection*> m_cancelFollowers;
 };
 
 } // namespace qormin::db

@@ -1,9 +1,11 @@
 #include "TableCopyToolsFixture.h"
 
+#include <QElapsedTimer>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLabel>
+#include <QTimer>
 #include <chrono>
 #include <set>
 #include <thread>
@@ -14,6 +16,7 @@ namespace {
 // Row-by-row copies: rows stream from a cursor over the source and go in as typed INSERTs.
 const QByteArray recordScenario = R"json({
   "login": {"user": "sa", "password": "demo"},
+  "hangLimitSeconds": 20,
   "rules": [
     {"exact": "SELECT * FROM Billing..tbRows",
      "response": {"result": {"columns": ["id:int", "name:nvarchar(20)"], "generate": 250}}},
@@ -72,7 +75,11 @@ const QByteArray recordScenario = R"json({
 
     {"exact": "SELECT * FROM Billing..tbLost", "response": [
       {"result": {"columns": ["id:int"], "generate": 5000}}, {"delay": 50}, {"drop": true}]},
-    {"exact": "SELECT TOP 1 * FROM Billing2..tbLost", "response": {"result": {"columns": ["id:int"], "rows": []}}}
+    {"exact": "SELECT TOP 1 * FROM Billing2..tbLost", "response": {"result": {"columns": ["id:int"], "rows": []}}},
+
+    {"exact": "SELECT * FROM Billing..tbStall", "stallAfterTokens": 100,
+     "response": {"result": {"columns": ["id:int"], "generate": 5000}}},
+    {"exact": "SELECT TOP 1 * FROM Billing2..tbStall", "response": {"result": {"columns": ["id:int"], "rows": []}}}
   ]
 })json";
 
@@ -251,6 +258,24 @@ TEST_F(RecordCopyTest, aLostReadConnectionIsLoggedAndTheCopyEnds) {
     EXPECT_TRUE(errorLines().front().endsWith(QStringLiteral(" Billing..tbLost")))
         << errorLines().front().toStdString();
     EXPECT_EQ(logLines().filter(QStringLiteral("errors ")), (QStringList{"errors 1"}));
+}
+
+// The read runs on a connection of its own; Cancel must reach it when it stalls, not only the
+// working connection the inserts use.
+TEST_F(RecordCopyTest, cancelEndsACopyWhoseReadStalls) {
+    showTables({QStringLiteral("tbStall")});
+    QTimer::singleShot(500, m_access.get(), [this] { m_access->cancelRunningStatement(); });
+    QElapsedTimer clock;
+    clock.start();
+    click(QStringLiteral("cmdCopyTables"));
+    EXPECT_LT(clock.elapsed(), 10000);
+    ASSERT_EQ(errorLines().size(), 1);
+    EXPECT_TRUE(errorLines().front().startsWith(QStringLiteral("Operation was cancelled")))
+        << errorLines().front().toStdString();
+    // The read stalls within its first chunk; the 99 rows that arrived are still copied.
+    EXPECT_EQ(logLines().filter(QStringLiteral("copied ")), (QStringList{"copied 99"}));
+    EXPECT_EQ(logLines().filter(QStringLiteral("errors ")), (QStringList{"errors 1"}));
+    EXPECT_EQ(inserts().size(), 99);
 }
 
 TEST_F(RecordCopyTest, copyToNewStreamsIntoTheSisterTableOfTheSameDatabase) {
