@@ -14,6 +14,7 @@
 #include <QRegularExpression>
 #include <QTcpSocket>
 #include <algorithm>
+#include <map>
 
 namespace qormin::sim {
 
@@ -31,7 +32,7 @@ ServerMessage loginError(int number, int severity, const QString& text) {
 }
 
 // "@P1 int,@P2 nvarchar(4000) OUTPUT" -> [("@P1", "int"), ("@P2", "nvarchar(4000)")]
-std::vector<std::pair<QString, QString>> declaredParameters(const QString& declarations) {
+std::vector<std::pair<QString, QString>> parseDeclaredParameters(const QString& declarations) {
     static const QRegularExpression item(QStringLiteral(R"((@[\w#$@]+)\s+([\w]+(?:\s*\([^)]*\))?))"));
     std::vector<std::pair<QString, QString>> result;
     auto it = item.globalMatch(declarations);
@@ -40,6 +41,16 @@ std::vector<std::pair<QString, QString>> declaredParameters(const QString& decla
         result.emplace_back(match.captured(1), match.captured(2).remove(QLatin1Char(' ')));
     }
     return result;
+}
+
+// A prepared statement's declarations arrive again with every execution: parsed once.
+const std::vector<std::pair<QString, QString>>& declaredParameters(const QString& declarations) {
+    thread_local std::map<QString, std::vector<std::pair<QString, QString>>> parsed;
+    auto found = parsed.find(declarations);
+    if (found == parsed.end()) {
+        found = parsed.emplace(declarations, parseDeclaredParameters(declarations)).first;
+    }
+    return found->second;
 }
 
 // What a call asks for: which text to run, where its values start, and any prepared handle.
@@ -292,7 +303,8 @@ bool ConnectionHandler::runCall(const RpcCall& call, bool last) {
         plan.text = call.procedure;
     }
 
-    const auto declared = declaredParameters(plan.declarations);
+    const auto& declared = declaredParameters(plan.declarations);
+    const bool recording = m_transcript.isRecording();
     QJsonArray parameters;
     StatementResolver::Parameters values;
     std::vector<ResponsePlayer::OutputValue> outputs;
@@ -303,16 +315,18 @@ bool ConnectionHandler::runCall(const RpcCall& call, bool last) {
         if (name.isEmpty() && position < declared.size()) {
             name = declared[position].first;
         }
-        QString declaredType = parameter.type.name();
-        for (const auto& [declaredName, type] : declared) {
-            if (declaredName.compare(name, Qt::CaseInsensitive) == 0) {
-                declaredType = type;
+        if (recording) {
+            QString declaredType = parameter.type.name();
+            for (const auto& [declaredName, type] : declared) {
+                if (declaredName.compare(name, Qt::CaseInsensitive) == 0) {
+                    declaredType = type;
+                }
             }
+            parameters.append(QJsonObject{{QStringLiteral("name"), name},
+                                          {QStringLiteral("type"), declaredType},
+                                          {QStringLiteral("wireType"), parameter.type.name()},
+                                          {QStringLiteral("value"), ValueText::toJson(parameter.value)}});
         }
-        parameters.append(QJsonObject{{QStringLiteral("name"), name},
-                                      {QStringLiteral("type"), declaredType},
-                                      {QStringLiteral("wireType"), parameter.type.name()},
-                                      {QStringLiteral("value"), ValueText::toJson(parameter.value)}});
         values[name.toLower()] = parameter.value;
         if (parameter.output) {
             outputs.push_back({static_cast<quint16>(i), parameter.name, parameter.type, parameter.value});
