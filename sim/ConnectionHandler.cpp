@@ -13,6 +13,8 @@
 
 #include <QRegularExpression>
 #include <QTcpSocket>
+#include <algorithm>
+#include <map>
 
 namespace qormin::sim {
 
@@ -30,7 +32,7 @@ ServerMessage loginError(int number, int severity, const QString& text) {
 }
 
 // "@P1 int,@P2 nvarchar(4000) OUTPUT" -> [("@P1", "int"), ("@P2", "nvarchar(4000)")]
-std::vector<std::pair<QString, QString>> declaredParameters(const QString& declarations) {
+std::vector<std::pair<QString, QString>> parseDeclaredParameters(const QString& declarations) {
     static const QRegularExpression item(QStringLiteral(R"((@[\w#$@]+)\s+([\w]+(?:\s*\([^)]*\))?))"));
     std::vector<std::pair<QString, QString>> result;
     auto it = item.globalMatch(declarations);
@@ -39,6 +41,16 @@ std::vector<std::pair<QString, QString>> declaredParameters(const QString& decla
         result.emplace_back(match.captured(1), match.captured(2).remove(QLatin1Char(' ')));
     }
     return result;
+}
+
+// A prepared statement's declarations arrive again with every execution: parsed once.
+const std::vector<std::pair<QString, QString>>& declaredParameters(const QString& declarations) {
+    thread_local std::map<QString, std::vector<std::pair<QString, QString>>> parsed;
+    auto found = parsed.find(declarations);
+    if (found == parsed.end()) {
+        found = parsed.emplace(declarations, parseDeclaredParameters(declarations)).first;
+    }
+    return found->second;
 }
 
 // What a call asks for: which text to run, where its values start, and any prepared handle.
@@ -221,6 +233,7 @@ bool ConnectionHandler::refuseLogin(const QList<ServerMessage>& errors) {
 }
 
 bool ConnectionHandler::handleBatch(const QByteArray& payload) {
+    ++m_requests;
     TypedValueReader reader(payload);
     const quint32 headers = reader.uint32();
     const qsizetype start = (headers >= 4 && headers <= static_cast<quint32>(payload.size())) ? headers : 0;
@@ -233,6 +246,7 @@ bool ConnectionHandler::handleBatch(const QByteArray& payload) {
 }
 
 bool ConnectionHandler::handleRpc(const QByteArray& payload) {
+    ++m_requests;
     QString error;
     const auto request = RpcRequest::parse(payload, &error);
     if (!request || request->calls.empty()) {
@@ -247,7 +261,8 @@ bool ConnectionHandler::handleRpc(const QByteArray& payload) {
         response.steps.push_back(step);
         return afterPlay(static_cast<int>(m_player->play(response, ResponsePlayer::Mode::Procedure)));
     }
-    for (size_t i = 0; i < request->calls.size(); ++i) {
+    m_batchAborted = false;
+    for (size_t i = 0; i < request->calls.size() && !m_batchAborted; ++i) {
         if (!runCall(request->calls[i], i + 1 == request->calls.size())) {
             return false;
         }
@@ -288,7 +303,8 @@ bool ConnectionHandler::runCall(const RpcCall& call, bool last) {
         plan.text = call.procedure;
     }
 
-    const auto declared = declaredParameters(plan.declarations);
+    const auto& declared = declaredParameters(plan.declarations);
+    const bool recording = m_transcript.isRecording();
     QJsonArray parameters;
     StatementResolver::Parameters values;
     std::vector<ResponsePlayer::OutputValue> outputs;
@@ -299,16 +315,18 @@ bool ConnectionHandler::runCall(const RpcCall& call, bool last) {
         if (name.isEmpty() && position < declared.size()) {
             name = declared[position].first;
         }
-        QString declaredType = parameter.type.name();
-        for (const auto& [declaredName, type] : declared) {
-            if (declaredName.compare(name, Qt::CaseInsensitive) == 0) {
-                declaredType = type;
+        if (recording) {
+            QString declaredType = parameter.type.name();
+            for (const auto& [declaredName, type] : declared) {
+                if (declaredName.compare(name, Qt::CaseInsensitive) == 0) {
+                    declaredType = type;
+                }
             }
+            parameters.append(QJsonObject{{QStringLiteral("name"), name},
+                                          {QStringLiteral("type"), declaredType},
+                                          {QStringLiteral("wireType"), parameter.type.name()},
+                                          {QStringLiteral("value"), ValueText::toJson(parameter.value)}});
         }
-        parameters.append(QJsonObject{{QStringLiteral("name"), name},
-                                      {QStringLiteral("type"), declaredType},
-                                      {QStringLiteral("wireType"), parameter.type.name()},
-                                      {QStringLiteral("value"), ValueText::toJson(parameter.value)}});
         values[name.toLower()] = parameter.value;
         if (parameter.output) {
             outputs.push_back({static_cast<quint16>(i), parameter.name, parameter.type, parameter.value});
@@ -339,7 +357,13 @@ bool ConnectionHandler::runCall(const RpcCall& call, bool last) {
         response = m_resolver->resolve(plan.text, values);
     }
     record(json, &response);
-    const auto outcome = m_player->play(response, ResponsePlayer::Mode::Procedure, outputs, last);
+    // A batch-aborting error ends the request there: its DONEPROC is the last token and the
+    // calls after it are neither run nor recorded, as SQL Server skips them.
+    m_batchAborted = std::any_of(response.steps.begin(), response.steps.end(), [](const ResponseStep& step) {
+        return step.kind == ResponseStep::Kind::Error && step.message.abortsBatch;
+    });
+    const auto outcome =
+        m_player->play(response, ResponsePlayer::Mode::Procedure, outputs, last || m_batchAborted);
     return afterPlay(static_cast<int>(outcome));
 }
 
@@ -372,6 +396,7 @@ QJsonObject ConnectionHandler::entry(const QString& kind, const QString& text) c
     if (kind == QLatin1String("batch") || kind == QLatin1String("rpc")) {
         json.insert(QStringLiteral("text"), text);
         json.insert(QStringLiteral("previousResponseComplete"), m_previousResponseComplete);
+        json.insert(QStringLiteral("request"), m_requests);
     }
     return json;
 }

@@ -56,6 +56,8 @@ private:
     std::unique_ptr<StatementResolver> m_resolver;
     bool m_loggedIn = false;
     bool m_previousResponseComplete = true;
+    bool m_batchAborted = false; // the request met an error that ends it
+    int m_requests = 0;          // requests (batches, RPC messages) received on the connection
 };
 
 } // namespace qormin::sim

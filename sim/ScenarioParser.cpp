@@ -253,7 +253,7 @@ bool ScenarioParser::parseMessage(const QJsonValue& value, ServerMessage& messag
     const QJsonObject object = value.toObject();
     if (!checkKeys(object, {QStringLiteral("number"), QStringLiteral("state"), QStringLiteral("class"),
                             QStringLiteral("severity"), QStringLiteral("text"), QStringLiteral("procedure"),
-                            QStringLiteral("line")})) {
+                            QStringLiteral("line"), QStringLiteral("abortsBatch")})) {
         return false;
     }
     if (!object.value(QLatin1String("text")).isString()) {
@@ -266,6 +266,7 @@ bool ScenarioParser::parseMessage(const QJsonValue& value, ServerMessage& messag
                            .toInt(object.value(QLatin1String("class")).toInt(defaultSeverity));
     message.procedure = object.value(QLatin1String("procedure")).toString();
     message.line = object.value(QLatin1String("line")).toInt(1);
+    message.abortsBatch = object.value(QLatin1String("abortsBatch")).toBool(false);
     return true;
 }
 

@@ -12,6 +12,8 @@ struct ServerMessage {
     QString text;
     QString procedure;
     int line = 1;
+    // An error that ends the whole request (as a conversion error does): nothing after it runs.
+    bool abortsBatch = false;
 };
 
 } // namespace qormin::sim

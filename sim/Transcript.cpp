@@ -45,6 +45,11 @@ void Transcript::append(QJsonObject json) {
     }
 }
 
+bool Transcript::isRecording() const {
+    std::lock_guard lock(m_mutex);
+    return m_keepInMemory || m_file;
+}
+
 std::vector<TranscriptEntry> Transcript::entries() const {
     std::lock_guard lock(m_mutex);
     return m_entries;

@@ -17,6 +17,9 @@ public:
     // A server that runs for days (the program, the demo) keeps nothing in memory; tests do.
     void setKeepInMemory(bool keep);
     void append(QJsonObject json);
+    // Whether anything appended is kept or written: a server that records nothing need not
+    // describe what it receives.
+    bool isRecording() const;
     std::vector<TranscriptEntry> entries() const;
     void clear();
 

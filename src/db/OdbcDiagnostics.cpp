@@ -35,6 +35,15 @@ QString textField(short handleType, void* handle, SQLSMALLINT record, SQLSMALLIN
     return fromSqlWide(buffer, characters);
 }
 
+// The narrow call: unixODBC's wide one refuses this field.
+qint64 rowNumberField(void* handle, SQLSMALLINT record) {
+    SQLLEN value = 0;
+    SQLSMALLINT length = 0;
+    const SQLRETURN rc =
+        SQLGetDiagField(SQL_HANDLE_STMT, handle, record, SQL_DIAG_ROW_NUMBER, &value, 0, &length);
+    return SQL_SUCCEEDED(rc) && value > 0 ? static_cast<qint64>(value) : 0;
+}
+
 struct RawRecord {
     QString sqlState;
     int nativeError = 0;
@@ -105,6 +114,7 @@ std::vector<OdbcDiagnostic> readDiagnostics(short handleType, void* handle) {
         diagnostic.state = integerField(handleType, handle, record, diagMessageState, 0);
         diagnostic.line = integerField(handleType, handle, record, diagLineNumber, 0);
         diagnostic.procedure = textField(handleType, handle, record, diagProcedureName);
+        diagnostic.rowNumber = handleType == SQL_HANDLE_STMT ? rowNumberField(handle, record) : 0;
         records.push_back(std::move(diagnostic));
     }
     return records;

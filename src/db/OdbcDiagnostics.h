@@ -16,6 +16,7 @@ struct OdbcDiagnostic {
     int state = 0;
     int line = 0;
     QString procedure;
+    qint64 rowNumber = 0; // of a statement run for several rows at once: the row (from 1); 0 unknown
 
     bool isInformational() const { return sqlState.startsWith(QLatin1String("01")); }
     bool isCommunicationFailure() const;

@@ -122,6 +122,16 @@ struct OdbcStatement::BoundParameter {
     }
 };
 
+// One parameter's values for every row of a run, side by side, bound once.
+struct OdbcStatement::ParameterArray {
+    BoundParameter declaration; // how every row's value is declared; data unused
+    size_t elementBytes = 0;
+    std::vector<char> data;
+    std::vector<SQLLEN> indicators;
+};
+
+static_assert(sizeof(SQLULEN) == sizeof(unsigned long) && sizeof(SQLUSMALLINT) == sizeof(unsigned short));
+
 OdbcStatement::OdbcStatement(OdbcConnection& connection) {
     SQLHSTMT handle = SQL_NULL_HSTMT;
     if (connection.handle() != nullptr &&
@@ -389,6 +399,10 @@ void OdbcStatement::resetParameters() {
 }
 
 void OdbcStatement::bindParameter(int number, const ColumnInfo& target, const QVariant& value) {
+    bindSlot(number, makeParameter(target, value));
+}
+
+OdbcStatement::BoundParameter OdbcStatement::makeParameter(const ColumnInfo& target, const QVariant& value) {
     BoundParameter parameter;
     ParameterClass kind = classify(target.sqlType);
     SQLSMALLINT cType = SQL_C_WCHAR;
@@ -526,7 +540,16 @@ void OdbcStatement::bindParameter(int number, const ColumnInfo& target, const QV
     parameter.sqlType = sqlType;
     parameter.columnSize = columnSize;
     parameter.digits = digits;
-    bindSlot(number, std::move(parameter));
+    return parameter;
+}
+
+// Room for the longest value the declaration allows, so later rows fit the same buffer.
+size_t OdbcStatement::roomFor(const BoundParameter& parameter) {
+    const size_t room = parameter.cType == SQL_C_WCHAR    ? (parameter.columnSize + 1) * sizeof(SQLWCHAR)
+                        : parameter.cType == SQL_C_CHAR   ? parameter.columnSize + 3
+                        : parameter.cType == SQL_C_BINARY ? parameter.columnSize
+                                                          : 0;
+    return std::max({parameter.data.size(), room, sizeof(SQLWCHAR)});
 }
 
 // A parameter bound as before keeps its buffer: only the bytes change. Binding anew would make
@@ -543,16 +566,94 @@ void OdbcStatement::bindSlot(int number, BoundParameter parameter) {
         bound->indicator = parameter.indicator;
         return;
     }
-    // Room for the longest value the declaration allows, so later rows fit the same buffer.
-    const size_t room = parameter.cType == SQL_C_WCHAR    ? (parameter.columnSize + 1) * sizeof(SQLWCHAR)
-                        : parameter.cType == SQL_C_CHAR   ? parameter.columnSize + 3
-                        : parameter.cType == SQL_C_BINARY ? parameter.columnSize
-                                                          : 0;
-    parameter.data.resize(std::max({parameter.data.size(), room, sizeof(SQLWCHAR)}));
+    parameter.data.resize(roomFor(parameter));
     bound = std::make_unique<BoundParameter>(std::move(parameter));
     SQLBindParameter(m_handle, static_cast<SQLUSMALLINT>(number), SQL_PARAM_INPUT, bound->cType,
                      bound->sqlType, bound->columnSize, bound->digits, bound->data.data(),
                      static_cast<SQLLEN>(bound->data.size()), &bound->indicator);
+}
+
+size_t OdbcStatement::bindParameterRows(const std::vector<ColumnInfo>& targets,
+                                        const std::vector<std::vector<QVariant>>& rows, size_t first,
+                                        size_t capacity) {
+    const size_t available = std::min(rows.size() - first, capacity);
+    std::vector<std::vector<BoundParameter>> made(available);
+    for (size_t row = 0; row < available; ++row) {
+        const auto& values = rows[first + row];
+        for (size_t index = 0; index < values.size(); ++index) {
+            made[row].push_back(
+                makeParameter(index < targets.size() ? targets[index] : ColumnInfo{}, values[index]));
+        }
+    }
+    if (m_arrays.empty() && !made.empty()) {
+        declareArrays(made.front(), capacity);
+    }
+    size_t fitting = 0;
+    while (fitting < available && fitsArrays(made[fitting])) {
+        ++fitting;
+    }
+    for (size_t row = 0; row < fitting; ++row) {
+        for (size_t index = 0; index < m_arrays.size(); ++index) {
+            ParameterArray& array = m_arrays[index];
+            const BoundParameter& value = made[row][index];
+            std::memcpy(array.data.data() + row * array.elementBytes, value.data.data(),
+                        std::min(value.data.size(), array.elementBytes));
+            array.indicators[row] = value.indicator;
+        }
+    }
+    m_rowStatus.assign(m_rowStatus.size(), SQL_PARAM_UNUSED);
+    m_rowsProcessed = 0;
+    SQLSetStmtAttrW(m_handle, SQL_ATTR_PARAMSET_SIZE,
+                    reinterpret_cast<SQLPOINTER>(static_cast<SQLULEN>(fitting)), 0);
+    return fitting;
+}
+
+// Bound once per statement: binding anew would make the driver prepare it again.
+void OdbcStatement::declareArrays(const std::vector<BoundParameter>& declarations, size_t capacity) {
+    m_rowStatus.assign(capacity, SQL_PARAM_UNUSED);
+    SQLSetStmtAttrW(m_handle, SQL_ATTR_PARAM_BIND_TYPE,
+                    reinterpret_cast<SQLPOINTER>(SQL_PARAM_BIND_BY_COLUMN), 0);
+    SQLSetStmtAttrW(m_handle, SQL_ATTR_PARAM_STATUS_PTR, m_rowStatus.data(), 0);
+    SQLSetStmtAttrW(m_handle, SQL_ATTR_PARAMS_PROCESSED_PTR, &m_rowsProcessed, 0);
+    m_arrays.resize(declarations.size());
+    for (size_t index = 0; index < declarations.size(); ++index) {
+        ParameterArray& array = m_arrays[index];
+        array.declaration = declarations[index];
+        array.declaration.data.clear();
+        array.elementBytes = roomFor(declarations[index]);
+        array.data.assign(array.elementBytes * capacity, 0);
+        array.indicators.assign(capacity, 0);
+        SQLBindParameter(m_handle, static_cast<SQLUSMALLINT>(index + 1), SQL_PARAM_INPUT,
+                         array.declaration.cType, array.declaration.sqlType, array.declaration.columnSize,
+                         array.declaration.digits, array.data.data(), static_cast<SQLLEN>(array.elementBytes),
+                         array.indicators.data());
+    }
+}
+
+bool OdbcStatement::fitsArrays(const std::vector<BoundParameter>& row) const {
+    if (row.size() != m_arrays.size()) {
+        return false;
+    }
+    for (size_t index = 0; index < row.size(); ++index) {
+        const auto length = static_cast<size_t>(std::max<SQLLEN>(row[index].indicator, 0));
+        if (!m_arrays[index].declaration.sameBinding(row[index]) || length > m_arrays[index].elementBytes) {
+            return false;
+        }
+    }
+    return true;
+}
+
+std::vector<OdbcStatement::RowStatus> OdbcStatement::rowStatuses() const {
+    std::vector<RowStatus> statuses;
+    const size_t processed = std::min<size_t>(m_rowsProcessed, m_rowStatus.size());
+    for (size_t row = 0; row < processed; ++row) {
+        const SQLUSMALLINT status = m_rowStatus[row];
+        statuses.push_back(status == SQL_PARAM_SUCCESS || status == SQL_PARAM_SUCCESS_WITH_INFO
+                               ? RowStatus::Succeeded
+                           : status == SQL_PARAM_ERROR ? RowStatus::Failed
+                                                       : RowStatus::NotRun);
+    }
+    return statuses;
 }
 
 } // namespace qormin::db

@@ -44,8 +44,24 @@ public:
     void bindParameter(int number, const ColumnInfo& target, const QVariant& value);
     void resetParameters();
 
+    // Binds rows[first..] as arrays of parameters, for one execute() of them all (each row its
+    // own statement on the server). Bound once per statement with room for `capacity` rows;
+    // later calls only fill the arrays. Returns how many leading rows were bound: a row whose
+    // values need another declaration than the bound one stops the run (send it apart).
+    size_t bindParameterRows(const std::vector<ColumnInfo>& targets,
+                             const std::vector<std::vector<QVariant>>& rows, size_t first, size_t capacity);
+    enum class RowStatus { Succeeded, Failed, NotRun };
+    // After execute() of bound rows: the driver's word on each row it reached, in order.
+    std::vector<RowStatus> rowStatuses() const;
+
 private:
     struct BoundParameter;
+    struct ParameterArray;
+
+    static BoundParameter makeParameter(const ColumnInfo& target, const QVariant& value);
+    static size_t roomFor(const BoundParameter& parameter);
+    void declareArrays(const std::vector<BoundParameter>& declarations, size_t capacity);
+    bool fitsArrays(const std::vector<BoundParameter>& row) const;
 
     void readServerFilledKind(int index, ColumnInfo& column);
     void bindSlot(int number, BoundParameter parameter);
@@ -57,6 +73,9 @@ private:
     int m_queryTimeout = -1;
     std::vector<char> m_scratch;
     std::vector<std::unique_ptr<BoundParameter>> m_parameters;
+    std::vector<ParameterArray> m_arrays;
+    std::vector<unsigned short> m_rowStatus;
+    unsigned long m_rowsProcessed = 0;
 };
 
 } // namespace qormin::db

@@ -88,16 +88,18 @@ bool RecordReader::openStream() {
     }
     m_reading = std::make_unique<SideConnection>(m_side.sideIndex());
     m_reading->setCommandTimeout(m_side.commandTimeout());
+    // Cancel on the side reaches the read too: a read that stalls would otherwise hold the loop.
+    m_side.addCancelFollower(m_reading.get());
     const ConnectOutcome connected = m_reading->open(m_side.connectionString(), m_side.loginTimeout());
     if (!connected.connected) {
         m_error = connected.errorDescription;
-        m_reading.reset();
+        dropReading();
         return false;
     }
     StatementOutcome outcome = m_reading->openStream(text);
     if (!outcome.succeeded) {
         m_error = outcome.errorDescription;
-        m_reading.reset();
+        dropReading();
         return false;
     }
     m_columns = outcome.resultSets.front().columns;
@@ -270,6 +272,11 @@ bool RecordReader::deleteCurrentRow(QString* error) {
     return outcome.succeeded ? true : fail(outcome.errorDescription);
 }
 
+void RecordReader::dropReading() {
+    m_side.removeCancelFollower(m_reading.get());
+    m_reading.reset();
+}
+
 void RecordReader::close() {
     if (!m_open) {
         return;
@@ -280,7 +287,7 @@ void RecordReader::close() {
     if (m_reading) {
         m_reading->closeStream();
         m_reading->close();
-        m_reading.reset();
+        dropReading();
         return;
     }
     m_side.execute(closeText(m_cursor), ResultRetention::Nothing);

@@ -68,6 +68,7 @@ public:
 private:
     bool openCursor();
     bool openStream();
+    void dropReading();
     bool fetchChunk();
     bool fetchCursorChunk();
     bool fetchStreamChunk();

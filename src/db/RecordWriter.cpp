@@ -6,6 +6,7 @@
 
 #include <QRegularExpression>
 #include <algorithm>
+#include <iterator>
 
 namespace qormin::db {
 
@@ -166,9 +167,10 @@ RowWrite RecordWriter::addRowByName(const QStringList& names, const std::vector<
     return complete(row, send(row.columns, row.values));
 }
 
-// Rows with the same fields go to the server in one hand-over to the connection's thread, each
-// still its own INSERT with its own outcome, in order; what happens to each row, and when, is
-// what addRow would do.
+// Rows with the same fields go to the server several to a request, each still its own INSERT
+// with its own outcome. A refused row is dealt with (sent again without a named field) once its
+// request is answered; rows the server did not reach are sent again. What each row costs is
+// what addRow would make it cost.
 RowWrite RecordWriter::addRows(const std::vector<std::vector<QVariant>>& rows) {
     std::vector<PlannedRow> planned;
     planned.reserve(rows.size());
@@ -177,34 +179,62 @@ RowWrite RecordWriter::addRows(const std::vector<std::vector<QVariant>>& rows) {
     }
     RowWrite total;
     total.added = true;
+    auto count = [&total](const RowWrite& row) {
+        total.added = total.added && row.added;
+        total.errors += row.errors;
+        total.lastError = row.errors > 0 ? row.lastError : total.lastError;
+    };
     for (size_t start = 0; start < planned.size();) {
         size_t end = start + 1;
         while (end < planned.size() && planned[end].columns == planned[start].columns) {
             ++end;
         }
-        for (StatementOutcome& outcome : sendMany(planned, start, end)) {
-            const RowWrite row = complete(planned[start++], std::move(outcome));
-            total.added = total.added && row.added;
-            total.errors += row.errors;
-            total.lastError = row.errors > 0 ? row.lastError : total.lastError;
+        std::vector<StatementOutcome> sent = sendMany(planned, start, end);
+        for (size_t index = start; index < end; ++index) {
+            const bool held = m_wholeRowsOnly && planned[index].outcome.errors > 0;
+            count(held ? planned[index].outcome : complete(planned[index], std::move(sent[index - start])));
         }
+        start = end;
     }
     return total;
 }
 
+// One outcome per row of [start, end): the rows go in requests of several, and a row the
+// server did not reach, or that cannot go with the others, is sent again or alone.
 std::vector<StatementOutcome> RecordWriter::sendMany(const std::vector<PlannedRow>& planned, size_t start,
                                                      size_t end) {
+    std::vector<StatementOutcome> outcomes;
     const std::vector<int>& columns = planned[start].columns;
     const int id = m_side.collectsChanges() ? 0 : preparedFor(columns).id;
-    if (id == 0) {
-        return {send(columns, planned[start].values)};
-    }
     std::vector<std::vector<QVariant>> values;
-    values.reserve(end - start);
     for (size_t index = start; index < end; ++index) {
+        // Moves: a row that lost a field is not sent at all.
+        if (m_wholeRowsOnly && planned[index].outcome.errors > 0) {
+            continue;
+        }
         values.push_back(planned[index].values);
     }
-    return m_side.executePreparedRows(id, targetsOf(columns), values);
+    std::vector<StatementOutcome> answered;
+    for (size_t next = 0; next < values.size();) {
+        std::vector<StatementOutcome> batch;
+        if (id != 0) {
+            batch = m_side.executePreparedRows(
+                id, targetsOf(columns),
+                std::vector<std::vector<QVariant>>(values.begin() + static_cast<std::ptrdiff_t>(next),
+                                                   values.end()));
+        }
+        if (batch.empty()) {
+            batch.push_back(send(columns, values[next]));
+        }
+        next += batch.size();
+        std::move(batch.begin(), batch.end(), std::back_inserter(answered));
+    }
+    size_t taken = 0;
+    for (size_t index = start; index < end; ++index) {
+        const bool held = m_wholeRowsOnly && planned[index].outcome.errors > 0;
+        outcomes.push_back(held ? StatementOutcome{} : std::move(answered[taken++]));
+    }
+    return outcomes;
 }
 
 void RecordWriter::checkFit(PlannedRow& row) const {

@@ -51,7 +51,7 @@ public:
 
     // Value i goes to column i (as copies by position do).
     RowWrite addRow(const std::vector<QVariant>& values);
-    // The same as addRow for each row, in fewer hand-overs; the errors are summed.
+    // The same as addRow for each row, the rows sent several to a request; the errors are summed.
     RowWrite addRows(const std::vector<std::vector<QVariant>>& rows);
     // Values matched to columns by name; a name the table lacks costs its field.
     RowWrite addRowByName(const QStringList& names, const std::vector<QVariant>& values);

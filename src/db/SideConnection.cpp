@@ -14,6 +14,7 @@
 #include <sql.h>
 #include <sqlext.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
@@ -28,6 +29,9 @@ namespace {
 
 const QString closedConnectionError = QStringLiteral("Operation is not allowed when the object is closed.");
 const QString cancelledError = QStringLiteral("Operation was cancelled");
+
+// Rows of a prepared statement sent in one request: each its own statement on the server.
+constexpr size_t rowsPerRequest = 100;
 
 // A statement that ends within this time is waited for without entering an event loop, which
 // saves two thread wake-ups per statement; nobody sees a window pause that short. The first
@@ -74,6 +78,63 @@ StatementOutcome outcomeOfCall(OdbcStatement& statement, short rc) {
     outcome.errorDescription = errorDescription(diagnostics);
     if (outcome.errorDescription.isEmpty()) {
         outcome.errorDescription = QStringLiteral("The statement failed without a message from the driver.");
+    }
+    return outcome;
+}
+
+// The driver's row statuses, cut to the rows the server is known to have run. FreeTDS counts a
+// row as run at its DONE; when the response ends early (an error that ends the whole request)
+// it still reports one more row, as succeeded, that never ran. That row is dropped; when it is
+// the last row of all, the rows' counts tell whether it ran (an INSERT that ran counts a row).
+std::vector<OdbcStatement::RowStatus> rowsTheServerRan(std::vector<OdbcStatement::RowStatus> statuses,
+                                                       size_t bound, qint64 rowsAffected) {
+    using Status = OdbcStatement::RowStatus;
+    statuses.erase(std::find(statuses.begin(), statuses.end(), Status::NotRun), statuses.end());
+    if (statuses.empty() || statuses.back() != Status::Succeeded) {
+        return statuses;
+    }
+    if (statuses.size() < bound) {
+        statuses.pop_back();
+        return statuses;
+    }
+    if (statuses.size() >= 2 && statuses[statuses.size() - 2] == Status::Failed) {
+        const auto succeededBefore = std::count(statuses.begin(), statuses.end() - 1, Status::Succeeded);
+        if (rowsAffected >= 0 && rowsAffected <= succeededBefore) {
+            statuses.pop_back();
+        }
+    }
+    return statuses;
+}
+
+// A row's own error: the first error the driver filed under that row.
+QString rowError(const std::vector<OdbcDiagnostic>& diagnostics, qint64 rowNumber) {
+    for (const auto& diagnostic : diagnostics) {
+        if (!diagnostic.isInformational() && diagnostic.rowNumber == rowNumber) {
+            return diagnostic.text;
+        }
+    }
+    return QStringLiteral("The statement failed without a message from the driver.");
+}
+
+// Whether a request of rows failed as a whole: cancelled, timed out, the link lost, or refused
+// before any row ran.
+StatementOutcome requestOutcome(const std::vector<OdbcDiagnostic>& diagnostics, bool refused,
+                                bool cancelRequested) {
+    StatementOutcome outcome;
+    for (const auto& diagnostic : diagnostics) {
+        outcome.connectionLost = outcome.connectionLost || diagnostic.isCommunicationFailure();
+        outcome.cancelled = outcome.cancelled || diagnostic.sqlState == QLatin1String("HY008") ||
+                            diagnostic.sqlState == QLatin1String("HYT00");
+    }
+    outcome.cancelled = outcome.cancelled || cancelRequested;
+    if (outcome.cancelled || outcome.connectionLost || refused) {
+        outcome.succeeded = false;
+        outcome.errorDescription =
+            outcome.cancelled && !outcome.connectionLost ? cancelledError : errorDescription(diagnostics);
+        if (outcome.errorDescription.isEmpty()) {
+            outcome.errorDescription =
+                QStringLiteral("The statement failed without a message from the driver.");
+        }
     }
     return outcome;
 }
@@ -129,6 +190,10 @@ struct SideConnection::Worker {
     std::unique_ptr<OdbcConnection> connection; // used on the worker thread only
     std::unique_ptr<OdbcStatement> statement;   // reused by every statement; freed before the connection
     std::map<int, std::unique_ptr<OdbcStatement>> prepared;
+    std::map<int, QString> preparedTexts;
+    // The same statements prepared once more on handles of their own whose parameters are bound
+    // as arrays of rows; binding them per row would make the driver prepare them again.
+    std::map<int, std::unique_ptr<OdbcStatement>> preparedArrays;
     int lastPreparedId = 0;
     std::unique_ptr<OdbcStatement> stream;
     std::vector<ColumnInfo> streamColumns;
@@ -138,11 +203,28 @@ struct SideConnection::Worker {
 
     void dropConnection() {
         prepared.clear();
+        preparedArrays.clear();
+        preparedTexts.clear();
         stream.reset();
         readAhead.reset();
         streamEnded = true;
         statement.reset();
         connection.reset();
+    }
+    OdbcStatement* arrayStatement(int id) {
+        auto found = preparedArrays.find(id);
+        if (found != preparedArrays.end()) {
+            return found->second.get();
+        }
+        const auto text = preparedTexts.find(id);
+        if (text == preparedTexts.end()) {
+            return nullptr;
+        }
+        auto arrays = std::make_unique<OdbcStatement>(*connection);
+        if (!arrays->isValid() || !SQL_SUCCEEDED(arrays->prepare(text->second))) {
+            return nullptr;
+        }
+        return preparedArrays.emplace(id, std::move(arrays)).first->second.get();
     }
     OdbcStatement* sharedStatement() {
         if (!statement) {
@@ -395,6 +477,7 @@ int SideConnection::prepare(const QString& sql) {
         }
         id = ++m_worker->lastPreparedId;
         m_worker->prepared[id] = std::move(statement);
+        m_worker->preparedTexts[id] = sql;
     });
     return id;
 }
@@ -418,33 +501,66 @@ std::vector<StatementOutcome>
 SideConnection::executePreparedRows(int id, const std::vector<ColumnInfo>& targets,
                                     const std::vector<std::vector<QVariant>>& rows) {
     std::vector<StatementOutcome> outcomes;
-    outcomes.reserve(rows.size());
-    auto choose = [this, id]() -> OdbcStatement* {
-        const auto found = m_worker->prepared.find(id);
-        return found == m_worker->prepared.end() ? nullptr : found->second.get();
-    };
-    StatementOutcome stopped =
-        runStatementOn(choose, [this, &targets, &rows, &outcomes](OdbcStatement& statement) {
-            for (const auto& values : rows) {
-                bindAll(statement, targets, values);
-                BatchResultReader reader(
-                    statement, ResultRetention::Nothing,
-                    [this](const ServerMessage& m) { forwardMessage(m); }, &m_worker->cancelRequested);
-                outcomes.push_back(reader.drain(statement.execute()));
-                if (!outcomes.back().succeeded) {
-                    break;
-                }
+    auto choose = [this, id]() -> OdbcStatement* { return m_worker->arrayStatement(id); };
+    StatementOutcome stopped = runStatementOn(choose, [this, &targets, &rows,
+                                                       &outcomes](OdbcStatement& statement) {
+        for (size_t first = 0; first < rows.size();) {
+            const size_t bound = statement.bindParameterRows(targets, rows, first, rowsPerRequest);
+            if (bound == 0 || !runRowArray(statement, bound, outcomes) || outcomes.size() < first + bound) {
+                break;
             }
-            return StatementOutcome{};
-        });
-    if (outcomes.empty() && !rows.empty()) {
-        outcomes.push_back(stopped.succeeded ? failedOutcome(closedConnectionError) : std::move(stopped));
+            first += bound;
+        }
+        return StatementOutcome{};
+    });
+    if (outcomes.empty() && !stopped.succeeded) {
+        outcomes.push_back(std::move(stopped));
     }
     return outcomes;
 }
 
+// One request for the bound rows; appends an outcome for every row the server ran, in order,
+// and stops at the first it did not reach. False when the request as a whole failed (a cancel,
+// a lost link): the first row without an outcome then carries that failure.
+bool SideConnection::runRowArray(OdbcStatement& statement, size_t bound,
+                                 std::vector<StatementOutcome>& outcomes) {
+    const short rc = statement.execute();
+    std::vector<OdbcDiagnostic> diagnostics = statement.diagnostics();
+    const qint64 rowsAffected = statement.rowCount();
+    for (short more = rc; SQL_SUCCEEDED(more);) {
+        more = statement.moreResults();
+        const auto further = statement.diagnostics();
+        diagnostics.insert(diagnostics.end(), further.begin(), further.end());
+    }
+    statement.closeCursor();
+    for (const auto& diagnostic : diagnostics) {
+        if (diagnostic.isInformational() && !diagnostic.isCommunicationFailure()) {
+            forwardMessage(diagnostic.toServerMessage());
+        }
+    }
+    const auto ran = rowsTheServerRan(statement.rowStatuses(), bound, rowsAffected);
+    for (size_t row = 0; row < ran.size(); ++row) {
+        const bool failed = ran[row] == OdbcStatement::RowStatus::Failed;
+        outcomes.push_back(failed ? failedOutcome(rowError(diagnostics, static_cast<qint64>(row) + 1))
+                                  : StatementOutcome{});
+    }
+    const bool refused = ran.empty() && (rc == SQL_ERROR || rc == SQL_INVALID_HANDLE);
+    StatementOutcome whole = requestOutcome(diagnostics, refused, m_worker->cancelRequested);
+    if (whole.succeeded) {
+        return true;
+    }
+    if (ran.size() < bound) {
+        outcomes.push_back(std::move(whole));
+    }
+    return false;
+}
+
 void SideConnection::unprepare(int id) {
-    runOnWorker([this, id] { m_worker->prepared.erase(id); });
+    runOnWorker([this, id] {
+        m_worker->prepared.erase(id);
+        m_worker->preparedArrays.erase(id);
+        m_worker->preparedTexts.erase(id);
+    });
 }
 
 StatementOutcome SideConnection::openStream(const QString& sql) {
@@ -528,14 +644,23 @@ StatementOutcome SideConnection::fetchStream(int maxRows) {
         return outcome;
     }
     ++m_worker->pendingJobs;
+    // The read ahead is a statement running like any other: a cancel must reach a fetch that
+    // stalls in the driver.
     m_worker->thread.post([this, maxRows] {
         if (m_worker->stream && !m_worker->streamEnded) {
+            setRunning(m_worker->stream.get());
             m_worker->readAhead = readStreamRows(*m_worker->stream, maxRows);
             m_worker->readAheadEnded = m_worker->streamEnded;
+            setRunning(nullptr);
         }
         --m_worker->pendingJobs;
     });
     return outcome;
+}
+
+void SideConnection::setRunning(OdbcStatement* statement) {
+    std::lock_guard lock(m_worker->runningMutex);
+    m_worker->running = statement;
 }
 
 bool SideConnection::streamEnded() const {
@@ -556,6 +681,9 @@ void SideConnection::closeStream() {
 // the worker cancel between calls (a statement streaming messages), where a cross-thread
 // SQLCancel only closes the cursor and the batch would look finished.
 void SideConnection::cancel() {
+    for (SideConnection* follower : m_cancelFollowers) {
+        follower->cancel();
+    }
     std::lock_guard lock(m_worker->runningMutex);
     if (m_worker->pendingJobs == 0) {
         return;
@@ -564,6 +692,14 @@ void SideConnection::cancel() {
     if (m_worker->running != nullptr) {
         m_worker->running->cancel();
     }
+}
+
+void SideConnection::addCancelFollower(SideConnection* follower) {
+    m_cancelFollowers.push_back(follower);
+}
+
+void SideConnection::removeCancelFollower(SideConnection* follower) {
+    std::erase(m_cancelFollowers, follower);
 }
 
 bool SideConnection::isRunning() const {

@@ -64,9 +64,11 @@ public:
     int prepare(const QString& sql);
     StatementOutcome executePrepared(int id, const std::vector<ColumnInfo>& targets,
                                      const std::vector<QVariant>& values);
-    // The prepared statement once per row, in one job: one outcome per row run, in order. It
-    // stops after the first row that fails, so the caller can deal with that row before the
-    // rest; at least one outcome comes back for rows that are not empty.
+    // The prepared statement for each row, the rows sent several to a request (each row still
+    // its own statement with its own outcome): one outcome per row the server ran, in order.
+    // Fewer outcomes than rows when the server did not reach the rest (an error that ends the
+    // whole request) or the rest needs other declarations than the first rows: send the rest
+    // again; none when the first row cannot go with the others (send it alone).
     std::vector<StatementOutcome> executePreparedRows(int id, const std::vector<ColumnInfo>& targets,
                                                       const std::vector<std::vector<QVariant>>& rows);
     void unprepare(int id);
@@ -80,9 +82,13 @@ public:
     bool streamEnded() const;
     void closeStream();
 
-    // Cancels the statement that runs (or waits to run) on this side; callable from the
-    // window thread while a call above waits.
+    // Cancels the statement that runs (or waits to run) on this side, and on the connections
+    // that follow its cancel; callable from the window thread while a call above waits.
     void cancel();
+    // A connection of this side's loop (a record loop's read connection) that a cancel of this
+    // side cancels too, from when it is added until it is removed (before it goes).
+    void addCancelFollower(SideConnection* follower);
+    void removeCancelFollower(SideConnection* follower);
     bool isRunning() const;
 
     // Script only: the owner decides which statements may not be sent. Returns true when sql
@@ -117,6 +123,8 @@ private:
                                        const std::function<StatementOutcome(OdbcStatement&)>& body);
     void forwardMessage(const ServerMessage& message);
     StatementOutcome readStreamRows(OdbcStatement& statement, int maxRows);
+    void setRunning(OdbcStatement* statement);
+    bool runRowArray(OdbcStatement& statement, size_t bound, std::vector<StatementOutcome>& outcomes);
 
     int m_side;
     QString m_connectionString;
@@ -126,6 +134,7 @@ private:
     std::function<bool()> m_collectingChanges;
     int m_cursorNumber = 0;
     bool m_lastFetchEnded = true;
+    std::vector<SideConnection*> m_cancelFollowers;
 };
 
 } // namespace qormin::db

@@ -1,10 +1,13 @@
 #include "TableCopyToolsFixture.h"
 
+#include <QElapsedTimer>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLabel>
+#include <QTimer>
 #include <chrono>
+#include <set>
 #include <thread>
 
 namespace qormin::test {
@@ -13,6 +16,7 @@ namespace {
 // Row-by-row copies: rows stream from a cursor over the source and go in as typed INSERTs.
 const QByteArray recordScenario = R"json({
   "login": {"user": "sa", "password": "demo"},
+  "hangLimitSeconds": 20,
   "rules": [
     {"exact": "SELECT * FROM Billing..tbRows",
      "response": {"result": {"columns": ["id:int", "name:nvarchar(20)"], "generate": 250}}},
@@ -71,7 +75,11 @@ const QByteArray recordScenario = R"json({
 
     {"exact": "SELECT * FROM Billing..tbLost", "response": [
       {"result": {"columns": ["id:int"], "generate": 5000}}, {"delay": 50}, {"drop": true}]},
-    {"exact": "SELECT TOP 1 * FROM Billing2..tbLost", "response": {"result": {"columns": ["id:int"], "rows": []}}}
+    {"exact": "SELECT TOP 1 * FROM Billing2..tbLost", "response": {"result": {"columns": ["id:int"], "rows": []}}},
+
+    {"exact": "SELECT * FROM Billing..tbStall", "stallAfterTokens": 100,
+     "response": {"result": {"columns": ["id:int"], "generate": 5000}}},
+    {"exact": "SELECT TOP 1 * FROM Billing2..tbStall", "response": {"result": {"columns": ["id:int"], "rows": []}}}
   ]
 })json";
 
@@ -102,12 +110,16 @@ TEST_F(RecordCopyTest, copiesEveryRowShowingProgressEveryHundred) {
     EXPECT_EQ(m_tools->lblCnt()->text(), QStringLiteral("200"));
     EXPECT_EQ(logLines(), (QStringList{"tbRows", "copied 250", "errors 0", "Done copying"}));
     EXPECT_EQ(inserts().size(), 250);
-    // Prepared once, then run by handle: one round trip per row.
+    // Prepared once, then run by handle, each row its own statement and a hundred rows (a
+    // progress step) to a request.
     QStringList procedures;
-    for (const auto& entry : inserts())
+    std::set<int> requests;
+    for (const auto& entry : inserts()) {
         procedures.append(entry.json.value(QLatin1String("procedure")).toString());
-    EXPECT_EQ(procedures.count(QStringLiteral("sp_prepexec")), 1);
-    EXPECT_EQ(procedures.count(QStringLiteral("sp_execute")), 249);
+        requests.insert(entry.json.value(QLatin1String("request")).toInt());
+    }
+    EXPECT_EQ(procedures.count(QStringLiteral("sp_execute")), 250);
+    EXPECT_EQ(requests.size(), 3U);
     const QStringList sent = m_server->statements();
     ASSERT_GE(sent.size(), 7);
     EXPECT_EQ(
@@ -186,10 +198,10 @@ const FieldCase fieldCases[] = {
     {"tbIdent", {"[id], [name] [5,\"a\"]", "[id], [name] [9,\"b\"]"}, "copied 2/errors 0"},
     {"tbNoIdent", {"[name] [\"a\"]", "[name] [\"b\"]"}, "copied 2/errors 2"},
     {"tbCalc", {"[id], [price] [1,10]", "[id], [price] [2,20]"}, "copied 2/errors 2"},
-    // Refused for a named column: sent again without it. Refused as a row: lost. Too long for
-    // the column: never sent.
+    // Refused for a named column: sent again without it, once its request is answered.
+    // Refused as a row: lost. Too long for the column: never sent.
     {"tbRefuse",
-     {"[id], [name] [1,\"ok\"]", "[id], [name] [2,\"Bad\"]", "[id] [2]", "[id], [name] [3,\"dup\"]",
+     {"[id], [name] [1,\"ok\"]", "[id], [name] [2,\"Bad\"]", "[id], [name] [3,\"dup\"]", "[id] [2]",
       "[id] [4]"},
      "copied 4/errors 3"},
 };
@@ -246,6 +258,24 @@ TEST_F(RecordCopyTest, aLostReadConnectionIsLoggedAndTheCopyEnds) {
     EXPECT_TRUE(errorLines().front().endsWith(QStringLiteral(" Billing..tbLost")))
         << errorLines().front().toStdString();
     EXPECT_EQ(logLines().filter(QStringLiteral("errors ")), (QStringList{"errors 1"}));
+}
+
+// The read runs on a connection of its own; Cancel must reach it when it stalls, not only the
+// working connection the inserts use.
+TEST_F(RecordCopyTest, cancelEndsACopyWhoseReadStalls) {
+    showTables({QStringLiteral("tbStall")});
+    QTimer::singleShot(500, m_access.get(), [this] { m_access->cancelRunningStatement(); });
+    QElapsedTimer clock;
+    clock.start();
+    click(QStringLiteral("cmdCopyTables"));
+    EXPECT_LT(clock.elapsed(), 10000);
+    ASSERT_EQ(errorLines().size(), 1);
+    EXPECT_TRUE(errorLines().front().startsWith(QStringLiteral("Operation was cancelled")))
+        << errorLines().front().toStdString();
+    // The read stalls within its first chunk; the 99 rows that arrived are still copied.
+    EXPECT_EQ(logLines().filter(QStringLiteral("copied ")), (QStringList{"copied 99"}));
+    EXPECT_EQ(logLines().filter(QStringLiteral("errors ")), (QStringList{"errors 1"}));
+    EXPECT_EQ(inserts().size(), 99);
 }
 
 TEST_F(RecordCopyTest, copyToNewStreamsIntoTheSisterTableOfTheSameDatabase) {
