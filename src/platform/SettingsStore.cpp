@@ -44,10 +44,8 @@ SettingsStore::SettingsStore(std::unique_ptr<QSettings> settings) : m_settings(s
 // Writes still on their way when the program ends get the store's time limit; what it did not
 // take stays in the file, and the next run moves it.
 SettingsStore::~SettingsStore() {
-    if (m_secretsInUse && !m_secrets->flush()) {
-        for (auto value = m_secretValues.cbegin(); value != m_secretValues.cend(); ++value)
-            writeFile(value.key(), value.value());
-    }
+    if (m_secretsInUse && !m_secrets->flush())
+        writeChangedSecretsToFile();
 }
 
 std::unique_ptr<SettingsStore> SettingsStore::openDefault() {
@@ -97,7 +95,7 @@ QString SettingsStore::defaultFilePath() {
 QString SettingsStore::getSetting(const QString& section, const QString& key,
                                   const QString& defaultValue) const {
     const QString address = qualifiedKey(section, key);
-    if (m_secretsInUse && m_secretKeys.contains(address))
+    if (m_secretKeys.contains(address) && (m_secretsInUse || !m_settings->contains(address)))
         return m_secretValues.value(address, defaultValue);
     const QVariant value = m_settings->value(address);
     if (!value.isValid())
@@ -117,6 +115,7 @@ void SettingsStore::saveSetting(const QString& section, const QString& key, cons
         m_secretValues.insert(address, value);
         if (unchanged)
             return;
+        m_changedSecrets.insert(address);
         m_secrets->writeLater(address, value);
         return;
     }
@@ -168,14 +167,19 @@ bool SettingsStore::moveIntoSecretStore(const QString& qualifiedKey) {
 }
 
 void SettingsStore::keepSecretsInFile(const QString& problem) {
-    for (auto value = m_secretValues.cbegin(); value != m_secretValues.cend(); ++value)
-        writeFile(value.key(), value.value());
-    m_secretValues.clear();
+    writeChangedSecretsToFile();
     // The store stays alive: this may run inside its own answer to a write.
     m_secretsInUse = false;
     tell(m_notices, QStringLiteral("Passwords are kept in the settings file %1 (readable by this user only): "
                                    "the credential store cannot be used (%2).")
                         .arg(location(), problem));
+}
+
+// Only what was typed in this run: a password the store still holds from before is not copied
+// into the file, and stays readable for the rest of the run from memory.
+void SettingsStore::writeChangedSecretsToFile() {
+    for (const QString& key : std::as_const(m_changedSecrets))
+        writeFile(key, m_secretValues.value(key));
 }
 
 void SettingsStore::setProblemReporter(std::function<void(const QString&)> reporter) {

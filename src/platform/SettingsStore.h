@@ -36,7 +36,8 @@ public:
     // From here on the given keys ("section/key") live in the secret store instead of the file.
     // A value still in the file (an older version, or a run that could not reach the store) is
     // moved there and erased from the file. Where the store cannot be reached, or refuses a
-    // write later, the file keeps those keys for the rest of the run, and a notice says so once.
+    // write later, the file keeps the values saved from then on (and those changed before and
+    // perhaps not stored) for the rest of the run, and a notice says so once.
     void keepSecretsIn(std::unique_ptr<SecretStore> secrets, const QStringList& keys);
 
     // What went wrong with the store, in words for the operator: a file that could not be read
@@ -59,6 +60,7 @@ private:
     void writeFile(const QString& qualifiedKey, const QString& value);
     bool moveIntoSecretStore(const QString& qualifiedKey);
     void keepSecretsInFile(const QString& problem);
+    void writeChangedSecretsToFile();
 
     std::unique_ptr<QSettings> m_settings;
     Channel m_problems;
@@ -67,7 +69,8 @@ private:
     std::unique_ptr<SecretStore> m_secrets;
     bool m_secretsInUse = false; // else the file holds every value
     QSet<QString> m_secretKeys;
-    QHash<QString, QString> m_secretValues;
+    QHash<QString, QString> m_secretValues; // as the store gave them, and as changed since
+    QSet<QString> m_changedSecrets;
 };
 
 } // namespace qormin::platform
