@@ -56,18 +56,32 @@ bool isPrivate(const QString& path) {
 
 const QString notice = QStringLiteral("Passwords are kept in the settings file ");
 
-// A stand-in for smbclient that notes how it was started: arguments, environment and input.
-void writeFakeSmbclient(const QString& folder) {
-    QFile script(folder + QStringLiteral("/smbclient"));
+void writeProgram(const QString& path, const QByteArray& body) {
+    QFile script(path);
     ASSERT_TRUE(script.open(QIODevice::WriteOnly));
-    script.write("#!/bin/sh\nprintf '%s\\n' \"$@\" > \"$0.arguments\"\nenv > \"$0.environment\"\n"
-                 "cat > \"$0.input\"\n");
+    script.write("#!/bin/sh\nprintf '%s\\n' \"$@\" >> \"$0.arguments\"\nenv >> \"$0.environment\"\n" + body);
     script.close();
     script.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
 }
 
+// Stand-ins for smbclient and gio that note how they were started: arguments, environment
+// and input. gio asks for the password as the real one does, and shows the share in folder.
+void writeShareTools(const QString& programs, const QString& folder) {
+    writeProgram(programs + QStringLiteral("/smbclient"), "cat >> \"$0.input\"\n");
+    writeProgram(programs + QStringLiteral("/gio"),
+                 QStringLiteral("case \"$1 $2\" in\n"
+                                "'mount -u'*) rmdir '%1';;\n"
+                                "mount*) printf 'Password: '; read answer; echo \"$answer\" >> \"$0.input\"; "
+                                "mkdir -p '%1';;\n"
+                                "info*) echo 'local path: %1';;\n"
+                                "esac\n")
+                     .arg(folder)
+                     .toUtf8());
+}
+
 // One night's work on a desktop with a GNOME keyring: a password left in plain text by an
-// older version is moved and still connects, a share is mounted and a speed test run; no
+// older version is moved and still connects, a share is mounted (through GVfs, then through
+// smbclient) and a speed test run; no
 // password is then found in the file, the output (every log line is echoed there), or a
 // command line or environment of a program the tool started.
 TEST(CredentialStoreTest, passwordsLiveInTheKeyringAndNowhereElse) {
@@ -90,15 +104,16 @@ TEST(CredentialStoreTest, passwordsLiveInTheKeyringAndNowhereElse) {
     const QString mountRoot = session.folder() + QStringLiteral("/mnt");
     QDir().mkpath(programs);
     QDir().mkpath(mountRoot + QStringLiteral("/fileserver/backup"));
-    writeFakeSmbclient(programs);
+    writeShareTools(programs, session.folder() + QStringLiteral("/gvfs-share"));
     QProcessEnvironment environment = session.environment();
     environment.insert(QStringLiteral("PATH"), programs + u':' + environment.value(QStringLiteral("PATH")));
 
     const ToolRun night =
         runTool(environment,
                 QStringLiteral(
-                    "set txtMountRoot %1\nset txtServer(1) fileserver\nset txtServerUser(1) clerk\n"
-                    "set txtServerPW(1) %2\nclick cmdNetworkConnect(1)\nset txtDB master\n"
+                    "set txtServer(1) fileserver\nset txtServerUser(1) clerk\nset txtServerPW(1) %2\n"
+                    "click cmdNetworkConnect(1)\nclick cmdDropDir\n"
+                    "set txtMountRoot %1\nclick cmdNetworkConnect(1)\nset txtDB master\n"
                     "set txtTESTConnection Provider=SQLOLEDB;Server=%3;UID=sa;Database=MASTER;Password=%4\n"
                     "click cmdTest(0)\n")
                     .arg(escaped(mountRoot), sharePassword, server->address(), sqlPassword));
@@ -106,6 +121,7 @@ TEST(CredentialStoreTest, passwordsLiveInTheKeyringAndNowhereElse) {
     EXPECT_TRUE(night.output.contains(QStringLiteral(" left log: Connected."))) << night.output.toStdString();
     EXPECT_FALSE(night.output.contains(notice)) << night.output.toStdString();
     EXPECT_TRUE(readAll(programs + QStringLiteral("/smbclient.input")).contains(sharePassword));
+    EXPECT_EQ(readAll(programs + QStringLiteral("/gio.input")), sharePassword + u'\n');
     EXPECT_TRUE(server->statements().contains(
         QStringLiteral("CREATE TABLE master..SpeedTest (DESC2 varchar(100),TransDate DateTime)")));
     EXPECT_EQ(session.lookup(QStringLiteral("MIR/DB0")), sqlPassword);
@@ -122,6 +138,8 @@ TEST(CredentialStoreTest, passwordsLiveInTheKeyringAndNowhereElse) {
         {"error output", night.errors + nextMorning.errors},
         {"smbclient's arguments", readAll(programs + QStringLiteral("/smbclient.arguments"))},
         {"smbclient's environment", readAll(programs + QStringLiteral("/smbclient.environment"))},
+        {"gio's arguments", readAll(programs + QStringLiteral("/gio.arguments"))},
+        {"gio's environment", readAll(programs + QStringLiteral("/gio.environment"))},
     };
     for (const auto& [place, text] : places) {
         for (const QString& password : {sqlPassword, sharePassword})
