@@ -6,6 +6,8 @@
 #include <QFileInfo>
 #include <QStandardPaths>
 #include <QThread>
+#include <csignal>
+#include <sys/prctl.h>
 
 namespace qormin::test {
 
@@ -24,6 +26,12 @@ QString missingProgram() {
                 .arg(QLatin1String(program), QLatin1String(package));
     }
     return QString();
+}
+
+// A test process that dies without its destructors (a broken pipe, a crash) takes the bus and
+// the keyring with it.
+void endWithTheTest(QProcess& process) {
+    process.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGTERM); });
 }
 
 void stop(QProcess& process) {
@@ -67,6 +75,7 @@ bool KeyringTestSession::start(QString& whyNot) {
     m_environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime);
     m_environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), address);
     m_bus.setProcessEnvironment(m_environment);
+    endWithTheTest(m_bus);
     m_bus.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     m_bus.start(QStringLiteral("dbus-daemon"),
                 {QStringLiteral("--session"), QStringLiteral("--nofork"), QStringLiteral("--nopidfile"),
@@ -81,6 +90,7 @@ bool KeyringTestSession::start(QString& whyNot) {
     // In the foreground the daemon keeps the environment given; daemonized it takes the
     // user's real home.
     m_keyring.setProcessEnvironment(m_environment);
+    endWithTheTest(m_keyring);
     m_keyring.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     m_keyring.start(
         QStringLiteral("gnome-keyring-daemon"),
