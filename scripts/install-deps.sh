@@ -6,12 +6,13 @@ packages=(
     build-essential cmake ninja-build pkg-config ccache
     qt6-base-dev qt6-charts-dev libqt6opengl6-dev libgl-dev
     unixodbc unixodbc-dev tdsodbc
+    qtkeychain-qt6-dev
     libgtest-dev libgmock-dev libbenchmark-dev
     clang-format
 )
 if [[ "${QORMIN_WITH_TEST_TOOLS:-0}" == 1 ]]; then
     packages+=(samba smbclient g++-mingw-w64-x86-64 xvfb xauth dbus gvfs gvfs-backends gvfs-fuse
-        lintian desktop-file-utils procps)
+        lintian desktop-file-utils procps gnome-keyring libsecret-tools)
 fi
 
 missing=()

@@ -3,6 +3,7 @@
 #include "anonymize/AnonymizeStatements.h"
 #include "anonymize/NameMapping.h"
 #include "controls/FlexGrid.h"
+#include "db/ConnectionString.h"
 #include "db/EventLoopYield.h"
 #include "db/NameGuard.h"
 #include "db/RecordReader.h"
@@ -91,7 +92,8 @@ void AnonymizeRun::runComplete(const AnonymizeLists& lists, const QString& secre
 
 bool AnonymizeRun::confirmAndFill(const AnonymizeLists& lists) {
     db::ServerAccess& access = m_controls.access;
-    const QString question = Statements::confirmText(access.side(rightSide).connectionString());
+    const QString question =
+        Statements::confirmText(db::withoutPassword(access.side(rightSide).connectionString()));
     if (m_controls.messageBoxes.MsgBox(question, platform::MessageBoxButtons::YesNo) !=
         platform::MessageBoxAnswer::Yes)
         return false;

@@ -1,12 +1,14 @@
 #include "app/Application.h"
 
 #include "app/AppInfo.h"
+#include "app/SettingsTable.h"
 #include "app/batch/BatchLogEcho.h"
 #include "app/batch/BatchMessageBoxService.h"
 #include "app/batch/BatchRunner.h"
 #include "app/frmMain.h"
 #include "db/LogBuffer.h"
 #include "db/ServerAccess.h"
+#include "platform/KeychainSecretStore.h"
 #include "platform/LocalFileSystemService.h"
 #include "platform/PathMapper.h"
 #include "platform/PlatformServices.h"
@@ -34,6 +36,9 @@ namespace {
 
 constexpr int usageExitCode = 2;
 constexpr qsizetype batchLogLineLimit = 10000;
+// Long enough for the operator to answer a keyring's unlock prompt; a store that never answers
+// delays start-up by this much once, and the run goes on with the settings file.
+constexpr std::chrono::seconds credentialStoreLimit{10};
 
 struct Options {
     bool batch = false;
@@ -112,7 +117,13 @@ std::unique_ptr<platform::SettingsStore> openSettings(const Options& options, QT
         return platform::SettingsStore::openFile(options.settingsFile);
     if (options.demo)
         return platform::SettingsStore::openFile(demoFolder.filePath(QStringLiteral("settings.ini")));
-    return platform::SettingsStore::openDefault();
+    // The user's own store keeps its passwords in the credential store; a file named on the
+    // command line is complete in itself (a batch job's or a test's).
+    auto settings = platform::SettingsStore::openDefault();
+    settings->keepSecretsIn(
+        std::make_unique<platform::KeychainSecretStore>(applicationTitle(), credentialStoreLimit),
+        passwordAddresses());
+    return settings;
 }
 
 void storeDemoLogins(platform::SettingsStore& settings, const QString& address) {

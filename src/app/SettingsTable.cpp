@@ -12,13 +12,14 @@ struct Row {
     const char* keyPrefix; // the index follows as a decimal digit
     const char* startupSection;
     const char* defaultValue;
+    int passwordCount = 0; // the indexes 0 .. passwordCount - 1 hold passwords
 };
 
 // One row per persisted control; startupSection is null when start-up does not read it.
 constexpr std::array rows{
-    Row{"txtPW", "MIR", "DB", "MIR", ""},
+    Row{"txtPW", "MIR", "DB", "MIR", "", 2},
     Row{"txtServer", "MIR", "txtServer", "MIR", ""},
-    Row{"txtServerPW", "MAIN", "txtServerPW", "MAIN", ""},
+    Row{"txtServerPW", "MAIN", "txtServerPW", "MAIN", "", 2},
     Row{"txtServerUser", "MAIN", "txtServerUser", "MAIN", "administrator"},
     Row{"txtLogDrive", "MAIN", "txtLogDrive", "MAIN", ""},
     Row{"txtPath", "MIR", "txtPath", "MAIN", ""},
@@ -65,6 +66,21 @@ SettingAddress startupAddress(const QString& control, int index) {
 QString startupDefault(const QString& control) {
     const Row* row = find(control);
     return row == nullptr ? QString() : QString::fromLatin1(row->defaultValue);
+}
+
+QStringList passwordAddresses() {
+    QStringList addresses;
+    for (const Row& row : rows) {
+        for (int index = 0; index < row.passwordCount; ++index) {
+            for (const SettingAddress& address : {changeHandlerAddress(QLatin1String(row.control), index),
+                                                  startupAddress(QLatin1String(row.control), index)}) {
+                const QString text = address.section + u'/' + address.key;
+                if (!addresses.contains(text))
+                    addresses.append(text);
+            }
+        }
+    }
+    return addresses;
 }
 
 } // namespace qormin::app

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 
 namespace qormin::app {
 
@@ -21,5 +22,8 @@ SettingAddress changeHandlerAddress(const QString& control, int index = -1);
 SettingAddress startupAddress(const QString& control, int index = -1);
 // What start-up puts into the control when the store holds nothing for it.
 QString startupDefault(const QString& control);
+// Every address a password is written to or read from, as "section/key": these live in the
+// operating system's credential store rather than in the settings file.
+QStringList passwordAddresses();
 
 } // namespace qormin::app

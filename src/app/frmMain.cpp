@@ -134,6 +134,7 @@ frmMain::frmMain(const platform::PlatformServices& services, QWidget* parent)
 
 frmMain::~frmMain() {
     m_parts->services.settings->setProblemReporter({});
+    m_parts->services.settings->setNoticeReporter({});
     // Pages and subsidiary windows use the server access and the services: they go first.
     for (auto& [name, window] : m_parts->windows)
         delete window.data();
@@ -355,6 +356,9 @@ void frmMain::Form_Load() {
     QCoreApplication::processEvents();
     Q_EMIT painted();
     store.setProblemReporter([this](const QString& problem) { serverAccess().LogError(problem); });
+    // Passwords kept in the file where no credential store is reachable is how a headless
+    // scheduler runs every night, not an error of the run.
+    store.setNoticeReporter([this](const QString& notice) { serverAccess().LogMessage(notice); });
     // The shell and the ODBC driver choice are ready before anything connects.
     p.options->load();
     for (int side = 0; side < sideCount; ++side)

@@ -1,5 +1,6 @@
 #include "db/ConnectionString.h"
 
+#include <QRegularExpression>
 #include <QStringList>
 
 namespace qormin::db {
@@ -112,6 +113,15 @@ QString buildConnectionString(const QString& server, const QString& user, const 
     return QStringLiteral("Provider=SQLOLEDB;Persist Security Info=True;Server=") + server +
            QStringLiteral(";UID=") + user + QStringLiteral(";Database=MASTER ") +
            QStringLiteral(";Password=") + password;
+}
+
+// Provider strings end a value at the next ";"; ODBC strings may brace it ("}" doubled inside).
+QString withoutPassword(const QString& connectionString) {
+    static const QRegularExpression password(
+        QStringLiteral("((?:^|;)\\s*(?:PWD|Password)\\s*=)(\\{(?:[^}]|\\}\\})*\\}|[^;]*)"),
+        QRegularExpression::CaseInsensitiveOption);
+    QString shown = connectionString;
+    return shown.replace(password, QStringLiteral("\\1********"));
 }
 
 DriverKind driverKindOf(const QString& driver) {

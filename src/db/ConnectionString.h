@@ -10,6 +10,10 @@ QString buildConnectionString(const QString& server, const QString& user, const 
 
 enum class DriverKind { FreeTds, SqlServer };
 
+// The connection string with the password's value replaced by asterisks, for showing it: a
+// message box's text reaches the batch output, and a picture of the screen a file.
+QString withoutPassword(const QString& connectionString);
+
 // FreeTDS when the driver's name or library says so, the SQL Server driver otherwise.
 DriverKind driverKindOf(const QString& driver);
 

@@ -1,5 +1,7 @@
 #include "platform/SettingsStore.h"
 
+#include "platform/SecretStore.h"
+
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
@@ -39,7 +41,12 @@ QString qualifiedKey(const QString& section, const QString& key) {
 
 SettingsStore::SettingsStore(std::unique_ptr<QSettings> settings) : m_settings(std::move(settings)) {}
 
-SettingsStore::~SettingsStore() = default;
+// Writes still on their way when the program ends get the store's time limit; what it did not
+// take stays in the file, and the next run moves it.
+SettingsStore::~SettingsStore() {
+    if (m_secretsInUse && !m_secrets->flush())
+        writeChangedSecretsToFile();
+}
 
 std::unique_ptr<SettingsStore> SettingsStore::openDefault() {
 #ifdef Q_OS_WIN
@@ -87,7 +94,10 @@ QString SettingsStore::defaultFilePath() {
 
 QString SettingsStore::getSetting(const QString& section, const QString& key,
                                   const QString& defaultValue) const {
-    const QVariant value = m_settings->value(qualifiedKey(section, key));
+    const QString address = qualifiedKey(section, key);
+    if (m_secretKeys.contains(address) && (m_secretsInUse || !m_settings->contains(address)))
+        return m_secretValues.value(address, defaultValue);
+    const QVariant value = m_settings->value(address);
     if (!value.isValid())
         return defaultValue;
     // A hand-edited INI value with an unquoted comma reads back as a list.
@@ -97,7 +107,23 @@ QString SettingsStore::getSetting(const QString& section, const QString& key,
 }
 
 void SettingsStore::saveSetting(const QString& section, const QString& key, const QString& value) {
-    m_settings->setValue(qualifiedKey(section, key), value);
+    const QString address = qualifiedKey(section, key);
+    if (m_secretsInUse && m_secretKeys.contains(address)) {
+        // Start-up writes back every value it has just read, and an empty one it did not find;
+        // the store needs none of those.
+        const bool unchanged = m_secretValues.value(address) == value;
+        m_secretValues.insert(address, value);
+        if (unchanged)
+            return;
+        m_changedSecrets.insert(address);
+        m_secrets->writeLater(address, value);
+        return;
+    }
+    writeFile(address, value);
+}
+
+void SettingsStore::writeFile(const QString& qualifiedKey, const QString& value) {
+    m_settings->setValue(qualifiedKey, value);
     m_settings->sync();
     if (m_settings->status() == QSettings::NoError || m_saveProblemTold)
         return;
@@ -106,18 +132,80 @@ void SettingsStore::saveSetting(const QString& section, const QString& key, cons
                .arg(location()));
 }
 
+void SettingsStore::keepSecretsIn(std::unique_ptr<SecretStore> secrets, const QStringList& keys) {
+    const SecretStore::Loaded loaded = secrets->load(keys);
+    m_secretKeys = QSet<QString>(keys.cbegin(), keys.cend());
+    if (!loaded.reachable) {
+        keepSecretsInFile(loaded.problem);
+        return;
+    }
+    m_secrets = std::move(secrets);
+    m_secretsInUse = true;
+    m_secretValues = loaded.values;
+    for (const QString& key : keys) {
+        if (!moveIntoSecretStore(key))
+            return;
+    }
+    m_secrets->setFailureHandler([this](const QString& problem) { keepSecretsInFile(problem); });
+}
+
+// The file's value wins over the store's: it was written last, by an older version or by a
+// run that could not reach the store.
+bool SettingsStore::moveIntoSecretStore(const QString& qualifiedKey) {
+    const QVariant inFile = m_settings->value(qualifiedKey);
+    if (!inFile.isValid())
+        return true;
+    QString problem;
+    if (!m_secrets->writeNow(qualifiedKey, inFile.toString(), problem)) {
+        keepSecretsInFile(problem);
+        return false;
+    }
+    m_secretValues.insert(qualifiedKey, inFile.toString());
+    m_settings->remove(qualifiedKey);
+    m_settings->sync();
+    return true;
+}
+
+void SettingsStore::keepSecretsInFile(const QString& problem) {
+    writeChangedSecretsToFile();
+    // The store stays alive: this may run inside its own answer to a write.
+    m_secretsInUse = false;
+    tell(m_notices, QStringLiteral("Passwords are kept in the settings file %1 (readable by this user only): "
+                                   "the credential store cannot be used (%2).")
+                        .arg(location(), problem));
+}
+
+// Only what was typed in this run: a password the store still holds from before is not copied
+// into the file, and stays readable for the rest of the run from memory.
+void SettingsStore::writeChangedSecretsToFile() {
+    for (const QString& key : std::as_const(m_changedSecrets))
+        writeFile(key, m_secretValues.value(key));
+}
+
 void SettingsStore::setProblemReporter(std::function<void(const QString&)> reporter) {
-    m_reporter = std::move(reporter);
-    const QStringList pending = std::exchange(m_pendingProblems, {});
-    for (const QString& problem : pending)
-        report(problem);
+    setReporter(m_problems, std::move(reporter));
+}
+
+void SettingsStore::setNoticeReporter(std::function<void(const QString&)> reporter) {
+    setReporter(m_notices, std::move(reporter));
+}
+
+void SettingsStore::setReporter(Channel& channel, std::function<void(const QString&)> reporter) {
+    channel.reporter = std::move(reporter);
+    const QStringList pending = std::exchange(channel.pending, {});
+    for (const QString& text : pending)
+        tell(channel, text);
+}
+
+void SettingsStore::tell(Channel& channel, const QString& text) {
+    if (channel.reporter)
+        channel.reporter(text);
+    else
+        channel.pending.append(text);
 }
 
 void SettingsStore::report(const QString& problem) {
-    if (m_reporter)
-        m_reporter(problem);
-    else
-        m_pendingProblems.append(problem);
+    tell(m_problems, problem);
 }
 
 QString SettingsStore::location() const {

@@ -127,6 +127,7 @@ TEST_F(AnonymizeRunTest, completeRunReplacesEveryNameAndLeavesNoneBehind) {
     // The missing table's statement failed, and the batch run says so.
     ASSERT_EQ(result.exitCode, 1) << result.errors.toStdString() << result.log.toStdString();
     EXPECT_TRUE(result.output.contains(QStringLiteral("MSGBOX: Are you sure you want to anonymize ")));
+    EXPECT_FALSE(result.output.contains(QStringLiteral("PWD=pw"))) << result.output.toStdString();
     EXPECT_TRUE(result.output.contains(QStringLiteral("MSGBOX: done.")));
     const auto made = changes();
     // 3 + 2 + 2 in tbMaster3, 2 + 1 in tbCashPatient, 2 in tbMedPatient; null and empty stay.

@@ -41,4 +41,10 @@ INSTANTIATE_TEST_SUITE_P(Controls, SettingsTableTest, testing::ValuesIn(addressC
                                     (testInfo.param.index >= 0 ? std::to_string(testInfo.param.index) : "");
                          });
 
+// A password address missing here would be written into the settings file in plain text.
+TEST(SettingsTableTest, everyPasswordBoxIsKeptAsASecret) {
+    EXPECT_EQ(passwordAddresses(),
+              (QStringList{"MIR/DB0", "MIR/DB1", "MAIN/txtServerPW0", "MAIN/txtServerPW1"}));
+}
+
 } // namespace

@@ -83,6 +83,21 @@ const TranslationCase translationCases[] = {
 INSTANTIATE_TEST_SUITE_P(Cases, ConnectionTranslationTest, ::testing::ValuesIn(translationCases),
                          [](const auto& testInfo) { return std::string(testInfo.param.name); });
 
+// What is shown of a connection string keeps everything but the password's value, however the
+// string spells or quotes it.
+TEST(ConnectionStringTest, passwordIsNeverShown) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"Provider=SQLOLEDB;Persist Security Info=True;Server=h;UID=sa;Database=MASTER ;Password=pw1",
+         "Provider=SQLOLEDB;Persist Security Info=True;Server=h;UID=sa;Database=MASTER ;Password=********"},
+        {"Driver={FreeTDS};Server=h;UID=sa;PWD={p}}w;1};Database=MASTER;TDS_Version=7.4;",
+         "Driver={FreeTDS};Server=h;UID=sa;PWD=********;Database=MASTER;TDS_Version=7.4;"},
+        {"pwd = a=b; password=;Server=h", "pwd =********; password=********;Server=h"},
+        {"Server=h;UID=PWD", "Server=h;UID=PWD"},
+    };
+    for (const auto& [text, shown] : cases)
+        EXPECT_EQ(qormin::db::withoutPassword(QString::fromLatin1(text)), QString::fromLatin1(shown)) << text;
+}
+
 TEST(DriverLocatorTest, choosesTheRegisteredFreeTdsDriverElseTheLibrary) {
 #ifndef Q_OS_WIN
     using qormin::db::DriverLocator;
