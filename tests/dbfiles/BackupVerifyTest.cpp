@@ -8,6 +8,7 @@
 #include "dbfiles/ProgressWatch.h"
 #include "dbfiles/RunLogRecorder.h"
 
+#include <QCheckBox>
 #include <QFile>
 #include <QRegularExpression>
 #include <QThread>
@@ -83,6 +84,33 @@ TEST_F(VerifyScriptOnlyTest, withholdsTheVerifyStatements) {
     EXPECT_TRUE(statements(0).isEmpty());
     EXPECT_EQ(window().serverAccess().withheldStatements(), QStringList{verify("Billing", "_log.BAK")});
 }
+
+struct ChecksumSettingCase {
+    const char* name;
+    const char* script;
+    const char* stored; // the saved value after the run; empty: nothing saved
+};
+
+class ChecksumSettingTest : public DatabaseFileFixture,
+                            public testing::WithParamInterface<ChecksumSettingCase> {};
+
+TEST_P(ChecksumSettingTest, isSavedOnlyOnceTickedAndComesBackOnTheNextStart) {
+    run(QLatin1String(GetParam().script));
+    const QString stored = QString::fromUtf8(GetParam().stored);
+    EXPECT_EQ(harness().settings().getSetting(QStringLiteral("MAIN"), QStringLiteral("chkChecksum")), stored);
+    harness().restart();
+    auto* box = window().findChild<QCheckBox*>(QStringLiteral("chkChecksum"));
+    ASSERT_NE(box, nullptr);
+    EXPECT_EQ(box->isChecked(), stored == QLatin1String("1"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Runs, ChecksumSettingTest,
+                         testing::Values(ChecksumSettingCase{"untouchedSavesNothing", "set txtDB Billing\n",
+                                                             ""},
+                                         ChecksumSettingCase{"tickedIsKept", "set chkChecksum 1\n", "1"},
+                                         ChecksumSettingCase{"clearedAfterTickingIsKeptOff",
+                                                             "set chkChecksum 1\nset chkChecksum 0\n", "0"}),
+                         [](const auto& test) { return std::string(test.param.name); });
 
 const QString pollText = QStringLiteral(
     "SELECT percent_complete, estimated_completion_time FROM sys.dm_exec_requests WHERE session_id = 57");
