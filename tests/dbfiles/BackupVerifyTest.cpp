@@ -115,8 +115,8 @@ INSTANTIATE_TEST_SUITE_P(Runs, ChecksumSettingTest,
 const QString pollText = QStringLiteral(
     "SELECT percent_complete, estimated_completion_time FROM sys.dm_exec_requests WHERE session_id = 57");
 
-// The working session is 57; its request's progress rises with every poll while the backup
-// takes its time; pollResponse decides what a poll gets.
+// The working session is 57; its request's progress rises with every poll while the backup or
+// restore takes its time; pollResponse decides what a poll gets.
 class ProgressTest : public DatabaseFileFixture {
 protected:
     void SetUp() override {
@@ -131,7 +131,8 @@ protected:
     {"exact": "SELECT @@SPID", "response": {"result": {"columns": ["spid:smallint"], "rows": [[57]]}}},
     {"prefix": "SELECT percent_complete", )json") +
                pollResponse() + R"json(},
-    {"prefix": "BACKUP DATABASE ", "response": [{"delay": 700}, {"done": {}}]},)json";
+    {"prefix": "BACKUP DATABASE ", "response": [{"delay": 700}, {"done": {}}]},
+    {"prefix": "RESTORE DATABASE ", "response": [{"delay": 700}, {"done": {}}]},)json";
     }
     virtual QByteArray pollResponse() const {
         return R"json("responses": [
@@ -139,11 +140,13 @@ protected:
         {"result": {"columns": ["percent_complete:real", "estimated_completion_time:bigint"], "rows": [[37, 95000]]}},
         {"result": {"columns": ["percent_complete:real", "estimated_completion_time:bigint"], "rows": [[80.2, 20000]]}}])json";
     }
-    // The texts sent on connections other than the working one.
-    QStringList pollingTexts() {
+    static bool isPoll(const sim::TranscriptEntry& entry) {
+        return entry.text.startsWith(QLatin1String("SELECT percent_complete"));
+    }
+    QStringList pollingTexts(int side) {
         QStringList texts;
-        for (const auto& entry : server(0).requests()) {
-            if (entry.text.startsWith(QLatin1String("SELECT percent_complete")))
+        for (const auto& entry : server(side).requests()) {
+            if (isPoll(entry))
                 texts.append(entry.text);
         }
         return texts;
@@ -156,33 +159,54 @@ protected:
     }
 };
 
-TEST_F(ProgressTest, pollsOnASecondConnectionOnlyWhileTheBackupRuns) {
+struct WatchedCase {
+    const char* name;
+    const char* script; // after "set txtDB Billing"
+    int side;
+    const char* watched; // how the long statement starts
+    const char* label;
+};
+
+class WatchedStatementTest : public ProgressTest, public testing::WithParamInterface<WatchedCase> {};
+
+TEST_P(WatchedStatementTest, pollsOnASecondConnectionOnlyWhileTheStatementRuns) {
+    const WatchedCase& param = GetParam();
     const int sentBefore = window().serverAccess().tally().sent;
-    const BatchResult result = harness().runBatch(QStringLiteral("set txtDB Billing\nclick cmdBackup(0)\n"));
+    const BatchResult result =
+        harness().runBatch(QStringLiteral("set txtDB Billing\n") + QLatin1String(param.script));
     ASSERT_EQ(result.exitCode, 0) << result.errors.toStdString();
-    const QStringList polls = pollingTexts();
+    const QStringList polls = pollingTexts(param.side);
     ASSERT_GE(polls.size(), 3);
     EXPECT_EQ(polls.front(), pollText);
-    EXPECT_EQ(messageTexts(), (QStringList{QStringLiteral("Backup Billing — 12%, about 2 min left"),
-                                           QStringLiteral("Backup Billing — 37%, about 2 min left"),
-                                           QStringLiteral("Backup Billing — 80%, less than a minute left")}));
-    EXPECT_TRUE(result.log.contains(QStringLiteral("Backup Billing — 37%, about 2 min left")));
-    // Every poll came after the backup started, from a connection of its own, and none after it ended.
-    const auto requests = server(0).requests();
-    const auto backup = std::find_if(requests.begin(), requests.end(), [](const auto& entry) {
-        return entry.text.startsWith(QLatin1String("BACKUP DATABASE"));
+    const QString label = QString::fromUtf8(param.label);
+    EXPECT_EQ(messageTexts(), (QStringList{label + QStringLiteral(" — 12%, about 2 min left"),
+                                           label + QStringLiteral(" — 37%, about 2 min left"),
+                                           label + QStringLiteral(" — 80%, less than a minute left")}));
+    EXPECT_TRUE(result.log.contains(label + QStringLiteral(" — 37%, about 2 min left")));
+    // Every poll came after the statement started, from a connection of its own, and none after it ended.
+    const auto requests = server(param.side).requests();
+    const auto watched = std::find_if(requests.begin(), requests.end(), [&param](const auto& entry) {
+        return entry.text.startsWith(QLatin1String(param.watched));
     });
-    ASSERT_NE(backup, requests.end());
+    ASSERT_NE(watched, requests.end());
     for (auto entry = requests.begin(); entry != requests.end(); ++entry) {
-        if (!entry->text.startsWith(QLatin1String("SELECT percent_complete")))
+        if (!isPoll(*entry))
             continue;
-        EXPECT_GT(entry - requests.begin(), backup - requests.begin());
-        EXPECT_NE(entry->connection, backup->connection);
+        EXPECT_GT(entry - requests.begin(), watched - requests.begin());
+        EXPECT_NE(entry->connection, watched->connection);
     }
     QThread::msleep(200);
-    EXPECT_EQ(pollingTexts().size(), polls.size());
-    EXPECT_EQ(window().serverAccess().tally().sent - sentBefore, 2);
+    EXPECT_EQ(pollingTexts(param.side).size(), polls.size());
+    // The batch counts the tool's own statements, not the polls.
+    EXPECT_EQ(window().serverAccess().tally().sent - sentBefore, requests.size() - polls.size());
 }
+
+INSTANTIATE_TEST_SUITE_P(Statements, WatchedStatementTest,
+                         testing::Values(WatchedCase{"backup", "click cmdBackup(0)\n", 0, "BACKUP DATABASE",
+                                                     "Backup Billing"},
+                                         WatchedCase{"restoreToTheRight", "click cmdRestore(1)\n", 1,
+                                                     "RESTORE DATABASE", "Restore Billing"}),
+                         [](const auto& test) { return std::string(test.param.name); });
 
 class DroppedPollingTest : public ProgressTest {
 protected:
@@ -192,7 +216,7 @@ protected:
 TEST_F(DroppedPollingTest, endsPollingWithOneLogLineAndTheBackupGoesOn) {
     run(QStringLiteral("set txtDB Billing\nclick cmdBackup(0)\n"));
     EXPECT_EQ(statements(0).filter(QStringLiteral("BACKUP ")).size(), 2);
-    EXPECT_EQ(pollingTexts().size(), 1);
+    EXPECT_EQ(pollingTexts(0).size(), 1);
     const QStringList lines = logLines();
     EXPECT_EQ(lines.filter(QStringLiteral("No progress for Backup Billing (it goes on): ")).size(), 1);
     EXPECT_EQ(lines.count(QStringLiteral("Done")), 2);
