@@ -197,6 +197,11 @@ TEST_P(WatchedStatementTest, pollsOnASecondConnectionOnlyWhileTheStatementRuns) 
     }
     QThread::msleep(200);
     EXPECT_EQ(pollingTexts(param.side).size(), polls.size());
+    // The session id is asked once for the connection, however many statements it watches.
+    const auto transcript = server(param.side).transcript();
+    EXPECT_EQ(std::count_if(transcript.begin(), transcript.end(),
+                            [](const auto& entry) { return entry.text == QLatin1String("SELECT @@SPID"); }),
+              1);
     // The batch counts the tool's own statements, not the polls.
     EXPECT_EQ(window().serverAccess().tally().sent - sentBefore, requests.size() - polls.size());
 }
