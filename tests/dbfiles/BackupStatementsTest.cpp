@@ -17,18 +17,4 @@ TEST(BackupStatementsTest, pastesFolderAndDatabaseAsTheyAre) {
     EXPECT_EQ(BackupStatements::verifyOnly({}), QStringLiteral("RESTORE VERIFYONLY FROM DISK = ''"));
 }
 
-// The files a verify reads must be the ones the backup statements write, whatever the folder.
-TEST(BackupStatementsTest, verifiedFilesAreTheFilesTheBackupWrites) {
-    for (const bool logOnly : {false, true}) {
-        const QString folder = QStringLiteral("q:\\x y\\");
-        const QStringList statements =
-            BackupStatements::backupDatabase(QStringLiteral("Db"), folder, logOnly);
-        const QStringList files = BackupStatements::backupFiles(QStringLiteral("Db"), folder, logOnly);
-        ASSERT_EQ(statements.size(), files.size());
-        for (qsizetype index = 0; index < files.size(); ++index)
-            EXPECT_TRUE(
-                statements.at(index).contains(QLatin1Char('\'') + files.at(index) + QLatin1Char('\'')));
-    }
-}
-
 } // namespace
