@@ -13,8 +13,10 @@
 namespace qormin::dbfiles {
 
 namespace {
-constexpr int statusMilliseconds = 3000;
-}
+// A little over the poll interval: the reading stays up until the next one, and goes soon after
+// the statement's end.
+constexpr int statusMilliseconds = 1500;
+} // namespace
 
 ProgressWatch::ProgressWatch(window::MainWindowContext& context, QObject* parent)
     : QObject(parent), m_context(context) {
