@@ -2,7 +2,16 @@
 
 #include "sim/ValueText.h"
 
+#include <algorithm>
+
 namespace qormin::sim {
+
+const std::vector<ResponseStep>& Rule::answer() const {
+    if (turns.empty())
+        return response;
+    const auto last = static_cast<int>(turns.size()) - 1;
+    return turns[static_cast<size_t>(std::min(turnsPlayed->fetch_add(1), last))];
+}
 
 std::optional<QStringList> Rule::matches(const QString& statement, const QString& currentDatabase,
                                          const Parameters& arrived) const {

@@ -7,7 +7,9 @@
 #include <QRegularExpression>
 #include <QStringList>
 #include <QVariant>
+#include <atomic>
 #include <map>
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -25,10 +27,17 @@ struct Rule {
     // in their transcript form; lets a rule refuse one row of a parameterised INSERT.
     std::map<QString, QJsonValue> parameters;
     std::vector<ResponseStep> response;
+    // "responses": one answer per match, in turn, the last repeated; a value that changes
+    // between two asks of one statement (a request's progress) needs it. Shared by the copies
+    // of a scenario, as every connection of one server asks the same rule.
+    std::vector<std::vector<ResponseStep>> turns;
+    std::shared_ptr<std::atomic<int>> turnsPlayed = std::make_shared<std::atomic<int>>(0);
     std::optional<AnswerCut> cut;
 
     using Parameters = std::map<QString, QVariant>;
     // The captures ("{0}" the whole match, "{1}".. groups) when the rule applies.
+    // The answer for this match: the response, or the next of the turns.
+    const std::vector<ResponseStep>& answer() const;
     std::optional<QStringList> matches(const QString& statement, const QString& currentDatabase,
                                        const Parameters& arrived = {}) const;
 };

@@ -119,10 +119,11 @@ std::optional<ScenarioData> ScenarioParser::parse(const QByteArray& json) {
 }
 
 bool ScenarioParser::parseRule(const QJsonObject& object, Rule& rule) {
-    if (!checkKeys(object, {QStringLiteral("exact"), QStringLiteral("prefix"), QStringLiteral("regex"),
-                            QStringLiteral("caseSensitive"), QStringLiteral("database"),
-                            QStringLiteral("dropAfterTokens"), QStringLiteral("stallAfterTokens"),
-                            QStringLiteral("parameters"), QStringLiteral("response")})) {
+    if (!checkKeys(object,
+                   {QStringLiteral("exact"), QStringLiteral("prefix"), QStringLiteral("regex"),
+                    QStringLiteral("caseSensitive"), QStringLiteral("database"),
+                    QStringLiteral("dropAfterTokens"), QStringLiteral("stallAfterTokens"),
+                    QStringLiteral("parameters"), QStringLiteral("response"), QStringLiteral("responses")})) {
         return false;
     }
     const QJsonObject parameters = object.value(QLatin1String("parameters")).toObject();
@@ -169,8 +170,26 @@ bool ScenarioParser::parseRule(const QJsonObject& object, Rule& rule) {
         }
         rule.regex.optimize();
     }
+    if (object.contains(QLatin1String("responses")))
+        return parseTurns(object, rule);
     PathScope scope(m_path, QStringLiteral("response"));
     return parseResponse(object.value(QLatin1String("response")), rule.response);
+}
+
+bool ScenarioParser::parseTurns(const QJsonObject& object, Rule& rule) {
+    const QJsonArray turns = object.value(QLatin1String("responses")).toArray();
+    if (object.contains(QLatin1String("response")) || turns.isEmpty()) {
+        return fail(
+            QStringLiteral("\"responses\" is a list of one or more responses, instead of \"response\""));
+    }
+    for (qsizetype index = 0; index < turns.size(); ++index) {
+        PathScope scope(m_path, QStringLiteral("responses[%1]").arg(index));
+        std::vector<ResponseStep> steps;
+        if (!parseResponse(turns.at(index), steps))
+            return false;
+        rule.turns.push_back(std::move(steps));
+    }
+    return true;
 }
 
 bool ScenarioParser::parseResponse(const QJsonValue& value, std::vector<ResponseStep>& steps) {

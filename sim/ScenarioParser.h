@@ -19,6 +19,7 @@ private:
     bool checkKeys(const QJsonObject& object, const QStringList& allowed);
     bool parseRule(const QJsonObject& object, Rule& rule);
     bool parseResponse(const QJsonValue& value, std::vector<ResponseStep>& steps);
+    bool parseTurns(const QJsonObject& object, Rule& rule);
     bool parseStep(const QJsonObject& object, ResponseStep& step);
     bool parseMessage(const QJsonValue& value, ServerMessage& message, int defaultSeverity);
     bool parseProgress(const QJsonValue& value, ResponseStep& step);

@@ -80,7 +80,7 @@ Response StatementResolver::resolve(const QString& text, const Parameters& param
 Response StatementResolver::resolveByRules(const QString& text, const Parameters& parameters) const {
     for (const auto& rule : m_scenario.rules) {
         if (auto captures = rule.matches(text, m_session.database, parameters)) {
-            return Response{rule.response, std::move(*captures), {}, rule.cut};
+            return Response{rule.answer(), std::move(*captures), {}, rule.cut};
         }
     }
     if (auto use = useDatabase(text)) {

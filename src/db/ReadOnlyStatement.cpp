@@ -110,7 +110,7 @@ bool startsReadOnly(const QStringList& list) {
     }
     if (first == QLatin1String("RESTORE")) {
         return second == QLatin1String("FILELISTONLY") || second == QLatin1String("HEADERONLY") ||
-               second == QLatin1String("VERIFYONLY") || second == QLatin1String("LABELONLY");
+               second == QLatin1String("LABELONLY");
     }
     if (first == QLatin1String("EXEC") || first == QLatin1String("EXECUTE")) {
         return isSessionList(second);

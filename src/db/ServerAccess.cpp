@@ -45,6 +45,7 @@ struct ServerAccess::State {
     StatementTally tally;
     int activeSide = -1;
     int headerRowPasses = 0;
+    QString lastError;
 };
 
 // Names the side of the routine under way for the log lines it writes; routines nest
@@ -171,6 +172,7 @@ bool ServerAccess::ExecuteSQL(int side, const QString& sql) {
     const SideInUse inUse(*m_state, side);
     auto& host = m_state->host;
     host.setBusyCursor(true);
+    m_state->lastError.clear();
     LogMessage(QStringLiteral("Running SQL.."));
     EnsureConnected(side);
     LogMessage(sql);
@@ -182,6 +184,8 @@ bool ServerAccess::ExecuteSQL(int side, const QString& sql) {
     connection.setCommandTimeout(executeCommandTimeout);
     const StatementOutcome outcome = connection.execute(sql, ResultRetention::Nothing);
     host.setBusyCursor(false);
+    if (!outcome.succeeded)
+        m_state->lastError = outcome.errorDescription;
     LogMessage(outcome.succeeded ? QStringLiteral("Done") : outcome.errorDescription);
     return outcome.succeeded;
 }
@@ -328,6 +332,14 @@ StatementTally ServerAccess::tally() const {
 
 int ServerAccess::activeSide() const {
     return m_state->activeSide;
+}
+
+QString ServerAccess::lastError() const {
+    return m_state->lastError;
+}
+
+bool ServerAccess::inHeaderRowPass() const {
+    return m_state->headerRowPasses > 0;
 }
 
 void ServerAccess::enterHeaderRowPass() {

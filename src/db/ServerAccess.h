@@ -45,6 +45,8 @@ public:
     bool ExecuteSQL(int side, const QString& sql);
     // The third argument is accepted and never read, as callers have always passed one.
     bool OpenRecordset(int side, const QString& sql, const QVariant& unused, QString& result);
+    // What the last ExecuteSQL that failed said; empty after one that succeeded.
+    QString lastError() const;
     void ExecuteScript(int side, const QString& script);
     void LogMessage(const QString& text, bool atEnd = false);
     void LogError(const QString& text);
@@ -88,6 +90,7 @@ public:
     // The side of the routine under way (ExecuteSQL, OpenRecordset, ExecuteScript, ConnectServer),
     // so that a log line can name the side it belongs to; -1 between them.
     int activeSide() const;
+    bool inHeaderRowPass() const;
     // See HeaderRowPass, which calls these.
     void enterHeaderRowPass();
     void leaveHeaderRowPass();

@@ -139,6 +139,19 @@ StatementOutcome requestOutcome(const std::vector<OdbcDiagnostic>& diagnostics, 
     return outcome;
 }
 
+// Any failure (no result, an error) leaves 0: the caller then does without the number.
+int askSessionId(OdbcStatement& statement) {
+    int id = 0;
+    if (SQL_SUCCEEDED(statement.execDirect(QStringLiteral("SELECT @@SPID"))) &&
+        statement.resultColumnCount() > 0 && SQL_SUCCEEDED(statement.fetch())) {
+        id = statement.value(0, statement.describeColumn(0)).toInt();
+    }
+    while (SQL_SUCCEEDED(statement.moreResults())) {
+    }
+    statement.closeCursor();
+    return id;
+}
+
 } // namespace
 
 // After the last row: the rest of the response (counts, messages, a link that breaks) is read
@@ -200,8 +213,10 @@ struct SideConnection::Worker {
     std::atomic<bool> streamEnded{true};
     std::optional<StatementOutcome> readAhead; // the next chunk, read while the caller works
     bool readAheadEnded = false;
+    std::optional<int> sessionId; // asked once per connection
 
     void dropConnection() {
+        sessionId.reset();
         prepared.clear();
         preparedArrays.clear();
         preparedTexts.clear();
@@ -336,6 +351,19 @@ void SideConnection::close() {
 
 bool SideConnection::isOpen() const {
     return m_worker->open;
+}
+
+int SideConnection::sessionId() {
+    int id = 0;
+    runOnWorker([this, &id] {
+        if (!m_worker->open || !m_worker->connection)
+            return;
+        if (!m_worker->sessionId) {
+            m_worker->sessionId = askSessionId(*m_worker->sharedStatement());
+        }
+        id = *m_worker->sessionId;
+    });
+    return id;
 }
 
 void SideConnection::setCommandTimeout(int seconds) {

@@ -46,6 +46,10 @@ public:
     QString connectionString() const { return m_connectionString; }
     int loginTimeout() const { return m_loginTimeout; }
 
+    // The server's session id of this connection (@@SPID), asked once per connection without
+    // counting as a statement; 0 when closed or when the server gave no number.
+    int sessionId();
+
     void setCommandTimeout(int seconds);
     int commandTimeout() const;
 

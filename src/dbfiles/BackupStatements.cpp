@@ -6,23 +6,53 @@ QString BackupStatements::defaultBackupFolder() {
     return QStringLiteral("p:\\backup\\MIR\\");
 }
 
-QString BackupStatements::fullBackup(const QString& database, const QString& folder) {
-    return QStringLiteral("BACKUP DATABASE ") + database + QStringLiteral(" TO DISK = '") + folder +
-           database + QStringLiteral(".BAK'   WITH FORMAT");
+namespace {
+
+QString withOptions(bool checksum) {
+    return checksum ? QStringLiteral("'   WITH FORMAT, CHECKSUM") : QStringLiteral("'   WITH FORMAT");
 }
 
-QString BackupStatements::logBackup(const QString& database, const QString& folder) {
-    return QStringLiteral("BACKUP Log  ") + database + QStringLiteral(" TO DISK = '") + folder + database +
-           QStringLiteral("_log.BAK'   WITH FORMAT");
+QString fullBackupFile(const QString& database, const QString& folder) {
+    return folder + database + QStringLiteral(".BAK");
 }
 
-QStringList BackupStatements::backupDatabase(const QString& database, const QString& folder, bool logOnly) {
+QString logBackupFile(const QString& database, const QString& folder) {
+    return folder + database + QStringLiteral("_log.BAK");
+}
+
+} // namespace
+
+QString BackupStatements::fullBackup(const QString& database, const QString& folder, bool checksum) {
+    return QStringLiteral("BACKUP DATABASE ") + database + QStringLiteral(" TO DISK = '") +
+           fullBackupFile(database, folder) + withOptions(checksum);
+}
+
+QString BackupStatements::logBackup(const QString& database, const QString& folder, bool checksum) {
+    return QStringLiteral("BACKUP Log  ") + database + QStringLiteral(" TO DISK = '") +
+           logBackupFile(database, folder) + withOptions(checksum);
+}
+
+QStringList BackupStatements::backupDatabase(const QString& database, const QString& folder, bool logOnly,
+                                             bool checksum) {
     QStringList statements;
     if (!logOnly) {
-        statements << fullBackup(database, folder);
+        statements << fullBackup(database, folder, checksum);
     }
-    statements << logBackup(database, folder);
+    statements << logBackup(database, folder, checksum);
     return statements;
+}
+
+QStringList BackupStatements::backupFiles(const QString& database, const QString& folder, bool logOnly) {
+    QStringList files;
+    if (!logOnly) {
+        files << fullBackupFile(database, folder);
+    }
+    files << logBackupFile(database, folder);
+    return files;
+}
+
+QString BackupStatements::verifyOnly(const QString& file) {
+    return QStringLiteral("RESTORE VERIFYONLY FROM DISK = '") + file + QLatin1Char('\'');
 }
 
 QString BackupStatements::fullRecovery(const QString& database) {

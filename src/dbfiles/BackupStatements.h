@@ -13,10 +13,17 @@ public:
     // txtBackupDrive's default; the folder is pasted verbatim, so it must end with "\".
     static QString defaultBackupFolder();
 
-    static QString fullBackup(const QString& database, const QString& folder);
-    static QString logBackup(const QString& database, const QString& folder);
+    // With checksum the server checks every page as it writes it; without, the texts are the
+    // ones the tool has always sent.
+    static QString fullBackup(const QString& database, const QString& folder, bool checksum = false);
+    static QString logBackup(const QString& database, const QString& folder, bool checksum = false);
     // cmdBackup's statements for one database: the full backup unless logOnly, then the log backup.
-    static QStringList backupDatabase(const QString& database, const QString& folder, bool logOnly);
+    static QStringList backupDatabase(const QString& database, const QString& folder, bool logOnly,
+                                      bool checksum = false);
+    // The files those statements write, in the same order.
+    static QStringList backupFiles(const QString& database, const QString& folder, bool logOnly);
+    // cmdVerify: reads a backup file through without restoring it.
+    static QString verifyOnly(const QString& file);
 
     static QString fullRecovery(const QString& database);   // cmdFullRecovery
     static QString simpleRecovery(const QString& database); // cmdMakeSimple

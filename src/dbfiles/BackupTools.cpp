@@ -4,6 +4,8 @@
 #include "db/ServerAccess.h"
 #include "dbfiles/AllDatabasesPass.h"
 #include "dbfiles/BackupStatements.h"
+#include "dbfiles/ProgressWatch.h"
+#include "dbfiles/RunLogRecorder.h"
 #include "window/MainWindowContext.h"
 
 #include <QCheckBox>
@@ -12,7 +14,9 @@
 
 namespace qormin::dbfiles {
 
-BackupTools::BackupTools(window::MainWindowContext& context) : m_context(context) {}
+BackupTools::BackupTools(window::MainWindowContext& context, ProgressWatch& watch,
+                         std::function<bool()> withChecksum)
+    : m_context(context), m_watch(watch), m_withChecksum(std::move(withChecksum)) {}
 
 void BackupTools::cmdBackup_Click(int index) {
     forEachDatabase(m_context, index, StopBox::Ignored, [this, index] {
@@ -20,10 +24,30 @@ void BackupTools::cmdBackup_Click(int index) {
         const bool logOnly = m_context.chkLogOnly()->isChecked();
         if (!admitted({database(), folder}))
             return;
-        for (const QString& sql : BackupStatements::backupDatabase(database(), folder, logOnly))
-            execute(index, sql);
+        {
+            RunLogRecorder record(m_context, QStringLiteral("backup"), database());
+            const QStringList statements =
+                BackupStatements::backupDatabase(database(), folder, logOnly, m_withChecksum());
+            const QStringList files = BackupStatements::backupFiles(database(), folder, logOnly);
+            for (qsizetype step = 0; step < statements.size(); ++step)
+                record.add(files.at(step), m_watch.execute(index, statements.at(step),
+                                                           QStringLiteral("Backup ") + database()));
+        }
         // The new files should show in the backup-folder lists at once.
         m_context.Timer1_Timer();
+    });
+}
+
+void BackupTools::cmdVerify_Click(int index) {
+    forEachDatabase(m_context, index, StopBox::Ignored, [this, index] {
+        const QString folder = m_context.txtBackupDrive()->text();
+        const bool logOnly = m_context.chkLogOnly()->isChecked();
+        if (!admitted({database(), folder}))
+            return;
+        RunLogRecorder record(m_context, QStringLiteral("verify"), database());
+        for (const QString& file : BackupStatements::backupFiles(database(), folder, logOnly))
+            record.add(file, m_watch.execute(index, BackupStatements::verifyOnly(file),
+                                             QStringLiteral("Verify ") + database()));
     });
 }
 

@@ -8,10 +8,13 @@
 #include "dbfiles/CopyProgressPanel.h"
 #include "dbfiles/MirroringPage.h"
 #include "dbfiles/MirroringTools.h"
+#include "dbfiles/ProgressWatch.h"
 #include "dbfiles/RestoreTools.h"
+#include "platform/SettingsStore.h"
 #include "window/MainWindowContext.h"
 
 #include <QBoxLayout>
+#include <QCheckBox>
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -27,6 +30,8 @@ constexpr int mainToolsPage = window::Tab::MainTools;
 constexpr int restorePage = window::Tab::Restore;
 constexpr int restoreDirPage = window::Tab::RestoreDir;
 constexpr int mirroringPage = window::Tab::Mirroring;
+const QString checksumSection = QStringLiteral("MAIN");
+const QString checksumKey = QStringLiteral("chkChecksum");
 
 QString indexed(const char* name, int side) {
     return QString::fromLatin1(name) + QLatin1Char('(') + QString::number(side) + QLatin1Char(')');
@@ -35,8 +40,10 @@ QString indexed(const char* name, int side) {
 } // namespace
 
 DatabaseFileTools::DatabaseFileTools(window::MainWindowContext& context)
-    : QObject(context.page(mainToolsPage)), m_context(context),
-      m_backup(std::make_unique<BackupTools>(context)), m_restore(std::make_unique<RestoreTools>(context)),
+    : QObject(context.page(mainToolsPage)), m_context(context), m_watch(new ProgressWatch(context, this)),
+      m_backup(std::make_unique<BackupTools>(
+          context, *m_watch, [this] { return m_chkChecksum != nullptr && m_chkChecksum->isChecked(); })),
+      m_restore(std::make_unique<RestoreTools>(context, *m_watch)),
       m_renamer(std::make_unique<BackupFileRenamer>(context)), m_copier(new BackupFileCopier(context, this)),
       m_attach(std::make_unique<AttachTools>(context, *m_copier,
                                              [this](int side) { m_mirroring->cmdMakeOnline_Click(side); })) {
@@ -56,6 +63,8 @@ void DatabaseFileTools::addSideButtons(int side) {
     QBoxLayout* buttons = m_context.sideButtons(side);
     connect(addButton(buttons, indexed("cmdBackup", side), tr("Backup")), &QPushButton::clicked, this,
             [this, side] { m_backup->cmdBackup_Click(side); });
+    connect(addButton(buttons, indexed("cmdVerify", side), tr("Verify")), &QPushButton::clicked, this,
+            [this, side] { m_backup->cmdVerify_Click(side); });
     connect(addButton(buttons, indexed("cmdFullRecovery", side), tr("Full Recovery Mode")),
             &QPushButton::clicked, this, [this, side] { m_backup->cmdFullRecovery_Click(side); });
     connect(addButton(buttons, indexed("cmdRestoreFileList", side), tr("Restore File list")),
@@ -73,6 +82,7 @@ void DatabaseFileTools::addSideButtons(int side) {
 void DatabaseFileTools::addMainToolsButtons() {
     auto* row = new QHBoxLayout;
     m_context.pageToolArea(mainToolsPage)->addLayout(row);
+    addChecksumBox(row);
     connect(addButton(row, QStringLiteral("cmdMakeSimple"), tr("Make Simple")), &QPushButton::clicked, this,
             [this] { m_backup->cmdMakeSimple_Click(); });
     connect(addButton(row, QStringLiteral("Command1"), tr("single user")), &QPushButton::clicked, this,
@@ -80,6 +90,21 @@ void DatabaseFileTools::addMainToolsButtons() {
     connect(addButton(row, QStringLiteral("Command2"), tr("multi user")), &QPushButton::clicked, this,
             [this] { m_backup->Command2_Click(); });
     row->addStretch(1);
+}
+
+// Off unless the operator has ticked it once; from then on its state is kept like the other fields.
+void DatabaseFileTools::addChecksumBox(QBoxLayout* row) {
+    m_chkChecksum = new QCheckBox(tr("with CHECKSUM"), row->parentWidget());
+    m_chkChecksum->setObjectName(checksumKey);
+    m_chkChecksum->setToolTip(tr("Backups check every page as they write it"));
+    platform::SettingsStore& settings = m_context.settings();
+    m_chkChecksum->setChecked(settings.getSetting(checksumSection, checksumKey) == QLatin1String("1"));
+    connect(m_chkChecksum, &QCheckBox::toggled, this, [&settings](bool checked) {
+        if (checked || !settings.getSetting(checksumSection, checksumKey).isEmpty())
+            settings.saveSetting(checksumSection, checksumKey,
+                                 checked ? QStringLiteral("1") : QStringLiteral("0"));
+    });
+    row->addWidget(m_chkChecksum);
 }
 
 void DatabaseFileTools::addRestorePageButtons() {

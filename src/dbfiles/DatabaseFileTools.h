@@ -3,6 +3,7 @@
 #include <QObject>
 #include <memory>
 
+class QCheckBox;
 class QLineEdit;
 class QPushButton;
 class QBoxLayout;
@@ -19,6 +20,7 @@ class BackupFileRenamer;
 class BackupTools;
 class MirroringPage;
 class MirroringTools;
+class ProgressWatch;
 class RestoreTools;
 
 // The backup, recovery-model and restore buttons of the main window, wired to their handlers.
@@ -35,10 +37,12 @@ public:
     MirroringTools& mirroringTools() { return *m_mirroring; }
     BackupFileCopier& copier() { return *m_copier; }
     QLineEdit* txtSeparator() const { return m_txtSeparator; }
+    ProgressWatch& progressWatch() { return *m_watch; }
 
 private:
     void addSideButtons(int side);
     void addMainToolsButtons();
+    void addChecksumBox(QBoxLayout* row);
     void addRestorePageButtons();
     void addRestoreDirPageControls();
     void addCopyProgress();
@@ -46,6 +50,8 @@ private:
     QPushButton* addButton(QBoxLayout* layout, const QString& name, const QString& caption);
 
     window::MainWindowContext& m_context;
+    ProgressWatch* m_watch;
+    QCheckBox* m_chkChecksum = nullptr;
     std::unique_ptr<BackupTools> m_backup;
     std::unique_ptr<RestoreTools> m_restore;
     std::unique_ptr<BackupFileRenamer> m_renamer;

@@ -7,8 +7,10 @@
 #include "db/ServerAccess.h"
 #include "dbfiles/BackupFileNames.h"
 #include "dbfiles/BackupStatements.h"
+#include "dbfiles/ProgressWatch.h"
 #include "dbfiles/RestoreDrive.h"
 #include "dbfiles/RestoreStatements.h"
+#include "dbfiles/RunLogRecorder.h"
 #include "window/MainWindowContext.h"
 
 #include <QCheckBox>
@@ -20,9 +22,15 @@ namespace qormin::dbfiles {
 
 namespace {
 constexpr int leftSide = 0;
-}
+const QString restoreOperation = QStringLiteral("restore");
 
-RestoreTools::RestoreTools(window::MainWindowContext& context) : m_context(context) {}
+QString backupFile(const QString& folder, const QString& database, const char* suffix) {
+    return folder + database + QLatin1String(suffix);
+}
+} // namespace
+
+RestoreTools::RestoreTools(window::MainWindowContext& context, ProgressWatch& watch)
+    : m_context(context), m_watch(watch) {}
 
 void RestoreTools::cmdRestoreFileList_Click(int index) {
     const QString database = m_context.txtDB()->text();
@@ -77,12 +85,18 @@ void RestoreTools::restoreDatabase(int index) {
     cmdRestoreFileList_Click(index);
     const QString moves = RestoreStatements::moveClauses(m_restoreFiles, restoreDriveFor(database, index),
                                                          m_context.txtLogDrive(index)->text());
-    db::ServerAccess& access = m_context.serverAccess();
-    if (!m_context.chkLogOnly()->isChecked()) {
-        access.LogMessage(RestoreStatements::restoreDatabaseArguments(database, folder, moves, index));
-        access.ExecuteSQL(index, RestoreStatements::restoreDatabase(database, folder, moves, index));
+    {
+        RunLogRecorder record(m_context, restoreOperation, database);
+        if (!m_context.chkLogOnly()->isChecked()) {
+            m_context.serverAccess().LogMessage(
+                RestoreStatements::restoreDatabaseArguments(database, folder, moves, index));
+            record.add(
+                backupFile(folder, database, ".bak"),
+                restore(index, RestoreStatements::restoreDatabase(database, folder, moves, index), database));
+        }
+        record.add(backupFile(folder, database, "_log.bak"),
+                   restore(index, RestoreStatements::restoreLog(database, folder, moves, index), database));
     }
-    access.ExecuteSQL(index, RestoreStatements::restoreLog(database, folder, moves, index));
     m_context.cmdRefreshDB_Click(index);
 }
 
@@ -94,7 +108,11 @@ void RestoreTools::RestoreToMain() {
         return;
     cmdRestoreFileList_Click(leftSide);
     const QString moves = RestoreStatements::moveClauses(m_restoreFiles, restoreDriveFor(database, leftSide));
-    m_context.serverAccess().ExecuteSQL(leftSide, RestoreStatements::restoreToMain(database, folder, moves));
+    {
+        RunLogRecorder record(m_context, restoreOperation, database);
+        record.add(backupFile(folder, database, ".bak"),
+                   restore(leftSide, RestoreStatements::restoreToMain(database, folder, moves), database));
+    }
     m_context.cmdRefreshDB_Click(leftSide);
     // Whatever the folder was before, the mirror folder is what the other tools expect next.
     m_context.txtBackupDrive()->setText(BackupStatements::defaultBackupFolder());
@@ -133,8 +151,13 @@ void RestoreTools::cmdRestoretoMain_Click() {
         cmdRestoreFileList_Click(leftSide);
         const QString moves = RestoreStatements::moveClauses(
             m_restoreFiles, restoreDriveFor(database, leftSide), m_context.txtLogDrive(leftSide)->text());
-        m_context.serverAccess().ExecuteSQL(
-            leftSide, RestoreStatements::restoreToMain(database, m_context.txtBackupDrive()->text(), moves));
+        {
+            const QString folder = m_context.txtBackupDrive()->text();
+            RunLogRecorder record(m_context, restoreOperation, database);
+            record.add(
+                backupFile(folder, database, ".bak"),
+                restore(leftSide, RestoreStatements::restoreToMain(database, folder, moves), database));
+        }
         if (takeStopRequest())
             return;
     }
@@ -143,6 +166,10 @@ void RestoreTools::cmdRestoretoMain_Click() {
 QString RestoreTools::restoreDriveFor(const QString& database, int side) const {
     QString upperCased = database;
     return GetRestoreDrive(upperCased, side);
+}
+
+bool RestoreTools::restore(int side, const QString& sql, const QString& database) {
+    return m_watch.execute(side, sql, QStringLiteral("Restore ") + database);
 }
 
 bool RestoreTools::admitted(std::initializer_list<QString> names) {

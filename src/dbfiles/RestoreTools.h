@@ -11,11 +11,13 @@ class MainWindowContext;
 
 namespace qormin::dbfiles {
 
+class ProgressWatch;
+
 // The restore handlers: restores to a side, restores to the left server from the shared
 // folder or a source folder, and the file list that every restore reads first.
 class RestoreTools {
 public:
-    explicit RestoreTools(window::MainWindowContext& context);
+    RestoreTools(window::MainWindowContext& context, ProgressWatch& watch);
 
     void cmdRestoreFileList_Click(int index);
     // Upper-cases databaseName, as callers have always seen it; pass a copy to keep a name.
@@ -38,8 +40,11 @@ private:
     void yieldToEventLoop() const;
     // chkStop ends a restore-to-main pass and is cleared for the next one.
     bool takeStopRequest();
+    // The restore statement, watched; returns whether it succeeded.
+    bool restore(int side, const QString& sql, const QString& database);
 
     window::MainWindowContext& m_context;
+    ProgressWatch& m_watch;
     QList<RestoreFile> m_restoreFiles;
 };
 

@@ -14,6 +14,7 @@ TEST(BackupStatementsTest, pastesFolderAndDatabaseAsTheyAre) {
               QStringLiteral(R"(BACKUP DATABASE Billing TO DISK = 'p:\backupBilling.BAK'   WITH FORMAT)"));
     EXPECT_EQ(BackupStatements::logBackup({}, {}),
               QStringLiteral(R"(BACKUP Log   TO DISK = '_log.BAK'   WITH FORMAT)"));
+    EXPECT_EQ(BackupStatements::verifyOnly({}), QStringLiteral("RESTORE VERIFYONLY FROM DISK = ''"));
 }
 
 } // namespace

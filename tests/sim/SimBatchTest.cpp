@@ -22,7 +22,10 @@ const QByteArray scenario = R"json({
         {"info": {"number": 50001, "text": "deleting from {1} in {database}"}}, {"rowCount": 2}]},
     {"exact": "select broken", "response": {"error": {"number": 208, "severity": 16, "state": 1,
                                                     "text": "Invalid object name 'broken'."}}},
-    {"exact": "print", "response": {"info": {"number": 0, "state": 1, "class": 0, "text": "just saying"}}}
+    {"exact": "print", "response": {"info": {"number": 0, "state": 1, "class": 0, "text": "just saying"}}},
+    {"exact": "select progress", "responses": [
+        {"result": {"columns": ["pct:real"], "rows": [[10]]}},
+        {"result": {"columns": ["pct:real"], "rows": [[45]]}}]}
   ]
 })json";
 
@@ -160,6 +163,15 @@ INSTANTIATE_TEST_SUITE_P(
                                 "Cannot open database \"Nowhere\" requested by the login. The login failed."},
                       LoginCase{"SA", "demo", "patient_data", 0, "Patient_Data"}),
     [](const auto& parameter) { return caseName(parameter.param.text, parameter.index); });
+
+TEST_F(SimBatchTest, responsesComeInTurnAcrossConnectionsAndTheLastRepeats) {
+    OdbcClient second;
+    ASSERT_TRUE(second.connect(connectionString));
+    const QString ask = QStringLiteral("select progress");
+    EXPECT_EQ(client.execute(ask).column(0), QStringList{QStringLiteral("10")});
+    EXPECT_EQ(second.execute(ask).column(0), QStringList{QStringLiteral("45")});
+    EXPECT_EQ(client.execute(ask).column(0), QStringList{QStringLiteral("45")});
+}
 
 TEST_F(SimBatchTest, severalConnectionsAreServedAtOnce) {
     OdbcClient second;

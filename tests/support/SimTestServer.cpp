@@ -46,8 +46,9 @@ std::vector<sim::TranscriptEntry> SimTestServer::requests() const {
     std::vector<sim::TranscriptEntry> result;
     for (auto& entry : m_server.transcript()) {
         const QString procedure = entry.json.value(QLatin1String("procedure")).toString().toLower();
-        const bool bookkeeping =
-            procedure == QLatin1String("sp_prepare") || procedure == QLatin1String("sp_unprepare");
+        const bool bookkeeping = procedure == QLatin1String("sp_prepare") ||
+                                 procedure == QLatin1String("sp_unprepare") ||
+                                 entry.text == QLatin1String("SELECT @@SPID");
         if ((entry.kind == QLatin1String("batch") || entry.kind == QLatin1String("rpc")) && !bookkeeping) {
             result.push_back(std::move(entry));
         }

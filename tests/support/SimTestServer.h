@@ -25,8 +25,10 @@ public:
 
     std::vector<sim::TranscriptEntry> transcript() const { return m_server.transcript(); }
     // The batches and RPCs that carried a statement, in arrival order. Left out: logins,
-    // attentions, disconnects, and the driver's own handle bookkeeping (sp_prepare, which only
-    // declares a statement, and sp_unprepare). FreeTDS sends no statements of its own at connect.
+    // attentions, disconnects, the driver's own handle bookkeeping (sp_prepare, which only
+    // declares a statement, and sp_unprepare), and the tool's question for its session id
+    // ("SELECT @@SPID", once per connection before a backup or restore is watched). FreeTDS
+    // sends no statements of its own at connect.
     std::vector<sim::TranscriptEntry> requests() const;
     // The texts of requests().
     QStringList statements() const;

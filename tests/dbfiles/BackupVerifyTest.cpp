@@ -1,0 +1,274 @@
+#include "DatabaseFileFixture.h"
+#include "QStringPrinter.h"
+
+#include "db/LogBuffer.h"
+#include "db/ServerAccess.h"
+#include "db/ServerMessageLog.h"
+#include "dbfiles/DatabaseFileTools.h"
+#include "dbfiles/ProgressWatch.h"
+#include "dbfiles/RunLogRecorder.h"
+
+#include <QCheckBox>
+#include <QFile>
+#include <QRegularExpression>
+#include <QThread>
+
+namespace qormin::test {
+namespace {
+
+const QString folder = QStringLiteral("p:\\backup\\MIR\\");
+
+QString verify(const char* database, const char* suffix) {
+    return QStringLiteral("RESTORE VERIFYONLY FROM DISK = '") + folder + QLatin1String(database) +
+           QLatin1String(suffix) + QLatin1Char('\'');
+}
+
+QString fullBackup(const char* database, const char* options) {
+    return QStringLiteral("BACKUP DATABASE %1 TO DISK = '%2%1.BAK'   WITH FORMAT%3")
+        .arg(QLatin1String(database), folder, QLatin1String(options));
+}
+
+QString logBackup(const char* database, const char* options) {
+    return QStringLiteral("BACKUP Log  %1 TO DISK = '%2%1_log.BAK'   WITH FORMAT%3")
+        .arg(QLatin1String(database), folder, QLatin1String(options));
+}
+
+struct ButtonCase {
+    const char* name;
+    const char* script; // after "set txtDB Billing"
+    int side;
+    QStringList expected;
+};
+
+class VerifyAndChecksumTest : public DatabaseFileFixture, public testing::WithParamInterface<ButtonCase> {};
+
+TEST_P(VerifyAndChecksumTest, sendsExactlyTheseStatementsToTheSide) {
+    run(QStringLiteral("set txtDB Billing\n") + QLatin1String(GetParam().script));
+    EXPECT_EQ(statements(GetParam().side), GetParam().expected);
+    EXPECT_TRUE(statements(1 - GetParam().side).isEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Buttons, VerifyAndChecksumTest,
+    testing::Values(ButtonCase{"verifyReadsBothBackupFiles",
+                               "click cmdVerify(0)\n",
+                               0,
+                               {verify("Billing", ".BAK"), verify("Billing", "_log.BAK")}},
+                    ButtonCase{"verifyWithLogOnlyReadsTheLogBackup",
+                               "set chkLogOnly 1\nclick cmdVerify(1)\n",
+                               1,
+                               {verify("Billing", "_log.BAK")}},
+                    ButtonCase{"verifyAllWalksTheGridLikeBackup",
+                               "set chkALL 1\nset chkLogOnly 1\nclick cmdVerify(1)\n",
+                               1,
+                               {verify("name", "_log.BAK"), verify("Billing", "_log.BAK"),
+                                verify("Patient_Data", "_log.BAK"), verify("Station", "_log.BAK")}},
+                    ButtonCase{"checksumOffKeepsTheBackupTexts",
+                               "set chkChecksum 0\nclick cmdBackup(0)\n",
+                               0,
+                               {fullBackup("Billing", ""), logBackup("Billing", "")}},
+                    ButtonCase{"checksumOnExtendsBothBackups",
+                               "set chkChecksum 1\nclick cmdBackup(1)\n",
+                               1,
+                               {fullBackup("Billing", ", CHECKSUM"), logBackup("Billing", ", CHECKSUM")}},
+                    ButtonCase{"checksumLeavesVerifyAlone",
+                               "set chkChecksum 1\nset chkLogOnly 1\nclick cmdVerify(0)\n",
+                               0,
+                               {verify("Billing", "_log.BAK")}}),
+    [](const auto& test) { return std::string(test.param.name); });
+
+using VerifyScriptOnlyTest = DatabaseFileFixture;
+
+TEST_F(VerifyScriptOnlyTest, withholdsTheVerifyStatements) {
+    run(QStringLiteral("set txtDB Billing\nset chkLogOnly 1\nset chkScriptOnly 1\nclick cmdVerify(0)\n"));
+    EXPECT_TRUE(statements(0).isEmpty());
+    EXPECT_EQ(window().serverAccess().withheldStatements(), QStringList{verify("Billing", "_log.BAK")});
+}
+
+struct ChecksumSettingCase {
+    const char* name;
+    const char* script;
+    const char* stored; // the saved value after the run; empty: nothing saved
+};
+
+class ChecksumSettingTest : public DatabaseFileFixture,
+                            public testing::WithParamInterface<ChecksumSettingCase> {};
+
+TEST_P(ChecksumSettingTest, isSavedOnlyOnceTickedAndComesBackOnTheNextStart) {
+    run(QLatin1String(GetParam().script));
+    const QString stored = QString::fromUtf8(GetParam().stored);
+    EXPECT_EQ(harness().settings().getSetting(QStringLiteral("MAIN"), QStringLiteral("chkChecksum")), stored);
+    harness().restart();
+    auto* box = window().findChild<QCheckBox*>(QStringLiteral("chkChecksum"));
+    ASSERT_NE(box, nullptr);
+    EXPECT_EQ(box->isChecked(), stored == QLatin1String("1"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Runs, ChecksumSettingTest,
+                         testing::Values(ChecksumSettingCase{"untouchedSavesNothing", "set txtDB Billing\n",
+                                                             ""},
+                                         ChecksumSettingCase{"tickedIsKept", "set chkChecksum 1\n", "1"},
+                                         ChecksumSettingCase{"clearedAfterTickingIsKeptOff",
+                                                             "set chkChecksum 1\nset chkChecksum 0\n", "0"}),
+                         [](const auto& test) { return std::string(test.param.name); });
+
+const QString pollText = QStringLiteral(
+    "SELECT percent_complete, estimated_completion_time FROM sys.dm_exec_requests WHERE session_id = 57");
+
+// The working session is 57; its request's progress rises with every poll while the backup or
+// restore takes its time; pollResponse decides what a poll gets.
+class ProgressTest : public DatabaseFileFixture {
+protected:
+    void SetUp() override {
+        DatabaseFileFixture::SetUp();
+        auto* tools = window().findChild<dbfiles::DatabaseFileTools*>();
+        ASSERT_NE(tools, nullptr);
+        tools->progressWatch().setInterval(std::chrono::milliseconds(60));
+        window().serverAccess().serverMessages().clear();
+    }
+    QByteArray extraRules() const override {
+        return QByteArray(R"json(
+    {"exact": "SELECT @@SPID", "response": {"result": {"columns": ["spid:smallint"], "rows": [[57]]}}},
+    {"prefix": "SELECT percent_complete", )json") +
+               pollResponse() + R"json(},
+    {"prefix": "BACKUP DATABASE ", "response": [{"delay": 700}, {"done": {}}]},
+    {"prefix": "RESTORE DATABASE ", "response": [{"delay": 700}, {"done": {}}]},)json";
+    }
+    virtual QByteArray pollResponse() const {
+        return R"json("responses": [
+        {"result": {"columns": ["percent_complete:real", "estimated_completion_time:bigint"], "rows": [[12.5, 140000]]}},
+        {"result": {"columns": ["percent_complete:real", "estimated_completion_time:bigint"], "rows": [[37, 95000]]}},
+        {"result": {"columns": ["percent_complete:real", "estimated_completion_time:bigint"], "rows": [[80.2, 20000]]}}])json";
+    }
+    static bool isPoll(const sim::TranscriptEntry& entry) {
+        return entry.text.startsWith(QLatin1String("SELECT percent_complete"));
+    }
+    QStringList pollingTexts(int side) {
+        QStringList texts;
+        for (const auto& entry : server(side).requests()) {
+            if (isPoll(entry))
+                texts.append(entry.text);
+        }
+        return texts;
+    }
+    QStringList messageTexts() {
+        QStringList texts;
+        for (const auto& entry : window().serverAccess().serverMessages().entries())
+            texts.append(entry.message.text);
+        return texts;
+    }
+};
+
+struct WatchedCase {
+    const char* name;
+    const char* script; // after "set txtDB Billing"
+    int side;
+    const char* watched; // how the long statement starts
+    const char* label;
+};
+
+class WatchedStatementTest : public ProgressTest, public testing::WithParamInterface<WatchedCase> {};
+
+TEST_P(WatchedStatementTest, pollsOnASecondConnectionOnlyWhileTheStatementRuns) {
+    const WatchedCase& param = GetParam();
+    const int sentBefore = window().serverAccess().tally().sent;
+    const BatchResult result =
+        harness().runBatch(QStringLiteral("set txtDB Billing\n") + QLatin1String(param.script));
+    ASSERT_EQ(result.exitCode, 0) << result.errors.toStdString();
+    const QStringList polls = pollingTexts(param.side);
+    ASSERT_GE(polls.size(), 3);
+    EXPECT_EQ(polls.front(), pollText);
+    const QString label = QString::fromUtf8(param.label);
+    EXPECT_EQ(messageTexts(), (QStringList{label + QStringLiteral(" — 12%, about 2 min left"),
+                                           label + QStringLiteral(" — 37%, about 2 min left"),
+                                           label + QStringLiteral(" — 80%, less than a minute left")}));
+    EXPECT_TRUE(result.log.contains(label + QStringLiteral(" — 37%, about 2 min left")));
+    // Every poll came after the statement started, from a connection of its own, and none after it ended.
+    const auto requests = server(param.side).requests();
+    const auto watched = std::find_if(requests.begin(), requests.end(), [&param](const auto& entry) {
+        return entry.text.startsWith(QLatin1String(param.watched));
+    });
+    ASSERT_NE(watched, requests.end());
+    for (auto entry = requests.begin(); entry != requests.end(); ++entry) {
+        if (!isPoll(*entry))
+            continue;
+        EXPECT_GT(entry - requests.begin(), watched - requests.begin());
+        EXPECT_NE(entry->connection, watched->connection);
+    }
+    QThread::msleep(200);
+    EXPECT_EQ(pollingTexts(param.side).size(), polls.size());
+    // The session id is asked once for the connection, however many statements it watches.
+    const auto transcript = server(param.side).transcript();
+    EXPECT_EQ(std::count_if(transcript.begin(), transcript.end(),
+                            [](const auto& entry) { return entry.text == QLatin1String("SELECT @@SPID"); }),
+              1);
+    // The batch counts the tool's own statements, not the polls.
+    EXPECT_EQ(window().serverAccess().tally().sent - sentBefore, requests.size() - polls.size());
+}
+
+INSTANTIATE_TEST_SUITE_P(Statements, WatchedStatementTest,
+                         testing::Values(WatchedCase{"backup", "click cmdBackup(0)\n", 0, "BACKUP DATABASE",
+                                                     "Backup Billing"},
+                                         WatchedCase{"restoreToTheRight", "click cmdRestore(1)\n", 1,
+                                                     "RESTORE DATABASE", "Restore Billing"}),
+                         [](const auto& test) { return std::string(test.param.name); });
+
+class DroppedPollingTest : public ProgressTest {
+protected:
+    QByteArray pollResponse() const override { return R"json("response": {"drop": true})json"; }
+};
+
+TEST_F(DroppedPollingTest, endsPollingWithOneLogLineAndTheBackupGoesOn) {
+    run(QStringLiteral("set txtDB Billing\nclick cmdBackup(0)\n"));
+    EXPECT_EQ(statements(0).filter(QStringLiteral("BACKUP ")).size(), 2);
+    EXPECT_EQ(pollingTexts(0).size(), 1);
+    const QStringList lines = logLines();
+    EXPECT_EQ(lines.filter(QStringLiteral("No progress for Backup Billing (it goes on): ")).size(), 1);
+    EXPECT_EQ(lines.count(QStringLiteral("Done")), 2);
+    EXPECT_TRUE(messageTexts().isEmpty());
+}
+
+// A pass over the right side's grid in which Patient_Data's full backup fails.
+class RunLogPassTest : public DatabaseFileFixture {
+protected:
+    QByteArray extraRules() const override {
+        return R"json({"prefix": "BACKUP DATABASE Patient_Data ", "response": [
+            {"error": {"number": 3201, "text": "Cannot open backup device 'p:\\backup\\MIR\\Patient_Data.BAK', \"no space\"."}}]},)json";
+    }
+    QStringList runLogLines() {
+        QFile file(dbfiles::RunLogRecorder::path(window()));
+        if (!file.open(QIODevice::ReadOnly))
+            return {};
+        QStringList lines = QString::fromUtf8(file.readAll()).split(QStringLiteral("\r\n"));
+        // The times vary from run to run; their form is checked, the rest is compared.
+        static const QRegularExpression times(
+            QStringLiteral(R"(^\d{4}-\d\d-\d\d \d\d:\d\d:\d\d,\d{4}-\d\d-\d\d \d\d:\d\d:\d\d,\d+\.\d,)"));
+        for (qsizetype index = 1; index < lines.size(); ++index) {
+            if (lines[index].isEmpty())
+                continue;
+            EXPECT_TRUE(times.match(lines[index]).hasMatch()) << lines[index].toStdString();
+            lines[index].replace(times, QString());
+        }
+        return lines;
+    }
+};
+
+TEST_F(RunLogPassTest, oneLinePerDatabaseWithTheFailureAndItsErrorText) {
+    run(QStringLiteral(
+            "set chkALL 1\nclick cmdBackup(1)\nset chkALL 0\nset txtDB Station\nclick cmdVerify(1)\n"),
+        1);
+    const QString mir = QStringLiteral("p:\\backup\\MIR\\");
+    EXPECT_EQ(
+        runLogLines(),
+        (QStringList{QStringLiteral("start,end,duration_s,operation,database,file,result,error"),
+                     QStringLiteral("backup,Billing,%1Billing.BAK; %1Billing_log.BAK,OK,").arg(mir),
+                     QStringLiteral("backup,Patient_Data,%1Patient_Data.BAK; %1Patient_Data_log.BAK,failed,"
+                                    "\"Cannot open backup device '%1Patient_Data.BAK', \"\"no space\"\".\"")
+                         .arg(mir),
+                     QStringLiteral("backup,Station,%1Station.BAK; %1Station_log.BAK,OK,").arg(mir),
+                     QStringLiteral("verify,Station,%1Station.BAK; %1Station_log.BAK,OK,").arg(mir),
+                     QString()}));
+}
+
+} // namespace
+} // namespace qormin::test
