@@ -119,7 +119,9 @@ struct JobCompletion {
         finished = true;
         done.store(true, std::memory_order_release);
         if (loop != nullptr) {
-            QMetaObject::invokeMethod(loop, &QEventLoop::quit, Qt::QueuedConnection);
+            // By name: the queued call is then built inside Qt and carries nothing of ours
+            // across threads through Qt's own locking, which ThreadSanitizer cannot see.
+            QMetaObject::invokeMethod(loop, "quit", Qt::QueuedConnection);
         }
         finishedCondition.notify_one();
     }
@@ -153,6 +155,11 @@ struct SideConnection::Worker {
     std::atomic<bool> open{false};
     std::atomic<int> commandTimeout{3600};
     std::atomic<int> pendingJobs{0};
+
+    // Server messages on their way to the owner's thread. They are handed over under this lock
+    // rather than inside a queued call, whose hand-over happens in Qt's uninstrumented code.
+    std::mutex messagesMutex;
+    std::vector<ServerMessage> messages;
 
     std::mutex runningMutex; // guards running
     OdbcStatement* running = nullptr;
@@ -214,8 +221,26 @@ void SideConnection::finishJob() {
 }
 
 void SideConnection::forwardMessage(const ServerMessage& message) {
-    QMetaObject::invokeMethod(
-        this, [this, message] { Q_EMIT serverMessage(m_side, message); }, Qt::QueuedConnection);
+    bool firstWaiting = false;
+    {
+        std::lock_guard lock(m_worker->messagesMutex);
+        firstWaiting = m_worker->messages.empty();
+        m_worker->messages.push_back(message);
+    }
+    if (firstWaiting) {
+        QMetaObject::invokeMethod(this, "deliverMessages", Qt::QueuedConnection);
+    }
+}
+
+void SideConnection::deliverMessages() {
+    std::vector<ServerMessage> arrived;
+    {
+        std::lock_guard lock(m_worker->messagesMutex);
+        arrived.swap(m_worker->messages);
+    }
+    for (const auto& message : arrived) {
+        Q_EMIT serverMessage(m_side, message);
+    }
 }
 
 ConnectOutcome SideConnection::open(const QString& odbcConnectionString, int loginTimeoutSeconds) {
