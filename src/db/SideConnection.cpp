@@ -17,6 +17,7 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <deque>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -159,7 +160,7 @@ struct SideConnection::Worker {
     // Server messages on their way to the owner's thread. They are handed over under this lock
     // rather than inside a queued call, whose hand-over happens in Qt's uninstrumented code.
     std::mutex messagesMutex;
-    std::vector<ServerMessage> messages;
+    std::deque<ServerMessage> messages;
 
     std::mutex runningMutex; // guards running
     OdbcStatement* running = nullptr;
@@ -232,13 +233,19 @@ void SideConnection::forwardMessage(const ServerMessage& message) {
     }
 }
 
+// One at a time from the front: a receiver that turns the event loop may start another
+// delivery, which then goes on with the next message rather than overtaking this one's rest.
 void SideConnection::deliverMessages() {
-    std::vector<ServerMessage> arrived;
-    {
-        std::lock_guard lock(m_worker->messagesMutex);
-        arrived.swap(m_worker->messages);
-    }
-    for (const auto& message : arrived) {
+    for (;;) {
+        ServerMessage message;
+        {
+            std::lock_guard lock(m_worker->messagesMutex);
+            if (m_worker->messages.empty()) {
+                return;
+            }
+            message = std::move(m_worker->messages.front());
+            m_worker->messages.pop_front();
+        }
         Q_EMIT serverMessage(m_side, message);
     }
 }
