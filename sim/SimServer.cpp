@@ -4,43 +4,89 @@
 #include "sim/ConnectionListener.h"
 #include "sim/Transcript.h"
 
+#include <QEventLoop>
 #include <QHostAddress>
-#include <QThread>
 #include <atomic>
+#include <condition_variable>
 #include <mutex>
+#include <thread>
 
 namespace qormin::sim {
 
+// How the listening thread tells start() whether it listens.
+struct ListenOutcome {
+    std::mutex mutex;
+    std::condition_variable known;
+    bool decided = false;
+    bool listening = false;
+    QString error;
+};
+
+// Threads are std::thread, joined, rather than QThread: a join is a hand-over that
+// ThreadSanitizer sees, while QThread::wait() synchronises inside Qt where it cannot.
 class SimServer::State {
 public:
     explicit State(Scenario scenarioToServe) : scenario(std::move(scenarioToServe)) {}
+
+    struct Connection {
+        std::thread thread;
+        std::atomic_bool finished{false};
+    };
 
     void accept(qintptr descriptor) {
         std::lock_guard lock(mutex);
         reapFinished();
         const int number = ++connectionsAccepted;
-        std::unique_ptr<QThread> thread(QThread::create([this, descriptor, number] {
-            ConnectionHandler handler(descriptor, number, scenario.data(), transcript, stopping);
-            handler.run();
-        }));
-        thread->start();
-        connections.push_back(std::move(thread));
+        auto connection = std::make_unique<Connection>();
+        Connection* running = connection.get();
+        running->thread = std::thread([this, descriptor, number, running] {
+            {
+                ConnectionHandler handler(descriptor, number, scenario.data(), transcript, stopping);
+                handler.run();
+            }
+            running->finished = true;
+        });
+        connections.push_back(std::move(connection));
     }
 
     // Threads of closed connections are joined as new ones arrive, so a long run keeps few.
     void reapFinished() {
-        std::erase_if(connections, [](const std::unique_ptr<QThread>& thread) {
-            return thread->isFinished() && thread->wait();
+        std::erase_if(connections, [](const std::unique_ptr<Connection>& connection) {
+            if (!connection->finished) {
+                return false;
+            }
+            connection->thread.join();
+            return true;
         });
+    }
+
+    // The listening thread: accepts until its event loop is told to quit.
+    void listen(quint16 requestedPort, ListenOutcome& outcome) {
+        QEventLoop loop;
+        ConnectionListener listener([this](qintptr descriptor) { accept(descriptor); });
+        const bool listening = listener.listen(QHostAddress::LocalHost, requestedPort);
+        {
+            std::lock_guard lock(outcome.mutex);
+            port = listener.serverPort();
+            listenerLoop = listening ? &loop : nullptr;
+            outcome.listening = listening;
+            outcome.error = listener.errorString();
+            outcome.decided = true;
+            // Under the lock: start() owns outcome and returns as soon as it sees it decided.
+            outcome.known.notify_one();
+        }
+        if (listening) {
+            loop.exec();
+        }
     }
 
     Scenario scenario;
     Transcript transcript;
     std::atomic_bool stopping{false};
-    QThread listenerThread;
-    ConnectionListener* listener = nullptr;
+    std::thread listenerThread;
+    QEventLoop* listenerLoop = nullptr; // set by the listening thread before start() returns
     std::mutex mutex;
-    std::vector<std::unique_ptr<QThread>> connections;
+    std::vector<std::unique_ptr<Connection>> connections;
     int connectionsAccepted = 0;
     quint16 port = 0;
 };
@@ -52,47 +98,40 @@ SimServer::~SimServer() {
 }
 
 bool SimServer::start(quint16 port, QString* error) {
-    if (m_state->listener != nullptr) {
+    State* state = m_state.get();
+    if (state->listenerThread.joinable()) {
         return true;
     }
-    State* state = m_state.get();
     state->stopping = false;
-    state->listener = new ConnectionListener([state](qintptr descriptor) { state->accept(descriptor); });
-    state->listener->moveToThread(&state->listenerThread);
-    state->listenerThread.start();
-    bool listening = false;
-    QString listenError;
-    QMetaObject::invokeMethod(
-        state->listener,
-        [&] {
-            listening = state->listener->listen(QHostAddress::LocalHost, port);
-            state->port = state->listener->serverPort();
-            listenError = state->listener->errorString();
-        },
-        Qt::BlockingQueuedConnection);
-    if (!listening) {
-        if (error != nullptr) {
-            *error = QStringLiteral("cannot listen on 127.0.0.1:%1: %2").arg(port).arg(listenError);
-        }
-        stop();
-        return false;
+    ListenOutcome outcome;
+    state->listenerThread = std::thread([state, port, &outcome] { state->listen(port, outcome); });
+    std::unique_lock lock(outcome.mutex);
+    outcome.known.wait(lock, [&outcome] { return outcome.decided; });
+    if (outcome.listening) {
+        return true;
     }
-    return true;
+    lock.unlock();
+    if (error != nullptr) {
+        *error = QStringLiteral("cannot listen on 127.0.0.1:%1: %2").arg(port).arg(outcome.error);
+    }
+    stop();
+    return false;
 }
 
 void SimServer::stop() {
     State* state = m_state.get();
-    if (state->listener != nullptr) {
-        QMetaObject::invokeMethod(
-            state->listener, [state] { delete state->listener; }, Qt::BlockingQueuedConnection);
-        state->listener = nullptr;
-        state->listenerThread.quit();
-        state->listenerThread.wait();
+    if (state->listenerThread.joinable()) {
+        if (state->listenerLoop != nullptr) {
+            // By name: the queued quit is then built inside Qt and nothing of ours is handed over.
+            QMetaObject::invokeMethod(state->listenerLoop, "quit", Qt::QueuedConnection);
+        }
+        state->listenerThread.join();
+        state->listenerLoop = nullptr;
     }
     state->stopping = true;
     std::lock_guard lock(state->mutex);
-    for (auto& thread : state->connections) {
-        thread->wait();
+    for (auto& connection : state->connections) {
+        connection->thread.join();
     }
     state->connections.clear();
 }

@@ -214,10 +214,10 @@ Response StatementResolver::updateCurrentRow(const CursorStatement& statement, c
     QVariantList& row = cursor.rows[static_cast<size_t>(cursor.position)];
     QJsonObject values;
     for (const auto& [columnName, source] : statement.assignments) {
-        const auto column =
-            std::find_if(cursor.columns.begin(), cursor.columns.end(), [&](const ResultColumn& c) {
-                return c.name.compare(columnName, Qt::CaseInsensitive) == 0;
-            });
+        const auto column = std::find_if(cursor.columns.begin(), cursor.columns.end(),
+                                         [&name = columnName](const ResultColumn& c) {
+                                             return c.name.compare(name, Qt::CaseInsensitive) == 0;
+                                         });
         if (column == cursor.columns.end()) {
             response.steps.push_back(
                 errorStep(207, QStringLiteral("Invalid column name '%1'.").arg(columnName)));

@@ -115,6 +115,9 @@ Q_SIGNALS:
     // The link to the server broke during a statement; the connection is closed now.
     void connectionLost(int side);
 
+private Q_SLOTS:
+    void deliverMessages();
+
 private:
     struct Worker;
 

@@ -44,7 +44,8 @@ platform::FileCopyOutcome FileCopyRunner::copy(const QString& source, const QStr
         std::thread worker([job, from = localPath(source), to = localPath(target), &loop] {
             job->outcome = platform::ChunkedFileCopy::copy(from, to, job->progress);
             job->finished = true;
-            QMetaObject::invokeMethod(&loop, &QEventLoop::quit, Qt::QueuedConnection);
+            // By name, so nothing of ours crosses threads inside Qt (see SideConnection).
+            QMetaObject::invokeMethod(&loop, "quit", Qt::QueuedConnection);
         });
         tick.start();
         if (QCoreApplication::instance() != nullptr) {
