@@ -23,20 +23,23 @@ using namespace qormin;
 // when it is made.
 class FakeDesktopPrograms {
 public:
-    FakeDesktopPrograms() : m_path(qgetenv("PATH")), m_terminal(qgetenv("TERMINAL")) {
+    // missing: a program that is not installed, not even where the machine has its own copy.
+    explicit FakeDesktopPrograms(const QString& missing = {})
+        : m_path(qgetenv("PATH")), m_terminal(qgetenv("TERMINAL")) {
         add(QStringLiteral("xdg-open"), "printf '%s\\n' \"$*\" >> \"$0.log\"\n");
         add(QStringLiteral("x-terminal-emulator"), "pwd -P >> \"$0.log\"\n");
         add(QStringLiteral("xdotool"),
             "printf '%s|' \"$@\" >> \"$0.log\"\nprintf '<%s>\\n' \"$(cat)\" >> \"$0.log\"\n");
         qputenv("PATH", QFile::encodeName(m_folder.path()) + ':' + m_path);
         qunsetenv("TERMINAL");
+        if (!missing.isEmpty())
+            remove(missing);
     }
     ~FakeDesktopPrograms() {
         qputenv("PATH", m_path);
         if (!m_terminal.isEmpty())
             qputenv("TERMINAL", m_terminal);
     }
-    void remove(const QString& name) { QFile::remove(m_folder.filePath(name)); }
     // Detached programs finish in their own time; wait for the lines expected.
     QStringList log(const QString& name, int lines) const {
         QStringList found;
@@ -51,6 +54,17 @@ public:
     }
 
 private:
+    // Gone from PATH altogether: where the machine has a copy of its own, that folder goes too.
+    void remove(const QString& name) {
+        QFile::remove(m_folder.filePath(name));
+        QByteArrayList kept;
+        for (const QByteArray& folder : qgetenv("PATH").split(':')) {
+            if (!QFileInfo::exists(QFile::decodeName(folder) + u'/' + name))
+                kept.append(folder);
+        }
+        qputenv("PATH", kept.join(':'));
+    }
+
     void add(const QString& name, const char* body) {
         QFile script(m_folder.filePath(name));
         script.open(QIODevice::WriteOnly);
@@ -67,6 +81,7 @@ private:
 // provided by a mount root (GVfs is covered by the mapping tests).
 class ShareWindow {
 public:
+    explicit ShareWindow(const QString& missingProgram = {}) : programs(missingProgram) {}
     // The share as the system would have mounted it under the mount root.
     QString mountRootFor(const test::SambaTestServer& samba) {
         const QString root = harness.folder(QStringLiteral("mnt"));
@@ -174,8 +189,7 @@ struct LoggedCase {
 class NetworkSharePageLogTest : public ::testing::TestWithParam<LoggedCase> {};
 
 TEST_P(NetworkSharePageLogTest, logsWhatTheDesktopCouldNotDo) {
-    ShareWindow window;
-    window.programs.remove(QString::fromUtf8(GetParam().missingProgram));
+    ShareWindow window(QString::fromUtf8(GetParam().missingProgram));
     window.run(QString::fromUtf8(GetParam().script));
     EXPECT_TRUE(window.log().startsWith(QString::fromUtf8(GetParam().logLine) + QStringLiteral("\r\n")))
         << window.log().toStdString();
