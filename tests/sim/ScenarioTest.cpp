@@ -69,7 +69,9 @@ INSTANTIATE_TEST_SUITE_P(
         BadScenario{R"j({"default": {"hang": {"seconds": 1e30}}})j", "\"seconds\" is a number of seconds"},
         BadScenario{R"j({"default": {"progress": {"pace": -1}}})j", "\"pace\" is a number of milliseconds"},
         BadScenario{R"j({"default": {"result": {"columns": ["a:int"], "generate": 1e300}}})j",
-                    "\"generate\" is a row count"}),
+                    "\"generate\" is a row count"},
+        BadScenario{oneValue("bigint", "1e50"), "not an integer"},
+        BadScenario{oneValue("int", "-1e300"), "not an integer"}),
     [](const auto& parameter) { return caseName(parameter.param.error, parameter.index); });
 
 struct GeneratorCase {
