@@ -10,7 +10,8 @@ packages=(
     clang-format
 )
 if [[ "${QORMIN_WITH_TEST_TOOLS:-0}" == 1 ]]; then
-    packages+=(samba smbclient g++-mingw-w64-x86-64 xvfb xauth dbus gvfs gvfs-backends gvfs-fuse)
+    packages+=(samba smbclient g++-mingw-w64-x86-64 xvfb xauth dbus gvfs gvfs-backends gvfs-fuse
+               clang libclang-rt-14-dev)
 fi
 
 missing=()

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs what is missing, then builds and runs every test suite twice: a normal build
-# with warnings as errors, and a build with AddressSanitizer and UndefinedBehaviorSanitizer.
+# with warnings as errors, and a build with AddressSanitizer and UndefinedBehaviorSanitizer;
+# then every parser's fuzzer for a bounded time.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 export QORMIN_WITH_TEST_TOOLS=1
@@ -19,6 +20,8 @@ run_suite() {
 
 run_suite checked -DCMAKE_BUILD_TYPE=Debug -DQORMIN_WERROR=ON -DQORMIN_BENCH=ON
 run_suite sanitized -DCMAKE_BUILD_TYPE=Debug -DQORMIN_WERROR=ON -DQORMIN_SANITIZE=ON -DQORMIN_BENCH=OFF
+echo "=== fuzzers ==="
+bash "$root/scripts/fuzz.sh" || status=1
 if [[ -x "$root/scripts/check-windows.sh" ]]; then
     echo "=== Windows cross-compile check ==="
     bash "$root/scripts/check-windows.sh" || status=1
