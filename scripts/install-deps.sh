@@ -11,8 +11,8 @@ packages=(
     clang-format
 )
 if [[ "${QORMIN_WITH_TEST_TOOLS:-0}" == 1 ]]; then
-    packages+=(samba smbclient g++-mingw-w64-x86-64 xvfb xauth dbus gvfs gvfs-backends gvfs-fuse clang
-        lintian desktop-file-utils procps gnome-keyring libsecret-tools)
+    packages+=(samba smbclient g++-mingw-w64-x86-64 xvfb xauth dbus gvfs gvfs-backends gvfs-fuse
+        clang libclang-rt-14-dev lintian desktop-file-utils procps gnome-keyring libsecret-tools)
 fi
 
 missing=()

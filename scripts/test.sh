@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Installs what is missing, then builds and runs every test suite twice: a normal build
 # with warnings as errors, and a build with AddressSanitizer and UndefinedBehaviorSanitizer;
-# the suites that drive threads (label "threads") once more under ThreadSanitizer; then the
-# Windows compile check and the Debian package test (build, install, run, remove).
+# the suites that drive threads (label "threads") once more under ThreadSanitizer; every
+# parser's fuzzer for a bounded time; then the Windows compile check and the Debian package
+# test (build, install, run, remove).
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 export QORMIN_WITH_TEST_TOOLS=1
@@ -35,6 +36,8 @@ echo "=== tsan tests ==="
 # its clone() interceptor when Qt does that (a CHECK in the runtime, not a report).
 ctest --test-dir "$tsan_dir" -L threads -E '^ExecutableTest\.' --output-on-failure -j2 || status=1
 
+echo "=== fuzzers ==="
+bash "$root/scripts/fuzz.sh" || status=1
 if [[ -x "$root/scripts/check-windows.sh" ]]; then
     echo "=== Windows cross-compile check ==="
     bash "$root/scripts/check-windows.sh" || status=1

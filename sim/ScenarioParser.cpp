@@ -4,6 +4,7 @@
 
 #include <QJsonDocument>
 #include <QJsonParseError>
+#include <limits>
 
 namespace qormin::sim {
 
@@ -29,6 +30,18 @@ const QStringList stepKinds{QStringLiteral("result"),  QStringLiteral("rowCount"
                             QStringLiteral("error"),   QStringLiteral("done"),     QStringLiteral("delay"),
                             QStringLiteral("hang"),    QStringLiteral("drop"),     QStringLiteral("use"),
                             QStringLiteral("progress")};
+
+constexpr double largestMilliseconds = std::numeric_limits<int>::max();
+constexpr double largestCount = 9007199254740992.0; // 2^53: every whole number below is exact
+
+// A figure from the file becomes an integer only when the simulator can count or wait with it:
+// a negative or huge number is a mistake in the scenario, and converting it would be undefined.
+std::optional<qint64> wholeNumber(double value, double largest) {
+    if (!(value >= 0 && value <= largest)) {
+        return std::nullopt;
+    }
+    return static_cast<qint64>(value);
+}
 
 } // namespace
 
@@ -70,8 +83,13 @@ std::optional<ScenarioData> ScenarioParser::parse(const QByteArray& json) {
     }
     ScenarioData data;
     data.serverName = root.value(QLatin1String("server")).toString(data.serverName);
-    data.hangLimitMilliseconds =
-        static_cast<int>(root.value(QLatin1String("hangLimitSeconds")).toDouble(120) * 1000);
+    const auto hangLimit =
+        wholeNumber(root.value(QLatin1String("hangLimitSeconds")).toDouble(120) * 1000, largestMilliseconds);
+    if (!hangLimit) {
+        fail(QStringLiteral("\"hangLimitSeconds\" is a number of seconds (0 or more)"));
+        return std::nullopt;
+    }
+    data.hangLimitMilliseconds = static_cast<int>(*hangLimit);
     if (root.contains(QLatin1String("loginStallAfterTokens"))) {
         const int tokens = root.value(QLatin1String("loginStallAfterTokens")).toInt(-1);
         if (tokens < 0) {
@@ -224,8 +242,9 @@ bool ScenarioParser::parseStep(const QJsonObject& object, ResponseStep& step) {
     }
     if (key == QLatin1String("rowCount")) {
         step.kind = ResponseStep::Kind::RowCount;
-        step.count = static_cast<qint64>(value.toDouble(-1));
-        return step.count >= 0 || fail(QStringLiteral("a row count is a number"));
+        const auto count = wholeNumber(value.toDouble(-1), largestCount);
+        step.count = count.value_or(0);
+        return count || fail(QStringLiteral("a row count is a number (0 or more)"));
     }
     if (key == QLatin1String("info") || key == QLatin1String("error")) {
         const bool isError = key == QLatin1String("error");
@@ -243,9 +262,10 @@ bool ScenarioParser::parseStep(const QJsonObject& object, ResponseStep& step) {
     }
     if (key == QLatin1String("hang")) {
         step.kind = ResponseStep::Kind::Hang;
-        step.milliseconds =
-            static_cast<int>(value.toObject().value(QLatin1String("seconds")).toDouble(0) * 1000);
-        return true;
+        const auto milliseconds = wholeNumber(
+            value.toObject().value(QLatin1String("seconds")).toDouble(0) * 1000, largestMilliseconds);
+        step.milliseconds = static_cast<int>(milliseconds.value_or(0));
+        return milliseconds || fail(QStringLiteral("\"seconds\" is a number of seconds (0 or more)"));
     }
     if (key == QLatin1String("drop")) {
         step.kind = ResponseStep::Kind::Drop;
@@ -306,6 +326,9 @@ bool ScenarioParser::parseProgress(const QJsonValue& value, ResponseStep& step) 
     if (step.count < 1 || step.count > 100) {
         return fail(QStringLiteral("\"every\" is a percentage between 1 and 100"));
     }
+    if (step.milliseconds < 0) {
+        return fail(QStringLiteral("\"pace\" is a number of milliseconds (0 or more)"));
+    }
     return true;
 }
 
@@ -326,10 +349,11 @@ bool ScenarioParser::parseResult(const QJsonValue& value, ResultSet& result) {
         }
         result.columns.push_back(std::move(column));
     }
-    result.generatedRows = static_cast<qint64>(object.value(QLatin1String("generate")).toDouble(0));
-    if (result.generatedRows < 0) {
+    const auto generated = wholeNumber(object.value(QLatin1String("generate")).toDouble(0), largestCount);
+    if (!generated) {
         return fail(QStringLiteral("\"generate\" is a row count"));
     }
+    result.generatedRows = *generated;
     return parseRows(object.value(QLatin1String("rows")).toArray(), result);
 }
 

@@ -61,7 +61,8 @@ std::optional<QVariant> integerFromJson(const QJsonValue& value, const SqlType& 
     if (value.isDouble()) {
         const double d = value.toDouble();
         ok = std::floor(d) == d && std::fabs(d) <= static_cast<double>(largestExactDouble);
-        number = static_cast<qint64>(d);
+        // Only a number that fits is converted; converting 1e50 would be undefined.
+        number = ok ? static_cast<qint64>(d) : 0;
     } else if (value.isString()) {
         number = value.toString().trimmed().toLongLong(&ok);
     }

@@ -62,7 +62,20 @@ INSTANTIATE_TEST_SUITE_P(
         BadScenario{oneValue("datetime", "\"2024-01-31 24:00\""), "not an ISO date"},
         BadScenario{oneValue("datetime", "\"2024-01-31x\""), "not an ISO date"},
         BadScenario{oneValue("time", "\"10:2\""), "not an ISO date"},
-        BadScenario{oneValue("decimal(5,2)", "\"1.2.3\""), "not a decimal number"}),
+        BadScenario{oneValue("decimal(5,2)", "\"1.2.3\""), "not a decimal number"},
+        // Figures a fuzzer found taken as they came: a negative hang limit waited for ever, and
+        // huge ones were converted to integers they do not fit.
+        BadScenario{R"j({"hangLimitSeconds": -5})j", "\"hangLimitSeconds\" is a number of seconds"},
+        BadScenario{R"j({"hangLimitSeconds": 1e300})j", "\"hangLimitSeconds\" is a number of seconds"},
+        BadScenario{R"j({"default": {"rowCount": 1e300}})j",
+                    "default.step[0].rowCount: a row count is a number"},
+        BadScenario{R"j({"default": {"hang": {"seconds": -1}}})j", "\"seconds\" is a number of seconds"},
+        BadScenario{R"j({"default": {"hang": {"seconds": 1e30}}})j", "\"seconds\" is a number of seconds"},
+        BadScenario{R"j({"default": {"progress": {"pace": -1}}})j", "\"pace\" is a number of milliseconds"},
+        BadScenario{R"j({"default": {"result": {"columns": ["a:int"], "generate": 1e300}}})j",
+                    "\"generate\" is a row count"},
+        BadScenario{oneValue("bigint", "1e50"), "not an integer"},
+        BadScenario{oneValue("int", "-1e300"), "not an integer"}),
     [](const auto& parameter) { return caseName(parameter.param.error, parameter.index); });
 
 struct GeneratorCase {

@@ -1,0 +1,69 @@
+// Connection-string translation: any provider string gives either an error or an ODBC string
+// whose pairs split cleanly, with the driver's name kept in braces.
+#include "FuzzInput.h"
+
+#include "db/ConnectionString.h"
+
+namespace {
+
+// Splits an ODBC string into its pairs as a driver manager does (braced values may hold ";"
+// and a doubled "}"); false when the string does not split cleanly.
+bool splitsCleanly(const QString& text, qsizetype& pairs) {
+    qsizetype i = 0;
+    pairs = 0;
+    while (i < text.size()) {
+        const qsizetype equals = text.indexOf(u'=', i);
+        if (equals < 0)
+            return false;
+        i = equals + 1;
+        if (i < text.size() && text.at(i) == u'{') {
+            ++i;
+            for (;; ++i) {
+                if (i >= text.size())
+                    return false;
+                if (text.at(i) != u'}')
+                    continue;
+                if (i + 1 < text.size() && text.at(i + 1) == u'}') {
+                    ++i;
+                    continue;
+                }
+                break;
+            }
+            ++i;
+            if (i >= text.size() || text.at(i) != u';')
+                return false;
+        } else {
+            const qsizetype semicolon = text.indexOf(u';', i);
+            if (semicolon < 0)
+                return false;
+            const QString value = text.mid(i, semicolon - i);
+            if (value.contains(u'{') || value.contains(u'}') || value.contains(u'='))
+                return false;
+            i = semicolon;
+        }
+        ++i;
+        ++pairs;
+    }
+    return true;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    using qormin::fuzz::require;
+    const QString input = qormin::fuzz::textOf(data, size);
+    // The driver's name comes first, up to a line break; the provider string is the rest.
+    const qsizetype lineBreak = input.indexOf(u'\n');
+    const QString driver = lineBreak < 0 ? QStringLiteral("FreeTDS") : input.left(lineBreak);
+    const QString provider = lineBreak < 0 ? input : input.mid(lineBreak + 1);
+
+    const qormin::db::OdbcConnectionText odbc = qormin::db::translateConnectionString(provider, driver);
+    require(odbc.text.isEmpty() != odbc.error.isEmpty(), "either a text or an error");
+    if (odbc.text.isEmpty())
+        return 0;
+    qsizetype pairs = 0;
+    require(splitsCleanly(odbc.text, pairs), "the ODBC string splits into pairs");
+    require(pairs >= 2, "the driver and the server are always named");
+    require(odbc.text.startsWith(QStringLiteral("Driver={")), "the driver comes first, in braces");
+    return 0;
+}
