@@ -11,6 +11,7 @@
 #include <mutex>
 #include <optional>
 #include <thread>
+#include <utility>
 
 namespace qormin::db {
 
@@ -32,6 +33,10 @@ struct RequestProgressPoller::Shared {
     bool stopping = false;
     OdbcStatement* running = nullptr;
     std::thread thread;
+    // What the thread has read and the owner not yet taken: only the newest reading matters.
+    std::optional<Reading> reading;
+    std::optional<QString> failure;
+    bool deliveryPosted = false; // guarded by mutex, like the rest
 
     // False once stop() was asked for; otherwise waits up to interval first.
     bool waitUnlessStopped(std::chrono::milliseconds interval) {
@@ -106,12 +111,36 @@ std::optional<Reading> readOnce(OdbcStatement& statement, const QString& text, Q
 
 } // namespace
 
+// With the mutex held.
+void RequestProgressPoller::post() {
+    if (!m_shared->deliveryPosted) {
+        m_shared->deliveryPosted = true;
+        QMetaObject::invokeMethod(this, "deliver", Qt::QueuedConnection);
+    }
+}
+
+void RequestProgressPoller::deliver() {
+    std::optional<Reading> reading;
+    std::optional<QString> failure;
+    {
+        std::lock_guard lock(m_shared->mutex);
+        reading = std::exchange(m_shared->reading, std::nullopt);
+        failure = std::exchange(m_shared->failure, std::nullopt);
+        m_shared->deliveryPosted = false;
+    }
+    if (reading)
+        Q_EMIT progressRead(reading->percent, reading->millisecondsLeft);
+    if (failure)
+        Q_EMIT failed(*failure);
+}
+
 void RequestProgressPoller::poll() {
     const auto fail = [this](const QString& reason) {
-        if (m_shared->stopped())
+        std::lock_guard lock(m_shared->mutex);
+        if (m_shared->stopping)
             return;
-        QMetaObject::invokeMethod(
-            this, [this, reason] { Q_EMIT failed(reason); }, Qt::QueuedConnection);
+        m_shared->failure = reason;
+        post();
     };
     OdbcConnection connection(OdbcEnvironment::shared());
     std::vector<OdbcDiagnostic> diagnostics;
@@ -134,10 +163,12 @@ void RequestProgressPoller::poll() {
             fail(error);
             return;
         }
-        if (reading && !m_shared->stopped()) {
-            QMetaObject::invokeMethod(
-                this, [this, r = *reading] { Q_EMIT progressRead(r.percent, r.millisecondsLeft); },
-                Qt::QueuedConnection);
+        if (reading) {
+            std::lock_guard lock(m_shared->mutex);
+            if (m_shared->stopping)
+                return;
+            m_shared->reading = reading;
+            post();
         }
     }
 }

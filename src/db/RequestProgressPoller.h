@@ -37,6 +37,10 @@ private:
     struct Shared;
 
     void poll();
+    // Hands what the thread read over to the owner's thread; called there by name, so the queued
+    // call carries nothing of ours across threads.
+    Q_INVOKABLE void deliver();
+    void post();
 
     QString m_connectionString;
     int m_loginTimeout;
