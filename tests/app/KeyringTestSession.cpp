@@ -6,8 +6,6 @@
 #include <QFileInfo>
 #include <QStandardPaths>
 #include <QThread>
-#include <csignal>
-#include <sys/prctl.h>
 
 namespace qormin::test {
 
@@ -28,26 +26,11 @@ QString missingProgram() {
     return QString();
 }
 
-// A test process that dies without its destructors (a broken pipe, a crash) takes the bus and
-// the keyring with it.
-void endWithTheTest(QProcess& process) {
-    process.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGTERM); });
-}
-
-void stop(QProcess& process) {
-    if (process.state() == QProcess::NotRunning)
-        return;
-    process.terminate();
-    if (!process.waitForFinished(10000))
-        process.kill();
-    process.waitForFinished();
-}
-
 } // namespace
 
 KeyringTestSession::~KeyringTestSession() {
-    stop(m_keyring);
-    stop(m_bus);
+    PrivateSessionBus::stop(m_keyring);
+    m_bus.stop();
 }
 
 QString KeyringTestSession::settingsFile() const {
@@ -58,11 +41,7 @@ bool KeyringTestSession::start(QString& whyNot) {
     whyNot = missingProgram();
     if (!whyNot.isEmpty())
         return false;
-    const QString runtime = m_folder.filePath(QStringLiteral("runtime"));
-    QDir().mkpath(runtime);
-    QFile::setPermissions(runtime, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    const QString address = QStringLiteral("unix:path=") + m_folder.filePath(QStringLiteral("bus"));
-    m_environment = QProcessEnvironment::systemEnvironment();
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     // The daemon keeps its keyrings under the home it is given, never the user's own.
     const std::pair<const char*, const char*> folders[] = {{"HOME", "home"},
                                                            {"XDG_DATA_HOME", "data"},
@@ -70,27 +49,15 @@ bool KeyringTestSession::start(QString& whyNot) {
                                                            {"XDG_CACHE_HOME", "cache"}};
     for (const auto& [variable, name] : folders) {
         QDir().mkpath(m_folder.filePath(QLatin1String(name)));
-        m_environment.insert(QLatin1String(variable), m_folder.filePath(QLatin1String(name)));
+        environment.insert(QLatin1String(variable), m_folder.filePath(QLatin1String(name)));
     }
-    m_environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime);
-    m_environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), address);
-    m_bus.setProcessEnvironment(m_environment);
-    endWithTheTest(m_bus);
-    m_bus.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    m_bus.start(QStringLiteral("dbus-daemon"),
-                {QStringLiteral("--session"), QStringLiteral("--nofork"), QStringLiteral("--nopidfile"),
-                 QStringLiteral("--address=") + address});
-    const QDeadlineTimer deadline(std::chrono::seconds(10));
-    while (!QFileInfo::exists(m_folder.filePath(QStringLiteral("bus"))) && !deadline.hasExpired())
-        QThread::msleep(20);
-    if (!m_bus.waitForStarted() || !QFileInfo::exists(m_folder.filePath(QStringLiteral("bus")))) {
-        whyNot = QStringLiteral("dbus-daemon did not start: ") + m_bus.errorString();
+    if (!m_bus.start(environment, whyNot))
         return false;
-    }
+    m_environment = m_bus.environment();
     // In the foreground the daemon keeps the environment given; daemonized it takes the
     // user's real home.
     m_keyring.setProcessEnvironment(m_environment);
-    endWithTheTest(m_keyring);
+    PrivateSessionBus::endWithTheTest(m_keyring);
     m_keyring.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     m_keyring.start(
         QStringLiteral("gnome-keyring-daemon"),

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "PrivateSessionBus.h"
+
 #include <QProcess>
 #include <QProcessEnvironment>
 #include <QString>
@@ -31,7 +33,7 @@ private:
     bool waitForKeyring() const;
 
     QTemporaryDir m_folder;
-    QProcess m_bus;
+    PrivateSessionBus m_bus{m_folder.path()};
     QProcess m_keyring;
     QProcessEnvironment m_environment;
 };

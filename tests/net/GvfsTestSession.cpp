@@ -52,40 +52,19 @@ bool GvfsTestSession::start(QString& whyNot) {
     whyNot = missingPiece();
     if (!whyNot.isEmpty())
         return false;
-    const QString runtime = m_folder.filePath(QStringLiteral("runtime"));
-    QDir().mkpath(runtime);
-    QFile::setPermissions(runtime, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    const QString address = QStringLiteral("unix:path=") + m_folder.filePath(QStringLiteral("bus"));
-    m_environment = QProcessEnvironment::systemEnvironment();
-    m_environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), address);
-    m_environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime);
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     // The volume monitors of a desktop (udisks, MTP, ...) have nothing to do here.
-    m_environment.insert(QStringLiteral("GVFS_REMOTE_VOLUME_MONITOR_IGNORE"), QStringLiteral("1"));
-    // The bus starts gvfsd and gvfsd-fuse with its own environment: they must see the
-    // session's runtime folder, or the FUSE folder lands in ~/.cache/gvfs.
-    m_bus.setProcessEnvironment(m_environment);
-    m_bus.setProgram(QStringLiteral("dbus-daemon"));
-    m_bus.setArguments({QStringLiteral("--session"), QStringLiteral("--nofork"),
-                        QStringLiteral("--nopidfile"), QStringLiteral("--address=") + address});
-    m_bus.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    m_bus.start();
-    if (!m_bus.waitForStarted()) {
-        whyNot = QStringLiteral("dbus-daemon did not start: ") + m_bus.errorString();
+    environment.insert(QStringLiteral("GVFS_REMOTE_VOLUME_MONITOR_IGNORE"), QStringLiteral("1"));
+    // The bus starts gvfsd and gvfsd-fuse: they see the session's runtime folder, so the FUSE
+    // folder lands there and not in ~/.cache/gvfs.
+    if (!m_bus.start(environment, whyNot))
         return false;
-    }
-    const QDeadlineTimer deadline(std::chrono::seconds(10));
-    while (!QFileInfo::exists(m_folder.filePath(QStringLiteral("bus"))) && !deadline.hasExpired())
-        QThread::msleep(20);
+    m_environment = m_bus.environment();
     return true;
 }
 
 void GvfsTestSession::stop() {
-    if (m_bus.state() != QProcess::NotRunning) {
-        m_bus.terminate();
-        if (!m_bus.waitForFinished(10000))
-            m_bus.kill();
-        m_bus.waitForFinished();
-    }
+    m_bus.stop();
     releaseFuseMount();
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "PrivateSessionBus.h"
+
 #include <QProcess>
 #include <QProcessEnvironment>
 #include <QString>
@@ -27,7 +29,7 @@ private:
     void releaseFuseMount();
 
     QTemporaryDir m_folder;
-    QProcess m_bus;
+    PrivateSessionBus m_bus{m_folder.path()};
     QProcessEnvironment m_environment;
 };
 
