@@ -9,7 +9,10 @@ namespace qormin::db {
 
 namespace {
 const QString cancelledText = QStringLiteral("Operation was cancelled");
-}
+// Far more failing statements in a row, each with the very same text, than any script holds;
+// a driver stuck on a dead link reaches it within seconds.
+constexpr int stuckDriverRepeats = 100000;
+} // namespace
 
 BatchResultReader::BatchResultReader(OdbcStatement& statement, ResultRetention retention, MessageSink sink,
                                      const std::atomic<bool>* cancelWanted)
@@ -22,6 +25,8 @@ StatementOutcome BatchResultReader::execute(const QString& sql) {
 StatementOutcome BatchResultReader::drain(short rc) {
     m_outcome = StatementOutcome();
     m_keptFirst = false;
+    m_lastErrorText.clear();
+    m_sameErrorRepeats = 0;
     for (;;) {
         absorb(rc);
         if (mustStop(rc)) {
@@ -52,6 +57,15 @@ bool BatchResultReader::mustStop(short rc) {
         return true;
     }
     if (m_outcome.cancelled || m_outcome.connectionLost) {
+        return true;
+    }
+    if (m_sameErrorRepeats >= stuckDriverRepeats) {
+        // Whatever state the link is in, it is given up: the side connects afresh next time.
+        m_outcome.connectionLost = true;
+        m_outcome.errorDescription =
+            QStringLiteral("The driver reported the same error %1 times in a row: %2")
+                .arg(stuckDriverRepeats)
+                .arg(m_lastErrorText);
         return true;
     }
     return rc == SQL_ERROR && !m_lastCallHadDiagnostics;
@@ -106,6 +120,7 @@ void BatchResultReader::absorb(short rc) {
         return;
     }
     m_outcome.succeeded = false;
+    countRepeats(errorDescription(diagnostics));
     if (!m_outcome.errorDescription.isEmpty()) {
         return;
     }
@@ -117,7 +132,13 @@ void BatchResultReader::absorb(short rc) {
     }
 }
 
+void BatchResultReader::countRepeats(const QString& errorText) {
+    m_sameErrorRepeats = errorText == m_lastErrorText ? m_sameErrorRepeats + 1 : 1;
+    m_lastErrorText = errorText;
+}
+
 void BatchResultReader::readCurrentResult() {
+    m_sameErrorRepeats = 0;
     const int columnCount = m_statement.resultColumnCount();
     if (columnCount > 0) {
         readResultSet(columnCount);

@@ -33,6 +33,7 @@ private:
     void readResultSet(int columnCount);
     bool mustStop(short rc);
     bool cancelIfWanted();
+    void countRepeats(const QString& errorText);
 
     OdbcStatement& m_statement;
     ResultRetention m_retention;
@@ -41,6 +42,9 @@ private:
     StatementOutcome m_outcome;
     bool m_keptFirst = false;
     bool m_lastCallHadDiagnostics = false;
+    // The same error again and again with nothing in between: a driver that no longer moves.
+    QString m_lastErrorText;
+    int m_sameErrorRepeats = 0;
 };
 
 } // namespace qormin::db
