@@ -1,5 +1,8 @@
 #include "SimTestServer.h"
 
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <gtest/gtest.h>
 
 namespace qormin::test {
@@ -62,6 +65,19 @@ QStringList SimTestServer::statements() const {
         texts.append(entry.text);
     }
     return texts;
+}
+
+QString parameterValues(const sim::TranscriptEntry& entry) {
+    QJsonArray values;
+    for (const auto& parameter : entry.parameters) {
+        values.append(parameter.toObject().value(QStringLiteral("value")));
+    }
+    return QString::fromUtf8(QJsonDocument(values).toJson(QJsonDocument::Compact));
+}
+
+QString insertedRow(const sim::TranscriptEntry& entry) {
+    return entry.text.section(QLatin1Char('('), 1, 1).section(QLatin1Char(')'), 0, 0) + QLatin1Char(' ') +
+           parameterValues(entry);
 }
 
 } // namespace qormin::test

@@ -39,4 +39,9 @@ private:
     bool m_running = false;
 };
 
+// The values of a request's parameters as they arrived, as a compact JSON array ([7,"Ann",null]).
+QString parameterValues(const sim::TranscriptEntry& entry);
+// An INSERT as its column list and its values: "[a], [b] [1,\"x\"]".
+QString insertedRow(const sim::TranscriptEntry& entry);
+
 } // namespace qormin::test

@@ -178,13 +178,7 @@ TEST_P(FieldLossTest, aFieldTheTargetCannotTakeCostsOnlyThatField) {
     click(QStringLiteral("cmdCopyTables"));
     QStringList inserted;
     for (const auto& entry : inserts()) {
-        const QString columns = entry.text.section(QLatin1Char('('), 1, 1).section(QLatin1Char(')'), 0, 0);
-        QJsonArray values;
-        for (const auto& parameter : entry.parameters) {
-            values.append(parameter.toObject().value(QStringLiteral("value")));
-        }
-        inserted.append(columns + QLatin1Char(' ') +
-                        QString::fromUtf8(QJsonDocument(values).toJson(QJsonDocument::Compact)));
+        inserted.append(insertedRow(entry));
     }
     EXPECT_EQ(inserted, c.inserted);
     EXPECT_EQ(logLines().mid(1, 2).join(QLatin1Char('/')), QString::fromUtf8(c.errors));

@@ -97,11 +97,7 @@ protected:
             if (!entry.text.contains(QStringLiteral("WHERE CURRENT OF"))) {
                 continue;
             }
-            QJsonArray values;
-            for (const auto& parameter : entry.parameters) {
-                values.append(parameter.toObject().value(QStringLiteral("value")));
-            }
-            given.append(QString::fromUtf8(QJsonDocument(values).toJson(QJsonDocument::Compact)));
+            given.append(parameterValues(entry));
         }
         return given;
     }

@@ -8,8 +8,6 @@
 
 #include <QCheckBox>
 #include <QFile>
-#include <QJsonArray>
-#include <QJsonDocument>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
@@ -84,13 +82,7 @@ protected:
             if (!entry.text.startsWith(QStringLiteral("INSERT INTO New..tbPatient"))) {
                 continue;
             }
-            QJsonArray values;
-            for (const auto& parameter : entry.parameters) {
-                values.append(parameter.toObject().value(QStringLiteral("value")));
-            }
-            rows.append(entry.text.section(QLatin1Char('('), 1, 1).section(QLatin1Char(')'), 0, 0) +
-                        QLatin1Char(' ') +
-                        QString::fromUtf8(QJsonDocument(values).toJson(QJsonDocument::Compact)));
+            rows.append(insertedRow(entry));
         }
         return rows;
     }
