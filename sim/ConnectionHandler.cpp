@@ -364,6 +364,8 @@ bool ConnectionHandler::runCall(const RpcCall& call, bool last) {
     });
     const auto outcome =
         m_player->play(response, ResponsePlayer::Mode::Procedure, outputs, last || m_batchAborted);
+    // The attention's acknowledgement is the request's last token: the calls after it are not run.
+    m_batchAborted = m_batchAborted || outcome == ResponsePlayer::Outcome::Cancelled;
     return afterPlay(static_cast<int>(outcome));
 }
 

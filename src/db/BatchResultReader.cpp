@@ -82,7 +82,9 @@ bool BatchResultReader::cancelIfWanted() {
         m_outcome.cancelled = true;
         m_outcome.succeeded = false;
     }
-    if (m_outcome.errorDescription.isEmpty()) {
+    // What the calls after a cancel report is its echo (the driver manager takes a cancel from
+    // another thread for a closed cursor: "Invalid cursor state"), not the statement's fault.
+    if (!m_outcome.connectionLost) {
         m_outcome.errorDescription = cancelledText;
     }
     return true;

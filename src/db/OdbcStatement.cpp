@@ -8,7 +8,10 @@
 #include <sql.h>
 #include <sqlext.h>
 
+#include <chrono>
 #include <cstring>
+#include <mutex>
+#include <utility>
 
 namespace qormin::db {
 
@@ -132,7 +135,23 @@ struct OdbcStatement::ParameterArray {
 
 static_assert(sizeof(SQLULEN) == sizeof(unsigned long) && sizeof(SQLUSMALLINT) == sizeof(unsigned short));
 
-OdbcStatement::OdbcStatement(OdbcConnection& connection) {
+// Whether a call that waits for the server is under way, and whether another thread wants it
+// cancelled; the cancel is made under the same lock, so it never outlives that call.
+// A call that waits this long is taken to be blocked on the server. Only then does a cancel from
+// another thread go to the driver: FreeTDS takes a cancel that meets the end of the answer for
+// one still to be sent and sends it with the next request, which it then ends. Until then the
+// worker cancels from its own thread between calls, where FreeTDS has no such race.
+constexpr std::chrono::milliseconds blockedAfter{100};
+
+struct OdbcStatement::InterruptGate {
+    std::mutex mutex;
+    bool inCall = false;
+    std::chrono::steady_clock::time_point callStarted;
+    bool wanted = false;
+    bool cancelSent = false; // one cancel per run: a second attention would end the next request
+};
+
+OdbcStatement::OdbcStatement(OdbcConnection& connection) : m_interrupts(std::make_unique<InterruptGate>()) {
     SQLHSTMT handle = SQL_NULL_HSTMT;
     if (connection.handle() != nullptr &&
         SQL_SUCCEEDED(SQLAllocHandle(SQL_HANDLE_STMT, connection.handle(), &handle))) {
@@ -141,6 +160,7 @@ OdbcStatement::OdbcStatement(OdbcConnection& connection) {
 }
 
 OdbcStatement::~OdbcStatement() {
+    const std::lock_guard lock(m_interrupts->mutex);
     if (m_handle != nullptr) {
         SQLFreeHandle(SQL_HANDLE_STMT, m_handle);
     }
@@ -155,26 +175,44 @@ void OdbcStatement::setQueryTimeout(int seconds) {
                     reinterpret_cast<SQLPOINTER>(static_cast<SQLULEN>(seconds)), 0);
 }
 
+template <typename Call> short OdbcStatement::waitingCall(Call call) {
+    {
+        const std::lock_guard lock(m_interrupts->mutex);
+        m_lastCallSkipped = m_interrupts->wanted;
+        if (m_lastCallSkipped) {
+            return SQL_ERROR;
+        }
+        m_interrupts->inCall = true;
+        m_interrupts->callStarted = std::chrono::steady_clock::now();
+    }
+    const short rc = call();
+    const std::lock_guard lock(m_interrupts->mutex);
+    m_interrupts->inCall = false;
+    return rc;
+}
+
 short OdbcStatement::execDirect(const QString& sql) {
     auto text = toSqlWide(sql);
-    return SQLExecDirectW(m_handle, text.data(), static_cast<SQLINTEGER>(text.size() - 1));
+    return waitingCall(
+        [&] { return SQLExecDirectW(m_handle, text.data(), static_cast<SQLINTEGER>(text.size() - 1)); });
 }
 
 short OdbcStatement::prepare(const QString& sql) {
+    m_lastCallSkipped = false;
     auto text = toSqlWide(sql);
     return SQLPrepareW(m_handle, text.data(), static_cast<SQLINTEGER>(text.size() - 1));
 }
 
 short OdbcStatement::execute() {
-    return SQLExecute(m_handle);
+    return waitingCall([this] { return SQLExecute(m_handle); });
 }
 
 short OdbcStatement::moreResults() {
-    return SQLMoreResults(m_handle);
+    return waitingCall([this] { return SQLMoreResults(m_handle); });
 }
 
 short OdbcStatement::fetch() {
-    return SQLFetch(m_handle);
+    return waitingCall([this] { return SQLFetch(m_handle); });
 }
 
 int OdbcStatement::resultColumnCount() {
@@ -379,14 +417,44 @@ qint64 OdbcStatement::rowCount() {
 }
 
 bool OdbcStatement::cancel() {
+    {
+        const std::lock_guard lock(m_interrupts->mutex);
+        if (std::exchange(m_interrupts->cancelSent, true)) {
+            return true;
+        }
+    }
     return SQL_SUCCEEDED(SQLCancel(m_handle));
 }
 
+void OdbcStatement::interrupt() {
+    const std::lock_guard lock(m_interrupts->mutex);
+    m_interrupts->wanted = true;
+    const bool blocked =
+        m_interrupts->inCall && std::chrono::steady_clock::now() - m_interrupts->callStarted >= blockedAfter;
+    if (blocked && !m_interrupts->cancelSent && m_handle != nullptr) {
+        m_interrupts->cancelSent = true;
+        SQLCancel(m_handle);
+    }
+}
+
+void OdbcStatement::clearInterrupt() {
+    const std::lock_guard lock(m_interrupts->mutex);
+    m_interrupts->wanted = false;
+    m_interrupts->cancelSent = false;
+}
+
 void OdbcStatement::closeCursor() {
+    m_lastCallSkipped = false;
     SQLFreeStmt(m_handle, SQL_CLOSE);
 }
 
 std::vector<OdbcDiagnostic> OdbcStatement::diagnostics() const {
+    if (m_lastCallSkipped) {
+        OdbcDiagnostic skipped;
+        skipped.sqlState = QStringLiteral("HY008");
+        skipped.text = QStringLiteral("Operation was cancelled");
+        return {skipped};
+    }
     return readDiagnostics(SQL_HANDLE_STMT, m_handle);
 }
 

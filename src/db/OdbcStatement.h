@@ -13,7 +13,7 @@ namespace qormin::db {
 class OdbcConnection;
 
 // Owns one ODBC statement handle and every buffer bound to it. All calls come from the thread
-// that runs the statement, except cancel(), which another thread may call while it runs.
+// that runs the statement, except interrupt(), which another thread may call at any time.
 class OdbcStatement {
 public:
     explicit OdbcStatement(OdbcConnection& connection);
@@ -36,7 +36,15 @@ public:
     // The current row's value of a column (0-based, read in order); an invalid QVariant for NULL.
     QVariant value(int index, const ColumnInfo& column);
     qint64 rowCount();
+    // From the thread that runs the statement, between calls.
     bool cancel();
+    // From another thread. The driver manager is not safe for a cancel that overlaps any call on
+    // the statement but the ones that wait for the server, so only a call that has been waiting
+    // a while (execute, fetch, next result) is cancelled, and anything else is left alone: the
+    // statement's next such call then fails as cancelled without being made, until
+    // clearInterrupt(). Called again, it cancels a call that has come to wait since.
+    void interrupt();
+    void clearInterrupt();
     void closeCursor();
     std::vector<OdbcDiagnostic> diagnostics() const;
 
@@ -69,7 +77,12 @@ private:
     QVariant readBinary(int column);
     QVariant readTime(int column);
 
+    struct InterruptGate;
+    template <typename Call> short waitingCall(Call call);
+
     void* m_handle = nullptr;
+    std::unique_ptr<InterruptGate> m_interrupts;
+    bool m_lastCallSkipped = false;
     int m_queryTimeout = -1;
     std::vector<char> m_scratch;
     std::vector<std::unique_ptr<BoundParameter>> m_parameters;

@@ -83,7 +83,7 @@ void RequestProgressPoller::stop() {
     std::lock_guard lock(m_shared->mutex);
     m_shared->stopping = true;
     if (m_shared->running != nullptr)
-        m_shared->running->cancel();
+        m_shared->running->interrupt();
     m_shared->wake.notify_all();
 }
 

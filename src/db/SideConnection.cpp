@@ -10,6 +10,7 @@
 #include <QCoreApplication>
 #include <QEventLoop>
 #include <QThread>
+#include <QTimer>
 
 #include <sql.h>
 #include <sqlext.h>
@@ -39,6 +40,7 @@ constexpr size_t rowsPerRequest = 100;
 // part of it is watched without sleeping at all: most small statements end within it.
 constexpr std::chrono::milliseconds quietWait{2};
 constexpr std::chrono::microseconds watchedWait{200};
+constexpr std::chrono::milliseconds cancelRetryInterval{50};
 
 bool canWaitInEventLoop() {
     return QCoreApplication::instance() != nullptr && QThread::currentThread()->eventDispatcher() != nullptr;
@@ -259,7 +261,7 @@ struct SideConnection::Worker {
     std::mutex messagesMutex;
     std::deque<ServerMessage> messages;
 
-    std::mutex runningMutex; // guards running
+    std::mutex runningMutex; // guards running and the owner's cancel followers
     OdbcStatement* running = nullptr;
     std::atomic<bool> cancelRequested{false};
 
@@ -283,12 +285,19 @@ void SideConnection::runOnWorker(std::function<void()> job) {
     });
     watchBriefly(completion->done, watchedWait);
     std::unique_lock lock(completion->mutex);
+    const auto finished = [&completion] { return completion->finished; };
     if (!canWaitInEventLoop()) {
-        completion->finishedCondition.wait(lock, [&completion] { return completion->finished; });
-    } else if (!completion->finishedCondition.wait_for(lock, quietWait,
-                                                       [&completion] { return completion->finished; })) {
+        while (!completion->finishedCondition.wait_for(lock, cancelRetryInterval, finished)) {
+            lock.unlock();
+            retryCancel();
+            lock.lock();
+        }
+    } else if (!completion->finishedCondition.wait_for(lock, quietWait, finished)) {
         const EventLoopYield yield;
         QEventLoop loop;
+        QTimer retry;
+        QObject::connect(&retry, &QTimer::timeout, &retry, [this] { retryCancel(); });
+        retry.start(cancelRetryInterval);
         completion->loop = &loop;
         while (!completion->finished) {
             lock.unlock();
@@ -441,6 +450,7 @@ SideConnection::runOnWorkerThread(const std::function<OdbcStatement*()>& choose,
             outcome.cancelled = true;
             return outcome;
         }
+        statement.clearInterrupt();
         m_worker->running = &statement;
     }
     outcome = body(statement);
@@ -449,6 +459,7 @@ SideConnection::runOnWorkerThread(const std::function<OdbcStatement*()>& choose,
         m_worker->running = nullptr;
         m_worker->cancelRequested = false;
     }
+    statement.clearInterrupt();
     // A prepared statement keeps its bindings: binding anew would prepare it again.
     if (&statement == m_worker->statement.get()) {
         statement.resetParameters();
@@ -712,6 +723,7 @@ StatementOutcome SideConnection::fetchStream(int maxRows) {
             m_worker->readAhead = readStreamRows(*m_worker->stream, maxRows);
             m_worker->readAheadEnded = m_worker->streamEnded;
             setRunning(nullptr);
+            m_worker->stream->clearInterrupt();
         }
         --m_worker->pendingJobs;
     });
@@ -736,29 +748,40 @@ void SideConnection::closeStream() {
     m_lastFetchEnded = true;
 }
 
-// Two paths, because neither alone is reliable with FreeTDS: SQLCancel from this thread
-// interrupts a call that blocks in the driver (a statement that hangs), while the flag lets
-// the worker cancel between calls (a statement streaming messages), where a cross-thread
-// SQLCancel only closes the cursor and the batch would look finished.
+// Two paths, because neither alone is reliable with FreeTDS: the statement's interrupt cancels
+// a call that waits for the server (a statement that hangs) and only such a call, since the
+// driver manager is not safe for a cancel racing any other call on the statement; the flag lets
+// the worker cancel from its own thread between calls (a statement streaming messages).
 void SideConnection::cancel() {
+    std::lock_guard lock(m_worker->runningMutex);
     for (SideConnection* follower : m_cancelFollowers) {
         follower->cancel();
     }
-    std::lock_guard lock(m_worker->runningMutex);
     if (m_worker->pendingJobs == 0) {
         return;
     }
     m_worker->cancelRequested = true;
     if (m_worker->running != nullptr) {
-        m_worker->running->cancel();
+        m_worker->running->interrupt();
+    }
+}
+
+// A cancel reaches a call on the server only once it blocks there (OdbcStatement::interrupt), so
+// it is offered again while the caller waits.
+void SideConnection::retryCancel() {
+    std::lock_guard lock(m_worker->runningMutex);
+    if (m_worker->cancelRequested && m_worker->running != nullptr) {
+        m_worker->running->interrupt();
     }
 }
 
 void SideConnection::addCancelFollower(SideConnection* follower) {
+    std::lock_guard lock(m_worker->runningMutex);
     m_cancelFollowers.push_back(follower);
 }
 
 void SideConnection::removeCancelFollower(SideConnection* follower) {
+    std::lock_guard lock(m_worker->runningMutex);
     std::erase(m_cancelFollowers, follower);
 }
 

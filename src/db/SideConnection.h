@@ -87,7 +87,8 @@ public:
     void closeStream();
 
     // Cancels the statement that runs (or waits to run) on this side, and on the connections
-    // that follow its cancel; callable from the window thread while a call above waits.
+    // that follow its cancel; callable from any thread, typically the window's while a call
+    // above waits.
     void cancel();
     // A connection of this side's loop (a record loop's read connection) that a cancel of this
     // side cancels too, from when it is added until it is removed (before it goes).
@@ -131,6 +132,7 @@ private:
     void forwardMessage(const ServerMessage& message);
     StatementOutcome readStreamRows(OdbcStatement& statement, int maxRows);
     void setRunning(OdbcStatement* statement);
+    void retryCancel();
     bool runRowArray(OdbcStatement& statement, size_t bound, std::vector<StatementOutcome>& outcomes);
 
     int m_side;
