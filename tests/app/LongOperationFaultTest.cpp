@@ -64,7 +64,7 @@ const QByteArray rules = R"json(
   {"prefix": "SELECT  TRANSDATE FROM  ", "response": {"result": {
     "columns": ["d:datetime"], "rows": [["2020-07-01 08:00:00"]]}}})json";
 
-enum class Cut { AfterTokens, AfterRows, AtRow };
+enum class Cut { AfterTokens, AtRow };
 
 // One place in an operation's traffic where the link breaks; the name says which connection:
 // "read" the loop's second connection reading the source, "cursor" and "write" the side's own.
@@ -73,7 +73,7 @@ struct FaultPoint {
     int side;              // the server that connection talks to
     const char* statement; // the start of the statement whose answer breaks off
     Cut cut;
-    int places; // AfterTokens: tokens 0 .. places-1; AfterRows: rows 0 .. places-1; AtRow: rows 1 .. places
+    int places; // AfterTokens: tokens 0 .. places-1; AtRow: rows 1 .. places
 };
 
 struct FaultRun;
@@ -99,7 +99,9 @@ struct FaultRun {
     QString errors;  // txtErrs
     const SimTestServer* servers[2];
 
-    int place() const { return fault.place; }
+    // The row at the fault; for a read cut after n tokens (the column description, then one
+    // token per row), the number of rows that arrived.
+    int place() const { return fault.point->cut == Cut::AtRow ? fault.place : std::max(fault.place - 1, 0); }
     bool at(const char* point) const { return QLatin1String(fault.point->name) == QLatin1String(point); }
     int sent(int side, const QString& start) const {
         return int(servers[side]
@@ -135,7 +137,7 @@ void checkRestore(const FaultRun& run) {
 
 // "copied" counts the rows that arrived; each one that did not go in, and a broken read, is an error.
 void checkCopyByRecord(const FaultRun& run) {
-    const bool read = run.at("readAfterRow");
+    const bool read = run.at("readCutAfterToken");
     EXPECT_TRUE(run.log.contains(counted("copied %1", read ? run.place() : rows)))
         << run.log.join(u'\n').toStdString();
     EXPECT_TRUE(run.log.contains(counted("errors %1", read ? 1 : rows - run.place() + 1)))
@@ -199,12 +201,12 @@ const Operation operations[] = {
      checkRestore},
     {"copyByRecord",
      "dblclick GridDB(0) 1\nclick cmdCopyTables\n",
-     {{"readAfterRow", left, "SELECT * FROM Billing..tbCash", Cut::AfterRows, rows + 1},
+     {{"readCutAfterToken", left, "SELECT * FROM Billing..tbCash", Cut::AfterTokens, rows + 2},
       {"writeAtInsertOfRow", left, "INSERT INTO Billing2..tbCash", Cut::AtRow, rows}},
      checkCopyByRecord},
     {"copyById",
      "select GridDB(0) 1\nclick cmdCopybyRecID\n",
-     {{"readAfterRow", right, "select * from Billing..tbCash where", Cut::AfterRows, rows + 1},
+     {{"readCutAfterToken", right, "select * from Billing..tbCash where", Cut::AfterTokens, rows + 2},
       {"writeAtLookupOfRow", left, "Select * from   Billing..tbCash", Cut::AtRow, rows},
       {"writeAtInsertOfRow", left, "INSERT INTO Billing..tbCash", Cut::AtRow, rows}},
      checkCopyById},
@@ -218,7 +220,7 @@ const Operation operations[] = {
     {"migration",
      "open frmMigrateData\nclick frmMigrateData.cmdStart\nprint frmMigrateData.lblStatus\n"
      "print frmMigrateData.txtLog\n",
-     {{"readAfterRow", right, "SELECT * FROM Billing..tbCash", Cut::AfterRows, rows + 1},
+     {{"readCutAfterToken", right, "SELECT * FROM Billing..tbCash", Cut::AfterTokens, rows + 2},
       {"writeAtLookupOfRow", left, "SELECT * FROM Billing..tbCopy WHERE", Cut::AtRow, rows},
       {"writeAtInsertOfRow", left, "INSERT INTO Billing..tbCopy", Cut::AtRow, rows}},
      checkMigration},
@@ -254,9 +256,6 @@ QByteArray faultRule(const FaultCase& fault) {
     switch (point.cut) {
     case Cut::AfterTokens:
         rule.insert(QStringLiteral("dropAfterTokens"), fault.place);
-        break;
-    case Cut::AfterRows: // the column description, then the rows
-        rule.insert(QStringLiteral("dropAfterTokens"), 1 + fault.place);
         break;
     case Cut::AtRow:
         rule.insert(QStringLiteral("onlyMatch"), fault.place);
