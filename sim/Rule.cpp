@@ -15,6 +15,15 @@ const std::vector<ResponseStep>& Rule::answer() const {
 
 std::optional<QStringList> Rule::matches(const QString& statement, const QString& currentDatabase,
                                          const Parameters& arrived) const {
+    auto captures = matchesText(statement, currentDatabase, arrived);
+    if (captures && onlyMatch && matchesSeen->fetch_add(1) + 1 != *onlyMatch) {
+        return std::nullopt;
+    }
+    return captures;
+}
+
+std::optional<QStringList> Rule::matchesText(const QString& statement, const QString& currentDatabase,
+                                             const Parameters& arrived) const {
     if (!database.isEmpty() && database.compare(currentDatabase, Qt::CaseInsensitive) != 0) {
         return std::nullopt;
     }

@@ -33,6 +33,13 @@ struct Rule {
     std::vector<std::vector<ResponseStep>> turns;
     std::shared_ptr<std::atomic<int>> turnsPlayed = std::make_shared<std::atomic<int>>(0);
     std::optional<AnswerCut> cut;
+    // A cut without a response of its own cuts the answer the statement gets otherwise (a
+    // built-in statement's, a later rule's, the default), so a fault can be placed in any answer.
+    bool cutsOtherAnswer = false;
+    // "onlyMatch": the rule applies to that match only (from 1, over every connection of the
+    // server), so one row of a loop can be singled out; the other matches pass it by.
+    std::optional<int> onlyMatch;
+    std::shared_ptr<std::atomic<int>> matchesSeen = std::make_shared<std::atomic<int>>(0);
 
     using Parameters = std::map<QString, QVariant>;
     // The captures ("{0}" the whole match, "{1}".. groups) when the rule applies.
@@ -40,6 +47,10 @@ struct Rule {
     const std::vector<ResponseStep>& answer() const;
     std::optional<QStringList> matches(const QString& statement, const QString& currentDatabase,
                                        const Parameters& arrived = {}) const;
+
+private:
+    std::optional<QStringList> matchesText(const QString& statement, const QString& currentDatabase,
+                                           const Parameters& arrived) const;
 };
 
 } // namespace qormin::sim

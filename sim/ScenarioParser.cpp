@@ -137,11 +137,11 @@ std::optional<ScenarioData> ScenarioParser::parse(const QByteArray& json) {
 }
 
 bool ScenarioParser::parseRule(const QJsonObject& object, Rule& rule) {
-    if (!checkKeys(object,
-                   {QStringLiteral("exact"), QStringLiteral("prefix"), QStringLiteral("regex"),
-                    QStringLiteral("caseSensitive"), QStringLiteral("database"),
-                    QStringLiteral("dropAfterTokens"), QStringLiteral("stallAfterTokens"),
-                    QStringLiteral("parameters"), QStringLiteral("response"), QStringLiteral("responses")})) {
+    if (!checkKeys(object, {QStringLiteral("exact"), QStringLiteral("prefix"), QStringLiteral("regex"),
+                            QStringLiteral("caseSensitive"), QStringLiteral("database"),
+                            QStringLiteral("dropAfterTokens"), QStringLiteral("stallAfterTokens"),
+                            QStringLiteral("parameters"), QStringLiteral("onlyMatch"),
+                            QStringLiteral("response"), QStringLiteral("responses")})) {
         return false;
     }
     const QJsonObject parameters = object.value(QLatin1String("parameters")).toObject();
@@ -176,6 +176,15 @@ bool ScenarioParser::parseRule(const QJsonObject& object, Rule& rule) {
                     .arg(QLatin1String(key)));
         }
         rule.cut = AnswerCut{kind, tokens};
+    }
+    rule.cutsOtherAnswer = rule.cut && !object.contains(QLatin1String("response")) &&
+                           !object.contains(QLatin1String("responses"));
+    if (object.contains(QLatin1String("onlyMatch"))) {
+        const int match = object.value(QLatin1String("onlyMatch")).toInt(0);
+        if (match < 1) {
+            return fail(QStringLiteral("\"onlyMatch\" is the number of a match, from 1"));
+        }
+        rule.onlyMatch = match;
     }
     if (rule.match == Rule::Match::Regex) {
         QRegularExpression::PatternOptions options = QRegularExpression::DotMatchesEverythingOption;

@@ -68,6 +68,24 @@ StatementResolver::StatementResolver(const ScenarioData& scenario, Session& sess
     : m_scenario(scenario), m_session(session) {}
 
 Response StatementResolver::resolve(const QString& text, const Parameters& parameters) {
+    const std::optional<AnswerCut> cut = cutFor(text, parameters);
+    Response response = answer(text, parameters);
+    if (cut) {
+        response.cut = cut;
+    }
+    return response;
+}
+
+std::optional<AnswerCut> StatementResolver::cutFor(const QString& text, const Parameters& parameters) const {
+    for (const auto& rule : m_scenario.rules) {
+        if (rule.cutsOtherAnswer && rule.matches(text, m_session.database, parameters)) {
+            return rule.cut;
+        }
+    }
+    return std::nullopt;
+}
+
+Response StatementResolver::answer(const QString& text, const Parameters& parameters) {
     if (const auto update = CursorStatement::parseUpdate(text)) {
         return updateCurrentRow(*update, parameters);
     }
@@ -79,6 +97,9 @@ Response StatementResolver::resolve(const QString& text, const Parameters& param
 
 Response StatementResolver::resolveByRules(const QString& text, const Parameters& parameters) const {
     for (const auto& rule : m_scenario.rules) {
+        if (rule.cutsOtherAnswer) {
+            continue;
+        }
         if (auto captures = rule.matches(text, m_session.database, parameters)) {
             return Response{rule.answer(), std::move(*captures), {}, rule.cut};
         }

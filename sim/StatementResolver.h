@@ -14,7 +14,7 @@ struct ScenarioData;
 struct Session;
 
 // Decides the answer to a statement: cursor statements natively, then the scenario's rules in
-// order, then USE, then the scenario's default.
+// order, then USE, then the scenario's default; a rule that only cuts cuts whichever it is.
 class StatementResolver {
 public:
     using Parameters = std::map<QString, QVariant>; // key: lower-case name with "@"
@@ -26,6 +26,8 @@ public:
     Response resolveByRules(const QString& text, const Parameters& parameters = {}) const;
 
 private:
+    std::optional<AnswerCut> cutFor(const QString& text, const Parameters& parameters) const;
+    Response answer(const QString& text, const Parameters& parameters);
     std::optional<Response> useDatabase(const QString& text) const;
     Response runCursorBatch(const std::vector<CursorStatement>& statements);
     void declareCursor(const CursorStatement& statement, Response& response);

@@ -86,6 +86,7 @@ bool RecordReader::openStream() {
         m_error = QStringLiteral("Not run (script only)");
         return false;
     }
+    m_readCounted = false;
     m_reading = std::make_unique<SideConnection>(m_side.sideIndex());
     m_reading->setCommandTimeout(m_side.commandTimeout());
     // Cancel on the side reaches the read too: a read that stalls would otherwise hold the loop.
@@ -93,12 +94,14 @@ bool RecordReader::openStream() {
     const ConnectOutcome connected = m_reading->open(m_side.connectionString(), m_side.loginTimeout());
     if (!connected.connected) {
         m_error = connected.errorDescription;
+        countRead(false);
         dropReading();
         return false;
     }
     StatementOutcome outcome = m_reading->openStream(text);
     if (!outcome.succeeded) {
         m_error = outcome.errorDescription;
+        countRead(false);
         dropReading();
         return false;
     }
@@ -122,12 +125,27 @@ bool RecordReader::fetchStreamChunk() {
     m_atEnd = m_reading->streamEnded();
     takeRows(outcome);
     if (outcome.succeeded) {
+        if (m_atEnd) {
+            countRead(true);
+        }
         return true;
     }
     // The rows read before the failure are still walked; the loop learns of it from error().
     m_error = outcome.errorDescription;
     m_atEnd = true;
+    countRead(false);
     return !m_chunk.empty();
+}
+
+// The read is one statement of the side's loop, though it runs on a connection of its own: it
+// counts in the side's tally (and so in a batch run's exit status) once, when it ends, as failed
+// when any part of it failed. Emitted as the side's own signal, which the tally listens to.
+void RecordReader::countRead(bool succeeded) {
+    if (!m_reading || m_readCounted) {
+        return;
+    }
+    m_readCounted = true;
+    Q_EMIT m_side.statementFinished(m_side.sideIndex(), succeeded);
 }
 
 bool RecordReader::fetchCursorChunk() {
@@ -285,6 +303,7 @@ void RecordReader::close() {
     m_onRow = false;
     m_chunk.clear();
     if (m_reading) {
+        countRead(true); // left before its end: what was read, was read
         m_reading->closeStream();
         m_reading->close();
         dropReading();

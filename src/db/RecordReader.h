@@ -73,6 +73,7 @@ private:
     bool fetchCursorChunk();
     bool fetchStreamChunk();
     void takeRows(StatementOutcome& outcome);
+    void countRead(bool succeeded);
 
     SideConnection& m_side;
     std::unique_ptr<SideConnection> m_reading; // read-only readers: the second connection
@@ -89,6 +90,7 @@ private:
     size_t m_position = 0;
     bool m_onRow = false;
     qint64 m_rowsRead = 0;
+    bool m_readCounted = false;
 };
 
 } // namespace qormin::db

@@ -89,14 +89,15 @@ StatementOutcome outcomeOfCall(OdbcStatement& statement, short rc) {
 // row as run at its DONE; when the response ends early (an error that ends the whole request)
 // it still reports one more row, as succeeded, that never ran. That row is dropped; when it is
 // the last row of all, the rows' counts tell whether it ran (an INSERT that ran counts a row).
+// A request cut short by a lost link or a cancel gets that extra row too, even at the last row.
 std::vector<OdbcStatement::RowStatus> rowsTheServerRan(std::vector<OdbcStatement::RowStatus> statuses,
-                                                       size_t bound, qint64 rowsAffected) {
+                                                       size_t bound, qint64 rowsAffected, bool cutShort) {
     using Status = OdbcStatement::RowStatus;
     statuses.erase(std::find(statuses.begin(), statuses.end(), Status::NotRun), statuses.end());
     if (statuses.empty() || statuses.back() != Status::Succeeded) {
         return statuses;
     }
-    if (statuses.size() < bound) {
+    if (statuses.size() < bound || cutShort) {
         statuses.pop_back();
         return statuses;
     }
@@ -609,7 +610,8 @@ bool SideConnection::runRowArray(OdbcStatement& statement, size_t bound,
             forwardMessage(diagnostic.toServerMessage());
         }
     }
-    const auto ran = rowsTheServerRan(statement.rowStatuses(), bound, rowsAffected);
+    const bool cutShort = !requestOutcome(diagnostics, false, m_worker->cancelRequested).succeeded;
+    const auto ran = rowsTheServerRan(statement.rowStatuses(), bound, rowsAffected, cutShort);
     for (size_t row = 0; row < ran.size(); ++row) {
         const bool failed = ran[row] == OdbcStatement::RowStatus::Failed;
         outcomes.push_back(failed ? failedOutcome(rowError(diagnostics, static_cast<qint64>(row) + 1))

@@ -182,7 +182,14 @@ void CopyByIdTools::copyMissingRecords(const QString& database, const QString& t
             }
         }
         // A field the left table lacks or cannot take is left out; the record still counts.
-        writer->addRowByName(names, records.row());
+        const db::RowWrite written = writer->addRowByName(names, records.row());
+        // A lost link is no refused field: the record did not go in, nor would the rest, so the
+        // table's copy ends there, as when a look-up fails, without a count that claims it.
+        if (!access.IsConnected(leftSide)) {
+            access.LogError(written.lastError + QLatin1Char(' ') +
+                            Statements::qualifiedTable(database, table));
+            return;
+        }
     }
     if (!records.error().isEmpty()) {
         access.LogError(records.error() + QLatin1Char(' ') + rangeQuery);

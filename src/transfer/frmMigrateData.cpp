@@ -348,7 +348,8 @@ void frmMigrateData::copyRows(db::RecordReader& reader, db::RecordWriter& writer
     }
 }
 
-// False when the operator answered No: the run ends.
+// False when the run ends: the operator answered No, or the link to the destination was lost
+// (every row after it would fail the same way).
 bool frmMigrateData::copyRow(db::RecordReader& reader, db::RecordWriter& writer,
                              const QList<Mapping>& mappings, int keyColumn) {
     const QString key = Statements::valueText(reader.value(keyColumn));
@@ -360,7 +361,7 @@ bool frmMigrateData::copyRow(db::RecordReader& reader, db::RecordWriter& writer,
         m_access.side(destinationSide).execute(lookup, db::ResultRetention::FirstResultSet);
     if (!found.succeeded) {
         log(found.errorDescription + QLatin1Char(' ') + lookup);
-        return true;
+        return m_access.IsConnected(destinationSide);
     }
     if (!found.resultSets.empty() && !found.resultSets.front().rows.empty()) {
         show(Statements::alreadyExistsLine(key));
@@ -413,6 +414,11 @@ bool frmMigrateData::saveRow(db::RecordWriter& writer, const QList<Mapping>& map
     }
     if (written.errors == 0) {
         return true;
+    }
+    // A lost link is not a field the operator could skip: no question, the run ends.
+    if (!m_access.IsConnected(destinationSide)) {
+        log(written.lastError + QLatin1Char(' ') + m_tableDest->text());
+        return false;
     }
     const QString refused = db::RecordWriter::refusedColumn(written.lastError);
     const Mapping* failing = &mappings.front();

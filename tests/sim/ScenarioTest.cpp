@@ -42,6 +42,8 @@ INSTANTIATE_TEST_SUITE_P(
                     "rules[0]: \"dropAfterTokens\""},
         BadScenario{R"j({"rules": [{"exact": "a", "dropAfterTokens": 1, "stallAfterTokens": 1}]})j",
                     "one cut at most"},
+        BadScenario{R"j({"rules": [{"exact": "a", "onlyMatch": 0, "dropAfterTokens": 0}]})j",
+                    "rules[0]: \"onlyMatch\" is the number of a match"},
         BadScenario{R"j({"rules": [{"exact": "a", "response": {}, "responses": [{}]}]})j",
                     "rules[0]: \"responses\" is a list"},
         BadScenario{R"j({"rules": [{"exact": "a", "responses": [{"rows": 1}]}]})j",
