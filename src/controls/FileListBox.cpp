@@ -88,16 +88,18 @@ void FileListBox::startListing(const QString& path) {
 
 void FileListBox::pollListing() {
     std::optional<QStringList> names;
+    bool answered = false;
     {
         const std::lock_guard lock(m_listing->mutex);
-        if (!m_listing->answered) {
-            if (m_listingSince.elapsed() >= listingLimit.count()) {
-                setSilentFolder(m_listingPath);
-                m_listingPoll->setInterval(silentPollMilliseconds);
-            }
-            return;
-        }
+        answered = m_listing->answered;
         names = std::move(m_listing->names);
+    }
+    if (!answered) {
+        if (m_listingSince.elapsed() >= listingLimit.count()) {
+            setSilentFolder(m_listingPath);
+            m_listingPoll->setInterval(silentPollMilliseconds);
+        }
+        return;
     }
     m_listing.reset();
     m_listingPoll->stop();
