@@ -3,14 +3,17 @@
 #include "WindowHarness.h"
 
 #include "app/LogView.h"
+#include "app/RunningWorkStopper.h"
 #include "controls/FileListBox.h"
 #include "controls/FlexGrid.h"
+#include "db/EventLoopYield.h"
 #include "db/LogBuffer.h"
 #include "db/ServerAccess.h"
 #include "platform/SettingsStore.h"
 
 #include <QApplication>
 #include <QCheckBox>
+#include <QDeadlineTimer>
 #include <QEventLoop>
 #include <QFile>
 #include <QLabel>
@@ -265,5 +268,38 @@ const CloseCase closeCases[] = {
 
 INSTANTIATE_TEST_SUITE_P(Close, CloseWhileRunningTest, testing::ValuesIn(closeCases),
                          [](const auto& testInfo) { return std::string(testInfo.param.name); });
+
+} // namespace qormin::test
+
+namespace qormin::test {
+
+// A handler that takes no notice of Cancel or STOP: after Yes the window waits for it no longer
+// than the stopper's limit, says so in the log and closes anyway.
+TEST_F(HandlerGateTest, handlerThatDoesNotEndAfterItsCancelIsLoggedAndTheWindowClosesAnyway) {
+    window().workStopper().setLimit(std::chrono::milliseconds(200));
+    window().registerWindow(QStringLiteral("frmStubborn"), [](QWidget* parent) {
+        auto* form = new QWidget(parent);
+        auto* go = new QPushButton(QStringLiteral("Go"), form);
+        go->setObjectName(QStringLiteral("cmdGo"));
+        QObject::connect(go, &QPushButton::clicked, form, [form] {
+            const QDeadlineTimer giveUp(20000);
+            while (form->isVisible() && !giveUp.hasExpired()) {
+                const db::EventLoopYield yield;
+                QEventLoop wait;
+                QTimer::singleShot(10, &wait, &QEventLoop::quit);
+                wait.exec();
+            }
+        });
+        return form;
+    });
+    QWidget* form = window().openWindow(QStringLiteral("frmStubborn"));
+    QTimer::singleShot(100, form, [form] { form->close(); });
+    const BatchResult result = m_harness.runBatch(QStringLiteral("answer yes\nclick frmStubborn.cmdGo\n"));
+    EXPECT_TRUE(result.output.contains(QStringLiteral("MSGBOX: frmStubborn: Go is still running.")))
+        << result.output.toStdString();
+    EXPECT_FALSE(form->isVisible());
+    EXPECT_TRUE(window().serverAccess().log().text().contains(
+        QStringLiteral("frmStubborn: Go did not end within 10 s of its cancel; the window closes anyway.")));
+}
 
 } // namespace qormin::test
