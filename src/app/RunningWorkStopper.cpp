@@ -35,8 +35,14 @@ void RunningWorkStopper::setLimit(std::chrono::milliseconds limit) {
     m_limit->setInterval(limit);
 }
 
+// A handler is on the window thread's stack while the gate says so, and also while it shows a
+// message box (a nested loop that opens no yield).
+bool RunningWorkStopper::handlerOnStack() const {
+    return m_gate.busy() || QThread::currentThread()->loopLevel() > 1;
+}
+
 void RunningWorkStopper::stop() {
-    if (!m_gate.busy()) {
+    if (!handlerOnStack()) {
         Q_EMIT ended();
         return;
     }
@@ -58,7 +64,7 @@ void RunningWorkStopper::stop() {
 // Runs inside the handler's waits; the window's own loop (level 1, or none in batch mode) idle
 // and no yield open means the handler is over even when the gate had not shown it.
 void RunningWorkStopper::cancelAgain() {
-    if (!m_gate.busy() && QThread::currentThread()->loopLevel() <= 1) {
+    if (!handlerOnStack()) {
         finish();
         return;
     }

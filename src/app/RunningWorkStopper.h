@@ -32,6 +32,7 @@ Q_SIGNALS:
     void overdue();
 
 private:
+    bool handlerOnStack() const;
     void cancelAgain();
     void finish();
 
