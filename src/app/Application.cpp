@@ -1,6 +1,8 @@
 #include "app/Application.h"
 
 #include "app/AppInfo.h"
+#include "app/CloseGuard.h"
+#include "app/RunningWorkStopper.h"
 #include "app/SettingsTable.h"
 #include "app/batch/BatchLogEcho.h"
 #include "app/batch/BatchMessageBoxService.h"
@@ -14,6 +16,7 @@
 #include "platform/PlatformServices.h"
 #include "platform/ProcessShellService.h"
 #include "platform/SettingsStore.h"
+#include "platform/TerminationRequests.h"
 #include "platform/WidgetMessageBoxService.h"
 
 #include "app/DemoServer.h"
@@ -28,7 +31,10 @@
 #include <QTemporaryDir>
 #include <QTextStream>
 #include <QTimer>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <functional>
 
 namespace qormin::app {
 
@@ -136,8 +142,12 @@ void storeDemoLogins(platform::SettingsStore& settings, const QString& address) 
     }
 }
 
+// How the program ends when the handler under way did not end after its cancel: it is still on
+// the window thread's stack, so nothing can return through it.
+using EndNow = std::function<void(int status)>;
+
 int runBatch(frmMain& window, BatchMessageBoxService& boxes, const Options& options, QTextStream& output,
-             QTextStream& errors) {
+             QTextStream& errors, platform::TerminationRequests& termination, const EndNow& endNow) {
     QFile file(options.batchFile);
     const bool opened = options.batchFile == u"-" ? file.open(stdin, QIODevice::ReadOnly | QIODevice::Text)
                                                   : file.open(QIODevice::ReadOnly | QIODevice::Text);
@@ -153,8 +163,14 @@ int runBatch(frmMain& window, BatchMessageBoxService& boxes, const Options& opti
     window.serverAccess().log().setLineLimit(batchLogLineLimit);
     window.serverAccess().errors().setLineLimit(batchLogLineLimit);
     BatchRunner runner(window, boxes, output, errors, output);
+    runner.watch(termination);
+    const QMetaObject::Connection overdue =
+        QObject::connect(&window.workStopper(), &RunningWorkStopper::overdue, &window,
+                         [&runner, &endNow] { endNow(runner.abandon()); });
     window.Form_Load();
-    return runner.run(input);
+    const int status = runner.run(input);
+    QObject::disconnect(overdue);
+    return status;
 }
 
 bool savePicture(QWidget& window, const QString& file, QTextStream& errors) {
@@ -225,8 +241,15 @@ int runApplication(int argc, char** argv) {
         options->dataDirectory};
     frmMain window(services);
     widgetBoxes.setParentWindow(&window);
+    platform::TerminationRequests termination;
+    const EndNow endNow = [&demo, &output](int status) {
+        output.flush();
+        std::fflush(nullptr);
+        demo.reset();
+        std::_Exit(status);
+    };
     if (options->batch) {
-        const int status = runBatch(window, batchBoxes, *options, output, errors);
+        const int status = runBatch(window, batchBoxes, *options, output, errors, termination, endNow);
         saveScreenshot(window, options->screenshotFile, errors);
         return status;
     }
@@ -238,7 +261,17 @@ int runApplication(int argc, char** argv) {
                << " ms" << Qt::endl;
         return saveScreenshot(window, options->screenshotFile, errors) ? 0 : 1;
     }
-    return application.exec();
+    window.closeGuard().setOverdueEnd([&endNow] { endNow(BatchRunner::interruptedExitCode); });
+    bool terminated = false;
+    QObject::connect(&termination, &platform::TerminationRequests::requested, &window,
+                     [&window, &terminated](const QString& name) {
+                         terminated = true;
+                         window.closeGuard().closeWithoutAsking(
+                             QStringLiteral("Interrupted by ") + name +
+                             QStringLiteral(": the running statement is cancelled and the window closes."));
+                     });
+    const int status = application.exec();
+    return terminated ? BatchRunner::interruptedExitCode : status;
 }
 
 } // namespace qormin::app

@@ -1,6 +1,7 @@
 #include "app/DemoServer.h"
 
 #include "app/InstallLayout.h"
+#include "platform/ChildProcessLifetime.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
@@ -33,6 +34,8 @@ public:
         m_process.setArguments(
             {QStringLiteral("--scenario"), scenario, QStringLiteral("--port"), QStringLiteral("0")});
         m_process.setProcessChannelMode(QProcess::SeparateChannels);
+        // Killed or crashed, the tool must not leave its simulator listening.
+        platform::endWithThisProcess(m_process);
         m_process.start();
         if (!m_process.waitForStarted(startMilliseconds)) {
             error = program + QStringLiteral(": ") + m_process.errorString();

@@ -119,6 +119,14 @@ QString HandlerGate::statusText() const {
     return m_showing ? m_label + separator + elapsedText(m_since.elapsed()) : QString();
 }
 
+QString HandlerGate::runningLabel() const {
+    return m_showing ? m_label : QString();
+}
+
+QWidget* HandlerGate::runningWindow() const {
+    return m_showing ? m_runningWindow.data() : nullptr;
+}
+
 void HandlerGate::setStatementBusy(bool busy) {
     m_statementBusy = busy;
     updateCursor();
@@ -183,7 +191,7 @@ void HandlerGate::noticeRunning() {
     if (m_showing || !db::EventLoopYield::isOpen())
         return;
     const QWidget* control = m_lastInput.data();
-    showRun(control != nullptr ? describe(control, &m_main) : tr("Working"), m_lastInputTime);
+    showRun(control != nullptr ? describe(control, &m_main) : tr("Working"), m_lastInputTime, control);
 }
 
 // The window's own loop going idle means the handler has returned; nested loops of a handler
@@ -196,9 +204,10 @@ void HandlerGate::loopAboutToBlock() {
     endRun();
 }
 
-void HandlerGate::showRun(const QString& label, const QElapsedTimer& since) {
+void HandlerGate::showRun(const QString& label, const QElapsedTimer& since, const QWidget* control) {
     m_showing = true;
     m_label = label;
+    m_runningWindow = control != nullptr ? control->window() : nullptr;
     m_since = since.isValid() ? since : QElapsedTimer();
     if (!m_since.isValid())
         m_since.start();
@@ -209,9 +218,11 @@ void HandlerGate::showRun(const QString& label, const QElapsedTimer& since) {
 
 void HandlerGate::endRun() {
     m_showing = false;
+    m_runningWindow = nullptr;
     m_tick->stop();
     updateStatus();
     updateCursor();
+    Q_EMIT handlerEnded();
 }
 
 void HandlerGate::updateStatus() {
@@ -229,12 +240,12 @@ void HandlerGate::updateCursor() {
         QApplication::restoreOverrideCursor();
 }
 
-HandlerGate::Run::Run(HandlerGate& gate, const QString& label) : m_gate(gate) {
+HandlerGate::Run::Run(HandlerGate& gate, const QString& label, const QWidget* control) : m_gate(gate) {
     if (m_gate.m_runs++ > 0)
         return;
     QElapsedTimer now;
     now.start();
-    m_gate.showRun(label, now);
+    m_gate.showRun(label, now, control);
 }
 
 HandlerGate::Run::~Run() {

@@ -41,14 +41,19 @@ public:
     void setTabBar(QTabBar* tabs, std::function<bool(int index)> switchStartsHandler);
 
     bool busy() const;
-    QString statusText() const; // "Backup (left) — 00:42"; empty when nothing runs
+    QString statusText() const;   // "Backup (left) — 00:42"; empty when nothing runs
+    QString runningLabel() const; // "Backup (left)"; empty when nothing runs
+    // The window whose control started the running handler; null when nothing runs or when it
+    // was started without a control.
+    QWidget* runningWindow() const;
     // The per-statement wait cursor of the execution layer; the cursor waits while either is on.
     void setStatementBusy(bool busy);
 
     // A handler started without input, for its whole length.
     class Run {
     public:
-        Run(HandlerGate& gate, const QString& label);
+        // control: what the run stands for (a batch command's control), if any.
+        Run(HandlerGate& gate, const QString& label, const QWidget* control = nullptr);
         ~Run();
         Run(const Run&) = delete;
         Run& operator=(const Run&) = delete;
@@ -61,6 +66,10 @@ public:
     // caption for the tab strip, "frmHistorical: Start" inside a subsidiary window.
     static QString describe(const QWidget* control, const QWidget* mainWindow);
 
+Q_SIGNALS:
+    // The handler has returned: the window's event loop is idle again, or the last Run ended.
+    void handlerEnded();
+
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
@@ -70,7 +79,7 @@ private:
     bool isAllowedTabClick(const QWidget* widget, const QEvent* event) const;
     void noticeRunning();
     void loopAboutToBlock();
-    void showRun(const QString& label, const QElapsedTimer& since);
+    void showRun(const QString& label, const QElapsedTimer& since, const QWidget* control);
     void endRun();
     void updateStatus();
     void updateCursor();
@@ -87,6 +96,7 @@ private:
     int m_runs = 0;
     bool m_showing = false;
     QString m_label;
+    QPointer<QWidget> m_runningWindow;
     QElapsedTimer m_since;
     bool m_statementBusy = false;
     bool m_cursorWaiting = false;

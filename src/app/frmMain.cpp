@@ -1,10 +1,12 @@
 #include "app/frmMain.h"
 
 #include "app/AppInfo.h"
+#include "app/CloseGuard.h"
 #include "app/HandlerGate.h"
 #include "app/LogPanel.h"
 #include "app/LogView.h"
 #include "app/MainWindowStatements.h"
+#include "app/RunningWorkStopper.h"
 #include "app/ServerMessageView.h"
 #include "app/SettingsTable.h"
 #include "app/SideColumn.h"
@@ -112,9 +114,11 @@ struct frmMain::Parts {
     std::map<QString, std::function<QWidget*(QWidget*)>> windowFactories;
     std::map<QString, QPointer<QWidget>> windows;
     QTimer* Timer1 = nullptr;
-    QTimer* tmrDoEv = nullptr;
     QLabel* lblBusy = nullptr;
+    QLabel* lblFolders = nullptr;
     HandlerGate* gate = nullptr;
+    RunningWorkStopper* stopper = nullptr;
+    CloseGuard* closeGuard = nullptr;
     std::function<void(int)> clearConnections;
 };
 
@@ -228,6 +232,9 @@ void frmMain::buildGate() {
     p.lblBusy = new QLabel(this);
     p.lblBusy->setObjectName(QStringLiteral("lblBusy"));
     statusBar()->addWidget(p.lblBusy, 1);
+    p.lblFolders = new QLabel(this);
+    p.lblFolders->setObjectName(QStringLiteral("lblFolders"));
+    statusBar()->addPermanentWidget(p.lblFolders);
     p.gate = new HandlerGate(*this, *p.lblBusy);
     const std::array<QWidget*, 6> live{p.chkALL,
                                        p.chkStop,
@@ -238,6 +245,8 @@ void frmMain::buildGate() {
     for (QWidget* control : live)
         p.gate->allowWhileBusy(control);
     p.gate->setTabBar(p.SSTab1->tabBar(), [this](int index) { return pageSwitchStartsHandler(index); });
+    p.stopper = new RunningWorkStopper(*this, *p.gate);
+    p.closeGuard = new CloseGuard(*this, *p.gate, *p.stopper);
 }
 
 void frmMain::buildPages() {
@@ -340,10 +349,10 @@ void frmMain::connectHandlers() {
     p.Timer1->setObjectName(QStringLiteral("Timer1"));
     p.Timer1->setInterval(timer1Milliseconds);
     connect(p.Timer1, &QTimer::timeout, this, &frmMain::Timer1_Timer);
-    p.tmrDoEv = new QTimer(this);
-    p.tmrDoEv->setObjectName(QStringLiteral("tmrDoEv"));
-    p.tmrDoEv->setInterval(tmrDoEvMilliseconds);
-    connect(p.tmrDoEv, &QTimer::timeout, this, &frmMain::tmrDoEv_Timer);
+    for (controls::FileListBox* list : {p.FileA, p.FileB})
+        connect(list, &controls::FileListBox::silentFolderChanged, this, &frmMain::showSilentFolders);
+    // No tmrDoEv: it only turned the event loop, which the window's own loop does without it,
+    // and code turns the loop only through db::EventLoopYield, on which the handler gate relies.
 }
 
 void frmMain::Form_Load() {
@@ -388,7 +397,6 @@ void frmMain::Form_Load() {
     if (auto* innerTabs = findChild<QTabWidget*>(QStringLiteral("SSTab2")))
         innerTabs->setCurrentIndex(0);
     p.Timer1->start();
-    p.tmrDoEv->start();
 }
 
 void frmMain::loadSide(int side) {
@@ -490,13 +498,20 @@ bool frmMain::pageSwitchStartsHandler(int index) const {
     return index == restoreDirPage || m_parts->pageHooks.count(index) > 0;
 }
 
+// The backup folders are usually network mounts: they are listed off the window thread.
 void frmMain::Timer1_Timer() {
-    m_parts->FileA->Refresh();
-    m_parts->FileB->Refresh();
+    m_parts->FileA->RefreshInBackground();
+    m_parts->FileB->RefreshInBackground();
 }
 
-void frmMain::tmrDoEv_Timer() {
-    QCoreApplication::processEvents();
+void frmMain::showSilentFolders() {
+    QStringList silent;
+    for (const controls::FileListBox* list : {m_parts->FileA, m_parts->FileB}) {
+        if (!list->silentFolder().isEmpty())
+            silent.append(
+                tr("%1 does not answer; its list shows the files last read.").arg(list->silentFolder()));
+    }
+    m_parts->lblFolders->setText(silent.join(QStringLiteral("  ")));
 }
 
 void frmMain::txtRestoreDir_Change() {
@@ -671,6 +686,7 @@ QWidget* frmMain::openWindow(const QString& name) {
         window->setObjectName(name);
         window->setWindowFlag(Qt::Window);
         m_parts->gate->addWindow(window);
+        m_parts->closeGuard->addWindow(window);
     }
     window->show();
     window->raise();
@@ -680,6 +696,15 @@ QWidget* frmMain::openWindow(const QString& name) {
 QWidget* frmMain::findWindow(const QString& name) const {
     const auto window = m_parts->windows.find(name);
     return window == m_parts->windows.end() ? nullptr : window->second.data();
+}
+
+std::vector<QWidget*> frmMain::subsidiaryWindows() const {
+    std::vector<QWidget*> open;
+    for (const auto& [name, window] : m_parts->windows) {
+        if (!window.isNull() && window->isVisible())
+            open.push_back(window.data());
+    }
+    return open;
 }
 
 QString frmMain::serverText(int side) const {
@@ -702,6 +727,14 @@ void frmMain::setBusyCursor(bool busy) {
 
 HandlerGate& frmMain::handlerGate() {
     return *m_parts->gate;
+}
+
+CloseGuard& frmMain::closeGuard() {
+    return *m_parts->closeGuard;
+}
+
+RunningWorkStopper& frmMain::workStopper() {
+    return *m_parts->stopper;
 }
 
 void frmMain::allowWhileBusy(QWidget* control) {

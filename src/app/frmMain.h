@@ -5,6 +5,7 @@
 
 #include <QMainWindow>
 #include <memory>
+#include <vector>
 
 class QTabWidget;
 
@@ -14,7 +15,9 @@ struct PlatformServices;
 
 namespace qormin::app {
 
+class CloseGuard;
 class HandlerGate;
+class RunningWorkStopper;
 
 // The main window: two server columns, the shared controls, the tab strip SSTab1 with the tool
 // pages, and the log boxes. Handlers are named after their control and event; the pages of the
@@ -23,7 +26,6 @@ class frmMain : public QMainWindow, public window::MainWindowContext, public db:
     Q_OBJECT
 public:
     static constexpr int timer1Milliseconds = 5000;
-    static constexpr int tmrDoEvMilliseconds = 100;
 
     explicit frmMain(const platform::PlatformServices& services, QWidget* parent = nullptr);
     ~frmMain() override;
@@ -40,12 +42,15 @@ public:
     void Grid2_Click();
     void SSTab1_Click(int previousTab);
     void Timer1_Timer() override;
-    void tmrDoEv_Timer();
     void txtRestoreDir_Change();
 
     QTabWidget* SSTab1() const;
     // One handler at a time: batch mode starts its commands through it too.
     HandlerGate& handlerGate();
+    // Closing a window while a handler runs asks first (see CloseGuard).
+    CloseGuard& closeGuard();
+    // Ends the running handler on a close or a termination request.
+    RunningWorkStopper& workStopper();
     // Whether turning SSTab1 to that page runs a page hook.
     bool pageSwitchStartsHandler(int index) const;
 
@@ -92,6 +97,7 @@ public:
     QWidget* openWindow(const QString& name) override;
     void allowWhileBusy(QWidget* control) override;
     QWidget* findWindow(const QString& name) const;
+    std::vector<QWidget*> subsidiaryWindows() const; // the open ones
 
     // ServerAccessHost
     QString serverText(int side) const override;
@@ -114,6 +120,7 @@ private:
     void persistOnChange(QLineEdit* edit, const QString& control, int index);
     void loadSide(int side);
     void cmdSaveScript_Click();
+    void showSilentFolders();
 
     std::unique_ptr<Parts> m_parts;
 };

@@ -19,6 +19,7 @@ constexpr int executeCommandTimeout = 10000;
 constexpr int loginTimeoutSeconds = 15;
 
 const QString notRunText = QStringLiteral("Not run (script only)");
+const QString refusedText = QStringLiteral("Not run (cancelled)");
 
 bool isSide(int side) {
     return side == 0 || side == 1;
@@ -40,6 +41,7 @@ struct ServerAccess::State {
     QString driverOverride;
     QString detectedDriver;
     bool scriptOnly = false;
+    bool refusing = false;
     QStringList withheld;
     int loginTimeout = loginTimeoutSeconds;
     StatementTally tally;
@@ -103,6 +105,15 @@ bool ServerAccess::withhold(const QString& sql, bool logStatement) {
     m_state->withheld.append(sql);
     ++m_state->tally.withheld;
     return true;
+}
+
+void ServerAccess::refuseNewStatements(bool on) {
+    m_state->refusing = on;
+}
+
+void ServerAccess::refuse() {
+    m_state->lastError = refusedText;
+    ++m_state->tally.failed;
 }
 
 void ServerAccess::countFinished(bool succeeded) {
@@ -174,6 +185,13 @@ bool ServerAccess::ExecuteSQL(int side, const QString& sql) {
     host.setBusyCursor(true);
     m_state->lastError.clear();
     LogMessage(QStringLiteral("Running SQL.."));
+    if (m_state->refusing) {
+        LogMessage(sql);
+        host.setBusyCursor(false);
+        refuse();
+        LogMessage(refusedText);
+        return false;
+    }
     EnsureConnected(side);
     LogMessage(sql);
     if (withhold(sql, false)) {
@@ -197,6 +215,11 @@ bool ServerAccess::OpenRecordset(int side, const QString& sql, const QVariant& /
     }
     const SideInUse inUse(*m_state, side);
     auto& host = m_state->host;
+    if (m_state->refusing) {
+        refuse();
+        result = refusedText + QLatin1Char(' ') + sql;
+        return false;
+    }
     host.setBusyCursor(true);
     EnsureConnected(side);
     if (withhold(sql, true)) {

@@ -64,6 +64,10 @@ public:
 
     // Cancels the statement running on either side; it then fails like any failed statement.
     void cancelRunningStatement();
+    // While the running handler is being ended (a close, a termination request), the statements
+    // it goes on to start through ExecuteSQL and OpenRecordset are not sent: each fails at once,
+    // logged "Not run (cancelled)" and counted as failed.
+    void refuseNewStatements(bool on);
     bool isStatementRunning() const;
 
     // The ODBC driver used for Provider=SQLOLEDB; empty means found automatically.
@@ -105,6 +109,7 @@ private:
     class SideInUse;
 
     bool withhold(const QString& sql, bool logStatement);
+    void refuse();
     void countFinished(bool succeeded);
     ConnectOutcome openSide(int side, const QString& providerString);
 

@@ -4,12 +4,16 @@
 
 #include "platform/SettingsStore.h"
 
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
+#include <QTest>
 #include <array>
+#include <csignal>
+#include <functional>
 #include <gtest/gtest.h>
 
 namespace {
@@ -31,6 +35,40 @@ Finished runTool(const QStringList& arguments, const QByteArray& input,
     EXPECT_TRUE(process.waitForFinished(120000));
     return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
             QString::fromUtf8(process.readAllStandardError())};
+}
+
+bool waitFor(const std::function<bool()>& condition) {
+    const QDeadlineTimer deadline(60000);
+    while (!condition()) {
+        if (deadline.hasExpired())
+            return false;
+        QTest::qWait(20);
+    }
+    return true;
+}
+
+// The process named so whose parent is parent (from /proc), or 0.
+qint64 childProcess(qint64 parent, const QString& name) {
+    for (const QString& entry : QDir(QStringLiteral("/proc")).entryList(QDir::Dirs)) {
+        QFile stat(QStringLiteral("/proc/") + entry + QStringLiteral("/stat"));
+        if (!stat.open(QIODevice::ReadOnly))
+            continue;
+        const QString text = QString::fromLatin1(stat.readAll());
+        const qsizetype open = text.indexOf(u'(');
+        const qsizetype close = text.lastIndexOf(u')');
+        const QStringList fields = text.mid(close + 2).split(u' ');
+        if (text.mid(open + 1, close - open - 1) == name && fields.value(1).toLongLong() == parent)
+            return entry.toLongLong();
+    }
+    return 0;
+}
+
+bool processRuns(qint64 pid) {
+    QFile stat(QStringLiteral("/proc/") + QString::number(pid) + QStringLiteral("/stat"));
+    if (!stat.open(QIODevice::ReadOnly))
+        return false;
+    const QByteArray text = stat.readAll();
+    return !text.mid(text.lastIndexOf(')') + 2).startsWith('Z');
 }
 
 QByteArray readFile(const QString& path) {
@@ -103,6 +141,46 @@ TEST(ExecutableTest, demoConnectsBothSidesToASimulatorProcess) {
                                  "print lblDBCount(0)\nprint lblDBCount(1)\n");
     EXPECT_EQ(run.exitCode, 0) << run.errors.toStdString();
     EXPECT_TRUE(run.output.contains(QStringLiteral("\n18\n18\n"))) << run.output.toStdString();
+}
+
+// SIGTERM ends a batch run the way Cancel and STOP would: the hung statement is cancelled, no
+// further line runs, the summary closes the output with the interrupted status, and the demo's
+// simulator process ends with the tool.
+TEST(ExecutableTest, terminationCancelsTheRunningStatementAndEndsTheDemoSimulatorToo) {
+    const auto server = qormin::test::SimTestServer::fromJson(
+        R"json({"rules": [{"prefix": "BACKUP DATABASE Hung ", "response": {"hang": true}}]})json");
+    ASSERT_TRUE(server && server->isRunning());
+    QProcess tool;
+    tool.start(QStringLiteral(QORMIN_DBTOOLS_PATH),
+               {QStringLiteral("--demo"), QStringLiteral("--batch"), QStringLiteral("-")});
+    ASSERT_TRUE(tool.waitForStarted());
+    tool.write(
+        QStringLiteral(
+            "set txtServer(0) %1\nclick cmdConnect(0)\nset txtDB Hung\nclick cmdBackup(0)\nprint txtDB\n")
+            .arg(server->address())
+            .toUtf8());
+    tool.closeWriteChannel();
+    tool.waitForBytesWritten();
+    ASSERT_TRUE(waitFor(
+        [&] { return server->statements().join(u'\n').contains(QStringLiteral("BACKUP DATABASE Hung")); }));
+    const qint64 simulator = childProcess(tool.processId(), QStringLiteral("qormin-sim"));
+    ASSERT_NE(simulator, 0);
+    ::kill(static_cast<pid_t>(tool.processId()), SIGTERM);
+    ASSERT_TRUE(tool.waitForFinished(60000));
+    const QString output = QString::fromUtf8(tool.readAllStandardOutput());
+    EXPECT_EQ(tool.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(tool.exitCode(), 4) << output.toStdString();
+    EXPECT_TRUE(output.contains(
+        QStringLiteral("log: Interrupted by SIGTERM: the running statement is cancelled and the run ends.")))
+        << output.toStdString();
+    EXPECT_TRUE(output.contains(QStringLiteral("left log: Operation was cancelled"))) << output.toStdString();
+    // The log backup that follows is not sent.
+    EXPECT_TRUE(output.contains(QStringLiteral("left log: Not run (cancelled)"))) << output.toStdString();
+    EXPECT_EQ(server->statements().size(), 1);
+    EXPECT_FALSE(output.contains(QStringLiteral("\nHung\n"))) << output.toStdString();
+    EXPECT_TRUE(output.trimmed().section(u'\n', -1).endsWith(QStringLiteral("exit status 4")))
+        << output.toStdString();
+    EXPECT_TRUE(waitFor([&] { return !processRuns(simulator); }));
 }
 
 // Two instances saving fields into one settings file at the same time lose none of each

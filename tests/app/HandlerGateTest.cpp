@@ -3,13 +3,17 @@
 #include "WindowHarness.h"
 
 #include "app/LogView.h"
+#include "app/RunningWorkStopper.h"
 #include "controls/FileListBox.h"
 #include "controls/FlexGrid.h"
+#include "db/EventLoopYield.h"
 #include "db/LogBuffer.h"
 #include "db/ServerAccess.h"
+#include "platform/SettingsStore.h"
 
 #include <QApplication>
 #include <QCheckBox>
+#include <QDeadlineTimer>
 #include <QEventLoop>
 #include <QFile>
 #include <QLabel>
@@ -35,6 +39,7 @@ const QByteArray scenario = R"json({
     {"exact": "SELECT name FROM sys.databases where database_id >= 5 order by name ",
      "response": {"result": {"columns": ["name:nvarchar(128)"], "rows": [["Billing"], ["Patient_Data"]]}}},
     {"prefix": "BACKUP DATABASE Hung ", "response": {"hang": true}},
+    {"prefix": "SELECT top 1000 * FROM Patient_Files..tbPatientDocs", "response": {"hang": true}},
     {"prefix": " RESTORE FILELISTONLY ", "response": [{"delay": 300}, {"done": {}}]}
   ]
 })json";
@@ -210,5 +215,91 @@ const PassCase passCases[] = {
 
 INSTANTIATE_TEST_SUITE_P(Input, AllDatabasesPassTest, testing::ValuesIn(passCases),
                          [](const auto& testInfo) { return std::string(testInfo.param.name); });
+
+struct CloseCase {
+    const char* name;
+    const char* window; // empty: the main window
+    const char* answer;
+    const char* database; // txtDB while the hung statement runs
+    const char* commands; // start a handler whose statement hangs
+    const char* running;  // what the question names
+    int sentAfterNo;      // statements the handler sends when it goes on
+};
+
+class CloseWhileRunningTest : public HandlerGateTest, public testing::WithParamInterface<CloseCase> {};
+
+// Closing a window under its running handler asks; Yes cancels the handler and closes the
+// window once it has returned, saving what the window saves on unload; No leaves both be.
+TEST_P(CloseWhileRunningTest, asksWhetherToCancelTheRunningHandler) {
+    const CloseCase& close = GetParam();
+    const bool yes = QLatin1String(close.answer) == u"yes";
+    ASSERT_EQ(m_harness.runBatch(QStringLiteral("open frmTransferDB\n")).exitCode, 0);
+    QWidget* target = *close.window != 0 ? window().findWindow(QString::fromLatin1(close.window)) : &window();
+    ASSERT_NE(target, nullptr);
+    duringFirstStatementFor(QString::fromLatin1(close.database), [&] {
+        target->close();
+        if (!yes)
+            window().serverAccess().cancelRunningStatement();
+    });
+    const BatchResult result = m_harness.runBatch(QStringLiteral("answer ") + close.answer + u'\n' +
+                                                  QString::fromLatin1(close.commands));
+    EXPECT_TRUE(result.output.contains(
+        QStringLiteral("MSGBOX: ") + close.running +
+        QStringLiteral(" is still running. Cancel it and close the window? -> ") + close.answer))
+        << result.output.toStdString();
+    EXPECT_EQ(target->isVisible(), !yes);
+    EXPECT_EQ(result.exitCode, 1) << result.log.toStdString();
+    EXPECT_FALSE(window().chkStop()->isChecked());
+    // After Yes the handler sends nothing more: the log backup that follows is not run.
+    EXPECT_EQ(m_server->statements().size(), yes ? 1 : close.sentAfterNo) << result.log.toStdString();
+    // frmTransferDB keeps its boxes when it closes.
+    EXPECT_EQ(m_harness.settings().getSetting(QStringLiteral("MAIN"), QStringLiteral("txtToDatabase")),
+              yes ? QStringLiteral("Patient_Files_2020") : QString());
+}
+
+const CloseCase closeCases[] = {
+    {"mainWindowYes", "", "yes", "Hung", "set txtDB Hung\nclick cmdBackup(0)\n", "Backup (left)", 2},
+    {"mainWindowNo", "", "no", "Hung", "set txtDB Hung\nclick cmdBackup(0)\n", "Backup (left)", 2},
+    {"subsidiaryWindowYes", "frmTransferDB", "yes", "",
+     "select frmTransferDB.Grid2 1\nclick frmTransferDB.cmdSelect\n", "frmTransferDB: Query", 1},
+    {"subsidiaryWindowNo", "frmTransferDB", "no", "",
+     "select frmTransferDB.Grid2 1\nclick frmTransferDB.cmdSelect\n", "frmTransferDB: Query", 1},
+};
+
+INSTANTIATE_TEST_SUITE_P(Close, CloseWhileRunningTest, testing::ValuesIn(closeCases),
+                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
+
+} // namespace qormin::test
+
+namespace qormin::test {
+
+// A handler that takes no notice of Cancel or STOP: after Yes the window waits for it no longer
+// than the stopper's limit, says so in the log and closes anyway.
+TEST_F(HandlerGateTest, handlerThatDoesNotEndAfterItsCancelIsLoggedAndTheWindowClosesAnyway) {
+    window().workStopper().setLimit(std::chrono::milliseconds(200));
+    window().registerWindow(QStringLiteral("frmStubborn"), [](QWidget* parent) {
+        auto* form = new QWidget(parent);
+        auto* go = new QPushButton(QStringLiteral("Go"), form);
+        go->setObjectName(QStringLiteral("cmdGo"));
+        QObject::connect(go, &QPushButton::clicked, form, [form] {
+            const QDeadlineTimer giveUp(20000);
+            while (form->isVisible() && !giveUp.hasExpired()) {
+                const db::EventLoopYield yield;
+                QEventLoop wait;
+                QTimer::singleShot(10, &wait, &QEventLoop::quit);
+                wait.exec();
+            }
+        });
+        return form;
+    });
+    QWidget* form = window().openWindow(QStringLiteral("frmStubborn"));
+    QTimer::singleShot(100, form, [form] { form->close(); });
+    const BatchResult result = m_harness.runBatch(QStringLiteral("answer yes\nclick frmStubborn.cmdGo\n"));
+    EXPECT_TRUE(result.output.contains(QStringLiteral("MSGBOX: frmStubborn: Go is still running.")))
+        << result.output.toStdString();
+    EXPECT_FALSE(form->isVisible());
+    EXPECT_TRUE(window().serverAccess().log().text().contains(
+        QStringLiteral("frmStubborn: Go did not end within 10 s of its cancel; the window closes anyway.")));
+}
 
 } // namespace qormin::test

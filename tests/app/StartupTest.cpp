@@ -6,11 +6,17 @@
 #include "db/ServerAccess.h"
 #include "platform/SettingsStore.h"
 
+#include "platform/LocalFileSystemService.h"
+#include "platform/PathMapper.h"
+
 #include <QFile>
 #include <QLabel>
 #include <QLineEdit>
 #include <QTabWidget>
+#include <QTest>
+#include <condition_variable>
 #include <gtest/gtest.h>
+#include <mutex>
 
 namespace {
 
@@ -133,8 +139,77 @@ TEST(StartupTest, backupFolderListsShowTheStoredFoldersAndFollowNewFilesOnTimer1
     EXPECT_TRUE(window.serverAccess().log().text().contains(QStringLiteral("checking path ") + left));
     touch(left + QStringLiteral("/Station.BAK"));
     window.Timer1_Timer();
-    EXPECT_EQ(window.FileA()->ListCount(), 2);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return window.FileA()->ListCount() == 2; }, 20000));
     EXPECT_EQ(window.FileA()->List(1), QStringLiteral("Station.BAK"));
+}
+
+// The machine's file system, where listing one folder hangs once armed, as on a dead network
+// mount. Without the background listing, Timer1 would wait for it; the hang gives up after a
+// while so that such a failure ends.
+class HungFolderFileSystem : public qormin::platform::LocalFileSystemService {
+public:
+    explicit HungFolderFileSystem(const qormin::platform::PathMapper& paths)
+        : LocalFileSystemService(paths) {}
+    ~HungFolderFileSystem() override {
+        release();
+        std::unique_lock lock(m_mutex);
+        m_changed.wait(lock, [this] { return m_calls == 0; });
+    }
+    void hang(const QString& folder) {
+        const std::lock_guard lock(m_mutex);
+        m_hungFolder = folder;
+    }
+    void release() {
+        const std::lock_guard lock(m_mutex);
+        m_hungFolder.clear();
+        m_changed.notify_all();
+    }
+    std::optional<QStringList> listFiles(const QString& folder, const QStringList& patterns) const override {
+        std::unique_lock lock(m_mutex);
+        ++m_calls;
+        m_changed.wait_for(lock, std::chrono::seconds(30), [&] { return m_hungFolder != folder; });
+        lock.unlock();
+        std::optional<QStringList> names = LocalFileSystemService::listFiles(folder, patterns);
+        lock.lock();
+        --m_calls;
+        m_changed.notify_all();
+        return names;
+    }
+
+private:
+    mutable std::mutex m_mutex;
+    mutable std::condition_variable m_changed;
+    mutable int m_calls = 0;
+    QString m_hungFolder;
+};
+
+// A backup folder whose listing hangs leaves the window working: its list keeps the files last
+// read, the status bar names the folder, and the list follows the folder again once it answers.
+TEST(StartupTest, hungBackupFolderLeavesTheWindowWorkingAndIsNamedInTheStatusBar) {
+    const qormin::platform::PathMapper paths = qormin::platform::PathMapper::forThisSystem();
+    HungFolderFileSystem files(paths);
+    WindowHarness harness(&files);
+    const QString right = harness.folder(QStringLiteral("right"));
+    touch(right + QStringLiteral("/Billing.BAK"));
+    harness.settings().saveSetting(QStringLiteral("MAIN"), QStringLiteral("txtPath1"), right);
+    harness.load();
+    auto& window = harness.window();
+    const auto* status = window.findChild<QLabel*>(QStringLiteral("lblFolders"));
+    ASSERT_NE(status, nullptr);
+    files.hang(right);
+    touch(right + QStringLiteral("/Station.BAK"));
+    window.Timer1_Timer();
+    EXPECT_TRUE(QTest::qWaitFor([&] { return status->text().contains(right); }, 20000))
+        << status->text().toStdString();
+    EXPECT_EQ(status->text(),
+              right + QStringLiteral(" does not answer; its list shows the files last read."));
+    EXPECT_EQ(window.FileB()->ListCount(), 1);
+    const auto result = harness.runBatch(QStringLiteral("set txtDB Billing\nprint txtDB\n"));
+    EXPECT_EQ(result.output, QStringLiteral("Billing\n"));
+    files.release();
+    EXPECT_TRUE(QTest::qWaitFor([&] { return status->text().isEmpty(); }, 20000))
+        << status->text().toStdString();
+    EXPECT_EQ(window.FileB()->ListCount(), 2);
 }
 
 // Each page hook fires on the page that holds its controls: Restore Dir refreshes its lists.

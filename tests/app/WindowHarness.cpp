@@ -20,12 +20,13 @@ public:
 
 } // namespace
 
-WindowHarness::WindowHarness()
+WindowHarness::WindowHarness(platform::FileSystemService* files)
     : m_settings(platform::SettingsStore::openFile(m_root.filePath(QStringLiteral("settings.ini")))),
       m_paths(platform::PathMapper::Platform::Posix, m_root.filePath(QStringLiteral("gvfs")),
               m_root.filePath(QStringLiteral("drives"))),
-      m_files(m_paths), m_shell(std::make_unique<InertShellService>()), m_outputStream(&m_output),
-      m_errorStream(&m_errors), m_logStream(&m_log), m_messageBoxes(m_outputStream, m_errorStream) {
+      m_files(m_paths), m_activeFiles(files != nullptr ? files : &m_files),
+      m_shell(std::make_unique<InertShellService>()), m_outputStream(&m_output), m_errorStream(&m_errors),
+      m_logStream(&m_log), m_messageBoxes(m_outputStream, m_errorStream) {
     open();
 }
 
@@ -33,7 +34,7 @@ WindowHarness::~WindowHarness() = default;
 
 void WindowHarness::open() {
     platform::PlatformServices services{m_settings.get(), &m_paths,
-                                        &m_files,         m_shell.get(),
+                                        m_activeFiles,    m_shell.get(),
                                         &m_messageBoxes,  m_root.filePath(QStringLiteral("data"))};
     m_window = std::make_unique<app::frmMain>(services);
 }

@@ -12,8 +12,9 @@
 #include <memory>
 
 namespace qormin::platform {
+class FileSystemService;
 class ShellService;
-}
+} // namespace qormin::platform
 
 namespace qormin::test {
 
@@ -29,7 +30,8 @@ struct BatchResult {
 // on the same settings file, as a second run of the program would.
 class WindowHarness {
 public:
-    WindowHarness();
+    // files: the file system the window lists its folders through; the machine's own when null.
+    explicit WindowHarness(platform::FileSystemService* files = nullptr);
     ~WindowHarness();
 
     app::frmMain& window() { return *m_window; }
@@ -52,6 +54,7 @@ private:
     std::unique_ptr<platform::SettingsStore> m_settings;
     platform::PathMapper m_paths;
     platform::LocalFileSystemService m_files;
+    platform::FileSystemService* m_activeFiles;
     std::unique_ptr<platform::ShellService> m_shell; // runs nothing
     QString m_output;
     QString m_errors;

@@ -2,6 +2,7 @@
 
 #include "app/HandlerGate.h"
 #include "app/LogView.h"
+#include "app/RunningWorkStopper.h"
 #include "app/batch/BatchCommand.h"
 #include "app/batch/BatchLogEcho.h"
 #include "app/batch/BatchMessageBoxService.h"
@@ -11,6 +12,7 @@
 #include "controls/ctlSaveLoadFile.h"
 #include "db/LogBuffer.h"
 #include "db/ServerAccess.h"
+#include "platform/TerminationRequests.h"
 
 #include <QAbstractButton>
 #include <QCheckBox>
@@ -57,12 +59,6 @@ QString listText(const QListWidget* list) {
     return items.join(u'\n');
 }
 
-void letEventsRun(int milliseconds) {
-    QEventLoop loop;
-    QTimer::singleShot(milliseconds, &loop, &QEventLoop::quit);
-    loop.exec();
-}
-
 // The text-file panel holding control below scope, if any.
 const controls::ctlSaveLoadFile* panelAround(const QWidget* control, const QWidget* scope) {
     for (const QWidget* parent = control->parentWidget(); parent != nullptr && parent != scope;
@@ -105,11 +101,15 @@ BatchRunner::BatchRunner(frmMain& window, BatchMessageBoxService& messageBoxes, 
     m_elapsed.start();
 }
 
+BatchRunner::~BatchRunner() {
+    QObject::disconnect(m_requestConnection);
+}
+
 int BatchRunner::run(QTextStream& input) {
     int lineNumber = 0;
     bool malformed = false;
     QString line;
-    while (!malformed && input.readLineInto(&line)) {
+    while (!malformed && !interruptedNow() && input.readLineInto(&line)) {
         ++lineNumber;
         const BatchParseResult parsed = parseBatchLine(line);
         QString error = parsed.error;
@@ -121,21 +121,68 @@ int BatchRunner::run(QTextStream& input) {
                      << "  " << line.trimmed() << Qt::endl;
         m_output.flush();
     }
-    if (!malformed && m_messageBoxes.pendingAnswers() > 0)
+    return finish(malformed);
+}
+
+int BatchRunner::finish(bool malformed) {
+    if (!malformed && !m_interrupted && m_messageBoxes.pendingAnswers() > 0)
         m_errors << "warning: " << m_messageBoxes.pendingAnswers() << " queued answer(s) were not needed"
                  << Qt::endl;
-    if (!malformed && m_messageBoxes.pendingFileNames() > 0)
+    if (!malformed && !m_interrupted && m_messageBoxes.pendingFileNames() > 0)
         m_errors << "warning: " << m_messageBoxes.pendingFileNames() << " queued file name(s) were not needed"
                  << Qt::endl;
     const db::StatementTally tally = m_window.serverAccess().tally() - m_before;
-    const int status = exitStatus(tally, malformed);
+    const int status = exitStatus(tally, malformed, m_interrupted);
     m_log << BatchLogEcho::stamped(QDateTime::currentDateTime(), -1, QStringLiteral("summary"),
                                    summary(tally, m_elapsed.elapsed(), status));
     m_log.flush();
     return status;
 }
 
-int BatchRunner::exitStatus(const db::StatementTally& tally, bool malformed) {
+void BatchRunner::watch(platform::TerminationRequests& requests) {
+    m_requests = &requests;
+    m_requestConnection = QObject::connect(&requests, &platform::TerminationRequests::requested, &m_window,
+                                           [this](const QString& name) { interrupt(name); });
+}
+
+bool BatchRunner::interruptedNow() {
+    if (m_requests != nullptr)
+        m_requests->checkNow();
+    return m_interrupted;
+}
+
+void BatchRunner::interrupt(const QString& signalName) {
+    if (m_interrupted)
+        return;
+    m_interrupted = true;
+    m_window.serverAccess().LogMessage(
+        QStringLiteral("Interrupted by ") + signalName +
+        QStringLiteral(": the running statement is cancelled and the run ends."));
+    m_window.workStopper().stop();
+    if (m_waiting != nullptr)
+        m_waiting->quit();
+}
+
+int BatchRunner::abandon() {
+    m_window.serverAccess().LogMessage(
+        QStringLiteral(
+            "The command under way did not end within %1 s of its cancel; the run ends without it.")
+            .arg(RunningWorkStopper::handlerEndLimit.count()));
+    finish(false);
+    return interruptedExitCode;
+}
+
+void BatchRunner::wait(int milliseconds) {
+    QEventLoop loop;
+    QTimer::singleShot(milliseconds, &loop, &QEventLoop::quit);
+    m_waiting = &loop;
+    loop.exec();
+    m_waiting = nullptr;
+}
+
+int BatchRunner::exitStatus(const db::StatementTally& tally, bool malformed, bool interrupted) {
+    if (interrupted)
+        return interruptedExitCode;
     if (malformed)
         return malformedExitCode;
     if (tally.connectFailures > 0)
@@ -167,7 +214,7 @@ QString BatchRunner::execute(const BatchCommand& command) {
         m_messageBoxes.queueFileName(command.value);
         return QString();
     case Kind::Wait:
-        letEventsRun(command.row);
+        wait(command.row);
         return QString();
     case Kind::Page:
         return page(command.row);
@@ -189,27 +236,31 @@ QString BatchRunner::executeControlCommand(const BatchCommand& command) {
         return error;
     if (command.kind == Kind::Print)
         return print(control);
-    return startThroughGate(HandlerGate::describe(control, &m_window), [this, control, &command] {
-        switch (command.kind) {
-        case Kind::Set:
-            return set(control, command.value);
-        case Kind::Click:
-            return click(control);
-        case Kind::Select:
-        case Kind::DoubleClick:
-            return clickRow(control, command);
-        default:
-            return QStringLiteral("unsupported command");
-        }
-    });
+    return startThroughGate(
+        HandlerGate::describe(control, &m_window),
+        [this, control, &command] {
+            switch (command.kind) {
+            case Kind::Set:
+                return set(control, command.value);
+            case Kind::Click:
+                return click(control);
+            case Kind::Select:
+            case Kind::DoubleClick:
+                return clickRow(control, command);
+            default:
+                return QStringLiteral("unsupported command");
+            }
+        },
+        control);
 }
 
 // A command starts a handler as a click would, so it waits its turn at the same gate.
-QString BatchRunner::startThroughGate(const QString& label, const std::function<QString()>& command) {
+QString BatchRunner::startThroughGate(const QString& label, const std::function<QString()>& command,
+                                      const QWidget* control) {
     HandlerGate& gate = m_window.handlerGate();
     if (gate.busy())
         return QStringLiteral("the window is busy (") + gate.statusText() + u')';
-    const HandlerGate::Run run(gate, label);
+    const HandlerGate::Run run(gate, label, control);
     return command();
 }
 

@@ -3,11 +3,17 @@
 #include "db/StatementTally.h"
 
 #include <QElapsedTimer>
+#include <QMetaObject>
 #include <QString>
 #include <functional>
 
+class QEventLoop;
 class QTextStream;
 class QWidget;
+
+namespace qormin::platform {
+class TerminationRequests;
+}
 
 namespace qormin::app {
 
@@ -21,7 +27,9 @@ class frmMain;
 //
 // The exit status tells a scheduler how the run went: 0 when every statement sent succeeded
 // (refusals on a grid's header row, see db::HeaderRowPass, excepted), 1 when one failed, 2 for
-// a bad batch line, 3 when a side could not connect. The run ends with a summary line on log.
+// a bad batch line, 3 when a side could not connect, 4 when a termination request (SIGTERM)
+// ended it: the running statement is cancelled, the command under way stops as a STOP would stop
+// it, and no further line runs. The run ends with a summary line on log.
 // The counts start when the runner is made, so make it before Form_Load to count start-up.
 class BatchRunner {
 public:
@@ -29,20 +37,34 @@ public:
     static constexpr int statementFailedExitCode = 1;
     static constexpr int malformedExitCode = 2;
     static constexpr int connectFailedExitCode = 3;
+    static constexpr int interruptedExitCode = 4;
 
     BatchRunner(frmMain& window, BatchMessageBoxService& messageBoxes, QTextStream& output,
                 QTextStream& errors, QTextStream& log);
+    ~BatchRunner();
+    BatchRunner(const BatchRunner&) = delete;
+    BatchRunner& operator=(const BatchRunner&) = delete;
 
     int run(QTextStream& input);
+    // Termination requests end the run (see above).
+    void watch(platform::TerminationRequests& requests);
+    // Ends the run at once: the command under way did not end in time after an interruption.
+    // Prints the summary and returns the status to end the program with.
+    int abandon();
 
-    static int exitStatus(const db::StatementTally& tally, bool malformed);
+    static int exitStatus(const db::StatementTally& tally, bool malformed, bool interrupted = false);
     static QString summary(const db::StatementTally& tally, qint64 elapsedMilliseconds, int exitStatus);
 
 private:
     // Empty when the command ran; otherwise why it could not.
     QString execute(const BatchCommand& command);
     QString executeControlCommand(const BatchCommand& command);
-    QString startThroughGate(const QString& label, const std::function<QString()>& command);
+    QString startThroughGate(const QString& label, const std::function<QString()>& command,
+                             const QWidget* control = nullptr);
+    void interrupt(const QString& signalName);
+    bool interruptedNow();
+    int finish(bool malformed);
+    void wait(int milliseconds);
     QString set(QWidget* control, const QString& value);
     QString click(QWidget* control);
     QString clickRow(QWidget* control, const BatchCommand& command);
@@ -58,6 +80,10 @@ private:
     QTextStream& m_log;
     db::StatementTally m_before;
     QElapsedTimer m_elapsed;
+    platform::TerminationRequests* m_requests = nullptr;
+    QMetaObject::Connection m_requestConnection;
+    bool m_interrupted = false;
+    QEventLoop* m_waiting = nullptr; // a "wait" line's loop, left early on an interruption
 };
 
 } // namespace qormin::app
