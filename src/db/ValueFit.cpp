@@ -202,7 +202,7 @@ std::optional<Moment> momentOf(const QVariant& value) {
         break;
     default: {
         static const QRegularExpression form(QStringLiteral(
-            R"(^\s*(?:(\d{4})-(\d{2})-(\d{2}))?[ T]?(?:(\d{2}):(\d{2})(?::(\d{2})(?:\.(\d+))?)?)?\s*$)"));
+            R"(^\s*(?:(\d{4})-(\d{2})-(\d{2}))?[ T]?(?:(\d{2}):(\d{2})(?::(\d{2})(?:\.(\d+))?)?)?\s*(?:[+-]\d{2}:\d{2}|Z)?\s*$)"));
         const QRegularExpressionMatch match = form.match(value.toString());
         if (!match.hasMatch() || (match.captured(1).isEmpty() && match.captured(4).isEmpty())) {
             return std::nullopt;

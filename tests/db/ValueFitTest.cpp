@@ -87,6 +87,8 @@ INSTANTIATE_TEST_SUITE_P(
         FitCase{"midnightIntoDate", QDateTime(QDate(2020, 2, 29), QTime(0, 0)),
                 column(SQL_TYPE_DATE, "date", 10), ""},
         FitCase{"sevenDigitsIntoTime7", QStringLiteral("12:34:56.1234570"), column(-154, "time", 16, 7), ""},
+        FitCase{"offsetKept", QStringLiteral("2020-01-01 10:00:00.1234567 +02:00"),
+                column(-155, "datetimeoffset", 34, 7), ""},
         FitCase{"notADate", QStringLiteral("soon"), datetime, "is not a date"},
         FitCase{"accentsIntoVarchar", QStringLiteral("Peña; O'Brien"), column(SQL_VARCHAR, "varchar", 20),
                 ""},
