@@ -10,6 +10,8 @@
 #include <cmath>
 #include <limits>
 #include <optional>
+#include <string>
+#include <utility>
 
 namespace qormin::db {
 
@@ -30,16 +32,48 @@ struct Decimal {
     bool operator==(const Decimal&) const = default;
 };
 
-// Plain or exponent notation ("12.3400", "-1.5e+19"); nothing else.
-std::optional<Decimal> parseDecimal(const QString& text) {
-    static const QRegularExpression form(
-        QStringLiteral(R"(^\s*([+-]?)(\d*)(?:\.(\d*))?(?:[eE]([+-]?\d+))?\s*$)"));
-    const QRegularExpressionMatch match = form.match(text);
-    if (!match.hasMatch() || (match.captured(2).isEmpty() && match.captured(3).isEmpty())) {
+// Beyond this no SQL Server number type reaches; such an exponent is no number for them.
+constexpr int largestExponent = 400;
+
+// The digits of text from at on, with at moved past them.
+QString digitsFrom(QStringView text, qsizetype& at) {
+    QString digits;
+    while (at < text.size() && text[at].isDigit() && text[at].unicode() < 0x80) {
+        digits.append(text[at++]);
+    }
+    return digits;
+}
+
+// Plain or exponent notation ("12.3400", "-1.5e+19"); nothing else. By hand, as it runs for
+// every numeric value a loop writes.
+std::optional<Decimal> parseDecimal(QStringView text) {
+    text = text.trimmed();
+    qsizetype at = 0;
+    const bool minus = at < text.size() && text[at] == u'-';
+    at += at < text.size() && (text[at] == u'-' || text[at] == u'+') ? 1 : 0;
+    QString digits = digitsFrom(text, at);
+    qsizetype point = digits.size();
+    if (at < text.size() && text[at] == u'.') {
+        ++at;
+        digits += digitsFrom(text, at);
+    }
+    if (digits.isEmpty()) {
         return std::nullopt;
     }
-    QString digits = match.captured(2) + match.captured(3);
-    qsizetype point = match.captured(2).size() + match.captured(4).toInt();
+    if (at < text.size() && (text[at] == u'e' || text[at] == u'E')) {
+        ++at;
+        const bool negativeExponent = at < text.size() && text[at] == u'-';
+        at += at < text.size() && (text[at] == u'-' || text[at] == u'+') ? 1 : 0;
+        bool ok = false;
+        const int exponent = digitsFrom(text, at).toInt(&ok);
+        if (!ok || exponent > largestExponent) {
+            return std::nullopt;
+        }
+        point += negativeExponent ? -exponent : exponent;
+    }
+    if (at != text.size()) {
+        return std::nullopt;
+    }
     if (point < 0) {
         digits.prepend(QString(-point, u'0'));
         point = 0;
@@ -56,7 +90,7 @@ std::optional<Decimal> parseDecimal(const QString& text) {
     while (number.fraction.endsWith(u'0')) {
         number.fraction.chop(1);
     }
-    number.negative = match.captured(1) == QLatin1String("-") && !(number.whole + number.fraction).isEmpty();
+    number.negative = minus && !(number.whole.isEmpty() && number.fraction.isEmpty());
     return number;
 }
 
@@ -89,31 +123,54 @@ QString lowerName(const ColumnInfo& column) {
     return column.typeName.toLower();
 }
 
+bool isIntegral(const QVariant& value) {
+    switch (value.typeId()) {
+    case QMetaType::Int:
+    case QMetaType::UInt:
+    case QMetaType::LongLong:
+    case QMetaType::Short:
+    case QMetaType::UShort:
+    case QMetaType::SChar:
+    case QMetaType::UChar:
+        return true;
+    default:
+        return false;
+    }
+}
+
+std::pair<qlonglong, qlonglong> integerRange(int sqlType) {
+    switch (sqlType) {
+    case SQL_TINYINT:
+        return {0, 255};
+    case SQL_SMALLINT:
+        return {-32768, 32767};
+    case SQL_INTEGER:
+        return {std::numeric_limits<qint32>::min(), std::numeric_limits<qint32>::max()};
+    default:
+        return {std::numeric_limits<qlonglong>::min(), std::numeric_limits<qlonglong>::max()};
+    }
+}
+
 QString integerChange(const QVariant& value, const ColumnInfo& column) {
-    const std::optional<Decimal> number = decimalOf(value);
-    if (!number) {
-        return QStringLiteral("is not a number");
+    std::optional<qlonglong> integer;
+    if (isIntegral(value)) {
+        integer = value.toLongLong();
+    } else {
+        const std::optional<Decimal> number = decimalOf(value);
+        if (!number) {
+            return QStringLiteral("is not a number");
+        }
+        if (!number->fraction.isEmpty()) {
+            return QStringLiteral("has a fraction that ") + columnTypeText(column) +
+                   QStringLiteral(" would drop");
+        }
+        bool ok = number->whole.isEmpty();
+        const qlonglong parsed =
+            ok ? 0 : (number->negative ? u'-' + number->whole : number->whole).toLongLong(&ok);
+        integer = ok ? std::optional<qlonglong>(parsed) : std::nullopt;
     }
-    if (!number->fraction.isEmpty()) {
-        return QStringLiteral("has a fraction that ") + columnTypeText(column) +
-               QStringLiteral(" would drop");
-    }
-    bool ok = number->whole.isEmpty();
-    const qlonglong integer =
-        ok ? 0 : (number->negative ? u'-' + number->whole : number->whole).toLongLong(&ok);
-    qlonglong low = std::numeric_limits<qlonglong>::min();
-    qlonglong high = std::numeric_limits<qlonglong>::max();
-    if (column.sqlType == SQL_TINYINT) {
-        low = 0;
-        high = 255;
-    } else if (column.sqlType == SQL_SMALLINT) {
-        low = -32768;
-        high = 32767;
-    } else if (column.sqlType == SQL_INTEGER) {
-        low = std::numeric_limits<qint32>::min();
-        high = std::numeric_limits<qint32>::max();
-    }
-    if (!ok || integer < low || integer > high) {
+    const auto [low, high] = integerRange(column.sqlType);
+    if (!integer || *integer < low || *integer > high) {
         return QStringLiteral("is out of range for ") + columnTypeText(column);
     }
     return QString();
