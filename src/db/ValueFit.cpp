@@ -192,6 +192,23 @@ QString decimalChange(const QVariant& value, const ColumnInfo& column) {
 
 // A float column keeps a number only when reading it back gives the same number.
 QString floatingChange(const QVariant& value, const ColumnInfo& column) {
+    const bool real = column.sqlType == SQL_REAL;
+    auto outOfRange = [&column] { return QStringLiteral("is out of range for ") + columnTypeText(column); };
+    auto moreDigits = [&column] {
+        return QStringLiteral("has more digits than ") + columnTypeText(column) + QStringLiteral(" keeps");
+    };
+    auto inRange = [real](double number) {
+        return std::isfinite(number) && (!real || std::fabs(number) <= std::numeric_limits<float>::max());
+    };
+    // A double keeps its every bit only when it is a float already.
+    if (isFloating(value)) {
+        const double exact = value.toDouble();
+        if (!inRange(exact)) {
+            return outOfRange();
+        }
+        return !real || static_cast<double>(static_cast<float>(exact)) == exact ? QString() : moreDigits();
+    }
+    // A written number is kept when the nearest float reads back as the same number.
     const std::optional<Decimal> number = decimalOf(value);
     if (!number) {
         return QStringLiteral("is not a number");
@@ -199,21 +216,12 @@ QString floatingChange(const QVariant& value, const ColumnInfo& column) {
     const QString plain = (number->negative ? QStringLiteral("-") : QString()) +
                           (number->whole.isEmpty() ? QStringLiteral("0") : number->whole) + u'.' +
                           number->fraction + u'0';
-    const double exact = isFloating(value) ? value.toDouble() : plain.toDouble();
-    if (!std::isfinite(exact) ||
-        (column.sqlType == SQL_REAL && std::fabs(exact) > std::numeric_limits<float>::max())) {
-        return QStringLiteral("is out of range for ") + columnTypeText(column);
+    const double nearest = plain.toDouble();
+    if (!inRange(nearest)) {
+        return outOfRange();
     }
-    // A double keeps its every bit only when it is a float already; a written number when it
-    // reads back the same.
-    const bool real = column.sqlType == SQL_REAL;
-    const bool kept = isFloating(value) ? (!real || static_cast<double>(static_cast<float>(exact)) == exact)
-                                        : parseDecimal(real ? shortestText(static_cast<float>(exact))
-                                                            : shortestText(exact)) == number;
-    if (!kept) {
-        return QStringLiteral("has more digits than ") + columnTypeText(column) + QStringLiteral(" keeps");
-    }
-    return QString();
+    const QString kept = real ? shortestText(static_cast<float>(nearest)) : shortestText(nearest);
+    return parseDecimal(kept) == number ? QString() : moreDigits();
 }
 
 QString bitChange(const QVariant& value) {
@@ -244,13 +252,15 @@ std::optional<Moment> momentOf(const QVariant& value) {
     Moment moment;
     auto setTime = [&moment](const QTime& time) {
         moment.time = QTime(time.hour(), time.minute(), time.second());
-        moment.fraction = QString::number(time.msec()).rightJustified(3, u'0');
+        moment.fraction = time.msec() == 0 ? QString() : QString::number(time.msec()).rightJustified(3, u'0');
     };
     switch (value.typeId()) {
-    case QMetaType::QDateTime:
-        moment.date = value.toDateTime().date();
-        setTime(value.toDateTime().time());
+    case QMetaType::QDateTime: {
+        const QDateTime dateTime = value.toDateTime();
+        moment.date = dateTime.date();
+        setTime(dateTime.time());
         break;
+    }
     case QMetaType::QDate:
         moment.date = value.toDate();
         break;
@@ -307,8 +317,9 @@ QString temporalChange(const QVariant& value, const ColumnInfo& column) {
         return QStringLiteral("is not a date");
     }
     const QString type = lowerName(column);
-    const QString finer =
-        QStringLiteral("has a time finer than ") + columnTypeText(column) + QStringLiteral(" keeps");
+    auto finer = [&column] {
+        return QStringLiteral("has a time finer than ") + columnTypeText(column) + QStringLiteral(" keeps");
+    };
     const bool timeOfDay = moment->time && (*moment->time != QTime(0, 0) || !moment->fraction.isEmpty());
     if (column.sqlType == SQL_TYPE_DATE || type == QLatin1String("date")) {
         return timeOfDay ? QStringLiteral("has a time of day that date would drop") : QString();
@@ -318,21 +329,21 @@ QString temporalChange(const QVariant& value, const ColumnInfo& column) {
             return QStringLiteral("has a date that ") + columnTypeText(column) +
                    QStringLiteral(" would drop");
         }
-        return moment->fraction.size() > column.decimalDigits ? finer : QString();
+        return moment->fraction.size() > column.decimalDigits ? finer() : QString();
     }
     if (type == QLatin1String("smalldatetime")) {
         if (moment->time && (moment->time->second() != 0 || !moment->fraction.isEmpty())) {
-            return finer;
+            return finer();
         }
         return dateRangeChange(*moment, column, QDate(1900, 1, 1), QDate(2079, 6, 6));
     }
     if (type == QLatin1String("datetime")) {
         if (!datetimeKeeps(moment->fraction)) {
-            return finer;
+            return finer();
         }
         return dateRangeChange(*moment, column, QDate(1753, 1, 1), QDate(9999, 12, 31));
     }
-    return moment->fraction.size() > column.decimalDigits ? finer : QString();
+    return moment->fraction.size() > column.decimalDigits ? finer() : QString();
 }
 
 // The characters a varchar column keeps under the usual Latin-1 code page (Windows 1252).
