@@ -215,6 +215,30 @@ void StatementResolver::fetch(const CursorStatement& statement, Response& respon
     response.steps.push_back(resultStep(std::move(result)));
 }
 
+// SQL Server refuses the whole statement when one text is longer than its column.
+QString StatementResolver::truncation(const ServerCursor& cursor, const CursorStatement& statement,
+                                      const Parameters& parameters) {
+    for (const auto& [columnName, source] : statement.assignments) {
+        for (const ResultColumn& column : cursor.columns) {
+            if (column.name.compare(columnName, Qt::CaseInsensitive) != 0 || !column.type.isCharacter() ||
+                column.type.length <= 0) {
+                continue;
+            }
+            const auto parameter = parameters.find(source.toLower());
+            const QString text =
+                source.startsWith(QLatin1Char('@'))
+                    ? (parameter == parameters.end() ? QString() : parameter->second.toString())
+                    : literalValue(source).toString();
+            if (text.size() > column.type.length) {
+                return QStringLiteral("String or binary data would be truncated in table '%1', column '%2'. "
+                                      "Truncated value: '%3'.")
+                    .arg(statement.table, column.name, text.left(column.type.length));
+            }
+        }
+    }
+    return QString();
+}
+
 Response StatementResolver::updateCurrentRow(const CursorStatement& statement, const Parameters& parameters) {
     Response response;
     const auto found = m_session.cursors.find(statement.cursor.toLower());
@@ -230,6 +254,10 @@ Response StatementResolver::updateCurrentRow(const CursorStatement& statement, c
     if (cursor.position < 0 || cursor.position >= static_cast<qint64>(cursor.rows.size())) {
         response.steps.push_back(
             errorStep(16930, QStringLiteral("The requested row is not in the fetch buffer.")));
+        return response;
+    }
+    if (const QString refusal = truncation(cursor, statement, parameters); !refusal.isEmpty()) {
+        response.steps.push_back(errorStep(2628, refusal));
         return response;
     }
     QVariantList& row = cursor.rows[static_cast<size_t>(cursor.position)];

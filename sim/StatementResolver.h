@@ -11,6 +11,7 @@ namespace qormin::sim {
 
 struct CursorStatement;
 struct ScenarioData;
+struct ServerCursor;
 struct Session;
 
 // Decides the answer to a statement: cursor statements natively, then the scenario's rules in
@@ -33,6 +34,8 @@ private:
     void declareCursor(const CursorStatement& statement, Response& response);
     void fetch(const CursorStatement& statement, Response& response);
     Response updateCurrentRow(const CursorStatement& statement, const Parameters& parameters);
+    static QString truncation(const ServerCursor& cursor, const CursorStatement& statement,
+                              const Parameters& parameters);
 
     const ScenarioData& m_scenario;
     Session& m_session;

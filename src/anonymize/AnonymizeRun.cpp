@@ -18,6 +18,7 @@
 #include <QLabel>
 #include <QListWidget>
 #include <algorithm>
+#include <climits>
 
 namespace qormin::anonymize {
 
@@ -56,6 +57,7 @@ AnonymizeRun::AnonymizeRun(AnonymizeControls controls) : m_controls(std::move(co
 void AnonymizeRun::runFast(const AnonymizeLists& lists) {
     if (!confirmAndFill(lists))
         return;
+    m_recordsNotReplaced = 0;
     m_random.seed(m_seed.value_or(static_cast<quint32>(QDateTime::currentMSecsSinceEpoch())));
     const QStringList firstNames = listEntries(m_controls.lstFirst);
     for (int row = 1; row < m_controls.GridA.Rows(); ++row) {
@@ -76,6 +78,7 @@ void AnonymizeRun::runComplete(const AnonymizeLists& lists, const QString& secre
     }
     if (!confirmAndFill(lists))
         return;
+    m_recordsNotReplaced = 0;
     const NameMapping mapping(secret, listEntries(m_controls.lstLast), listEntries(m_controls.lstFirst));
     QSet<QString> listNames;
     for (const QListWidget* list : {&m_controls.lstLast, &m_controls.lstFirst}) {
@@ -187,6 +190,7 @@ void AnonymizeRun::fastTable(int row, const QStringList& firstNames) {
     const bool testRun = m_controls.chkTestRun.isChecked();
     showRecordCount(table);
     qint32 recordNumber = 0;
+    TableTotals totals;
     while (reader.next()) {
         showRecordNumber(++recordNumber);
         QStringList names;
@@ -203,8 +207,8 @@ void AnonymizeRun::fastTable(int row, const QStringList& firstNames) {
             values.emplace_back(Statements::fastPick(firstNames, index));
         }
         // A test run sends nothing: the pending values are dropped as a cancelled update was.
-        if (!testRun && !names.isEmpty())
-            reader.updateCurrentRow(names, values);
+        if (!testRun && !names.isEmpty() && !reader.updateCurrentRow(names, values))
+            updateFieldByField(reader, table, names, values, totals);
         db::yieldToEventLoop();
         if (m_controls.stopRequested())
             break;
@@ -259,7 +263,7 @@ void AnonymizeRun::completeTable(int row, const NameMapping& mapping, const QSet
             ++totals.replaced;
         }
         if (!testRun && !names.isEmpty() && !reader.updateCurrentRow(names, values))
-            updateFieldByField(reader, names, values, totals);
+            updateFieldByField(reader, table, names, values, totals);
         db::yieldToEventLoop();
         if (m_controls.stopRequested())
             break;
@@ -277,17 +281,23 @@ void AnonymizeRun::completeTable(int row, const NameMapping& mapping, const QSet
 }
 
 // One refused field must not keep the record's other names: each goes alone.
-void AnonymizeRun::updateFieldByField(db::RecordReader& reader, const QStringList& names,
-                                      const std::vector<QVariant>& values, TableTotals& totals) {
+void AnonymizeRun::updateFieldByField(db::RecordReader& reader, const QString& table,
+                                      const QStringList& names, const std::vector<QVariant>& values,
+                                      TableTotals& totals) {
+    bool allReplaced = true;
     for (qsizetype index = 0; index < names.size(); ++index) {
         QString error;
         if (reader.updateCurrentRow({names[index]}, {values[static_cast<size_t>(index)]}, &error))
             continue;
+        allReplaced = false;
         ++totals.failed;
         --totals.replaced;
-        m_controls.access.LogError(error + QStringLiteral(" (") + names[index] + QStringLiteral(", record ") +
-                                   QString::number(reader.rowsRead()) + u')');
+        m_controls.access.LogError(error + QStringLiteral(" (") + table + QStringLiteral(", record ") +
+                                   QString::number(reader.rowsRead()) + QStringLiteral(", ") + names[index] +
+                                   u')');
     }
+    if (!allReplaced)
+        ++m_recordsNotReplaced;
 }
 
 void AnonymizeRun::checkRemaining(const QString& table, const QStringList& columns,
@@ -305,10 +315,16 @@ void AnonymizeRun::checkRemaining(const QString& table, const QStringList& colum
     const QString line = Statements::checkLine(table, remaining, samples.size());
     access.LogMessage(line);
     if (remaining != 0)
-        access.LogError(line);
+        access.reportLoss(line, static_cast<int>(std::min<qint64>(remaining, INT_MAX)));
 }
 
+// A record left with a real name is a failed run, whatever else went well.
 void AnonymizeRun::finish() {
+    const QString line = Statements::notReplacedLine(m_recordsNotReplaced);
+    if (m_recordsNotReplaced == 0)
+        m_controls.access.LogMessage(line);
+    else
+        m_controls.access.reportLoss(line, static_cast<int>(std::min<qint64>(m_recordsNotReplaced, INT_MAX)));
     m_controls.messageBoxes.MsgBox(QStringLiteral("done."));
 }
 

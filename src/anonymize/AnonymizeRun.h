@@ -80,13 +80,14 @@ private:
     void showRecordNumber(qint32 number);
     void fastTable(int row, const QStringList& firstNames);
     void completeTable(int row, const NameMapping& mapping, const QSet<QString>& listNames);
-    void updateFieldByField(db::RecordReader& reader, const QStringList& names,
+    void updateFieldByField(db::RecordReader& reader, const QString& table, const QStringList& names,
                             const std::vector<QVariant>& values, TableTotals& totals);
     void checkRemaining(const QString& table, const QStringList& columns, const QStringList& samples);
     void finish();
 
     AnonymizeControls m_controls;
     std::optional<quint32> m_seed;
+    qint64 m_recordsNotReplaced = 0;
     QRandomGenerator m_random;
 };
 

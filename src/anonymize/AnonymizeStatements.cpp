@@ -179,4 +179,9 @@ QString checkLine(const QString& table, qint64 remaining, qsizetype sampled) {
         .arg(remaining);
 }
 
+QString notReplacedLine(qint64 records) {
+    const QString line = QStringLiteral("Records whose names could not all be replaced: %1").arg(records);
+    return records == 0 ? line : line + QStringLiteral(" - the run failed");
+}
+
 } // namespace qormin::anonymize::AnonymizeStatements

@@ -52,6 +52,8 @@ QString guardedTableName(const QString& table);
 QString remainingQuery(const QString& table, const QStringList& columns, const QStringList& literals);
 QString reportLine(const QString& table, qint64 rows, qint64 replaced, qint64 left, qint64 failed);
 QString checkLine(const QString& table, qint64 remaining, qsizetype sampled);
+// The closing line of both runs; any record counted there makes the run a failed one.
+QString notReplacedLine(qint64 records);
 
 } // namespace AnonymizeStatements
 

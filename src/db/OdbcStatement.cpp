@@ -5,6 +5,7 @@
 
 #include <QDateTime>
 #include <algorithm>
+#include <cmath>
 #include <sql.h>
 #include <sqlext.h>
 
@@ -69,6 +70,16 @@ SQLULEN declaredSize(qsizetype length, const ColumnInfo& target, qint64 limit) {
 
 bool isNull(const QVariant& value) {
     return !value.isValid() || value.isNull();
+}
+
+// Qt rounds a double it turns into an integer (3.7 to 4) where the server truncates; a value
+// with a fraction goes as text instead, which the server refuses for an integer column.
+bool isWhole(const QVariant& value) {
+    if (value.typeId() != QMetaType::Double && value.typeId() != QMetaType::Float) {
+        return true;
+    }
+    const double number = value.toDouble();
+    return std::isfinite(number) && std::trunc(number) == number;
 }
 
 QString textOf(const QVariant& value) {
@@ -258,9 +269,9 @@ void OdbcStatement::readServerFilledKind(int index, ColumnInfo& column) {
     SQLSMALLINT typeNameBytes = 0;
     if (SQL_SUCCEEDED(SQLColAttributeW(m_handle, number, SQL_DESC_TYPE_NAME, typeName, sizeof typeName,
                                        &typeNameBytes, nullptr))) {
-        const QString name = fromSqlWide(
+        column.typeName = fromSqlWide(
             typeName, std::min<qsizetype>(typeNameBytes / static_cast<SQLSMALLINT>(sizeof(SQLWCHAR)), 63));
-        column.rowVersion = name.compare(QLatin1String("timestamp"), Qt::CaseInsensitive) == 0;
+        column.rowVersion = column.typeName.compare(QLatin1String("timestamp"), Qt::CaseInsensitive) == 0;
     }
     SQLLEN updatable = SQL_ATTR_READWRITE_UNKNOWN;
     if (SQL_SUCCEEDED(
@@ -490,7 +501,7 @@ OdbcStatement::BoundParameter OdbcStatement::makeParameter(const ColumnInfo& tar
     switch (kind) {
     case ParameterClass::Integer: {
         const qlonglong number64 = value.toLongLong(&converted);
-        converted = null || (converted && number64 >= INT32_MIN && number64 <= INT32_MAX);
+        converted = null || (converted && isWhole(value) && number64 >= INT32_MIN && number64 <= INT32_MAX);
         const SQLINTEGER number32 = static_cast<SQLINTEGER>(number64);
         store(&number32, sizeof number32);
         cType = SQL_C_SLONG;
@@ -499,7 +510,7 @@ OdbcStatement::BoundParameter OdbcStatement::makeParameter(const ColumnInfo& tar
     }
     case ParameterClass::BigInteger: {
         const SQLBIGINT number64 = value.toLongLong(&converted);
-        converted = converted || null;
+        converted = (converted && isWhole(value)) || null;
         store(&number64, sizeof number64);
         cType = SQL_C_SBIGINT;
         sqlType = SQL_BIGINT;

@@ -1,5 +1,6 @@
 #include "db/RecordWriter.h"
 
+#include "db/ServerAccess.h"
 #include "db/SideConnection.h"
 #include "db/SqlLiteral.h"
 #include "db/ValueFit.h"
@@ -36,6 +37,12 @@ QStringList namesOf(const std::vector<ColumnInfo>& columns) {
         names.append(column.name);
     }
     return names;
+}
+
+QString lossLine(const QString& what, const QString& table, const QString& key, const QString& column,
+                 const QString& reason) {
+    return what + QStringLiteral(": ") + table + QStringLiteral(", ") + key + QStringLiteral(", column ") +
+           column + QStringLiteral(": ") + reason;
 }
 
 void countLost(RowWrite& outcome, const QString& reason) {
@@ -124,14 +131,51 @@ bool RecordWriter::canGive(int column) const {
            (!info.autoIncrement || m_identityInsert);
 }
 
-RecordWriter::PlannedRow RecordWriter::planByPosition(const std::vector<QVariant>& values) const {
+bool RecordWriter::serverFills(int column) const {
+    const ColumnInfo& info = m_columns[static_cast<size_t>(column)];
+    return info.rowVersion || info.computed || m_refusedByServer[static_cast<size_t>(column)];
+}
+
+QString RecordWriter::rowKey(const QString& name, const std::vector<QVariant>& values) const {
+    if (!m_rowKey.isEmpty() || values.empty()) {
+        return m_rowKey.isEmpty() ? QStringLiteral("a row") : m_rowKey;
+    }
+    const QVariant& first = values.front();
+    return name + QStringLiteral(" = ") + (first.isNull() ? QStringLiteral("NULL") : first.toString());
+}
+
+void RecordWriter::leaveOut(PlannedRow& row, const QString& column, const QString& why) {
+    countLost(row.outcome, notGivable);
+    if (m_losses == nullptr || m_toldLeftOut.contains(column, Qt::CaseInsensitive)) {
+        return;
+    }
+    m_toldLeftOut.append(column);
+    m_losses->reportLoss(lossLine(QStringLiteral("Left out of every row"), m_table, row.key, column, why));
+}
+
+void RecordWriter::reportServerRefusal(const PlannedRow& row, const QString& column, const QString& error) {
+    if (m_losses != nullptr) {
+        m_losses->LogError(lossLine(QStringLiteral("Refused by the server"), m_table, row.key,
+                                    column.isEmpty() ? QStringLiteral("-") : column, error));
+    }
+}
+
+RecordWriter::PlannedRow RecordWriter::planByPosition(const std::vector<QVariant>& values) {
     PlannedRow row;
+    row.key = rowKey(m_columns.empty() ? QString() : m_columns.front().name, values);
     for (size_t index = 0; index < values.size(); ++index) {
-        if (index < m_columns.size() && canGive(static_cast<int>(index))) {
-            row.columns.push_back(static_cast<int>(index));
+        const int column = static_cast<int>(index);
+        if (index < m_columns.size() && canGive(column)) {
+            row.columns.push_back(column);
             row.values.push_back(values[index]);
-        } else {
+        } else if (index >= m_columns.size()) {
+            leaveOut(row, QStringLiteral("#%1").arg(index + 1),
+                     QStringLiteral("the table has no column there"));
+        } else if (serverFills(column)) {
             countLost(row.outcome, notGivable);
+        } else {
+            leaveOut(row, m_columns[index].name,
+                     QStringLiteral("an identity column while IDENTITY_INSERT is off"));
         }
     }
     checkFit(row);
@@ -145,6 +189,7 @@ RowWrite RecordWriter::addRow(const std::vector<QVariant>& values) {
 
 RowWrite RecordWriter::addRowByName(const QStringList& names, const std::vector<QVariant>& values) {
     PlannedRow row;
+    row.key = rowKey(names.value(0), values);
     for (qsizetype position = 0; position < names.size() && static_cast<size_t>(position) < values.size();
          ++position) {
         int found = -1;
@@ -156,8 +201,12 @@ RowWrite RecordWriter::addRowByName(const QStringList& names, const std::vector<
         if (found >= 0 && canGive(found)) {
             row.columns.push_back(found);
             row.values.push_back(values[static_cast<size_t>(position)]);
-        } else {
+        } else if (found < 0) {
+            leaveOut(row, names[position], QStringLiteral("the table has no column of that name"));
+        } else if (serverFills(found)) {
             countLost(row.outcome, notGivable);
+        } else {
+            leaveOut(row, names[position], QStringLiteral("an identity column while IDENTITY_INSERT is off"));
         }
     }
     checkFit(row);
@@ -237,12 +286,20 @@ std::vector<StatementOutcome> RecordWriter::sendMany(const std::vector<PlannedRo
     return outcomes;
 }
 
-void RecordWriter::checkFit(PlannedRow& row) const {
+// A value the column would change is refused, never rounded or cut.
+void RecordWriter::checkFit(PlannedRow& row) {
     for (size_t field = row.values.size(); field-- > 0;) {
-        if (!valueFitsColumn(row.values[field], m_columns[static_cast<size_t>(row.columns[field])])) {
-            dropField(row, field);
-            row.outcome.lastError = doesNotFit;
+        const ColumnInfo& column = m_columns[static_cast<size_t>(row.columns[field])];
+        const QString change = valueChangeIn(row.values[field], column);
+        if (change.isEmpty()) {
+            continue;
         }
+        if (m_losses != nullptr) {
+            m_losses->reportLoss(lossLine(QStringLiteral("Not written"), m_table, row.key, column.name,
+                                          QStringLiteral("the value ") + change));
+        }
+        dropField(row, field);
+        row.outcome.lastError = doesNotFit;
     }
 }
 
@@ -257,6 +314,9 @@ void RecordWriter::dropField(PlannedRow& row, size_t field) {
 // row (one error), as a failing Update did.
 RowWrite RecordWriter::complete(PlannedRow& row, StatementOutcome sent) {
     for (;;) {
+        if (sent.succeeded && m_wholeRowsOnly && !m_side.collectsChanges() && !wroteOneRow(sent)) {
+            return unconfirmed(row);
+        }
         if (sent.succeeded) {
             row.outcome.added = true;
             return row.outcome;
@@ -270,13 +330,32 @@ RowWrite RecordWriter::complete(PlannedRow& row, StatementOutcome sent) {
         }
         if (m_wholeRowsOnly || named.isEmpty() || field == row.columns.size() || sent.connectionLost ||
             sent.cancelled) {
+            reportServerRefusal(row, named, sent.errorDescription);
             ++row.outcome.errors;
             return row.outcome;
         }
+        reportServerRefusal(row, named, sent.errorDescription);
         learnFromRefusal(row.columns[field], sent.errorDescription);
         dropField(row, field);
         sent = send(row.columns, row.values);
     }
+}
+
+// A move deletes its original only after the INSERT said it wrote one row: a trigger that
+// swallowed it, or a server that reports no counts (NOCOUNT), leaves the original in place.
+bool RecordWriter::wroteOneRow(const StatementOutcome& sent) {
+    return std::find(sent.rowCounts.begin(), sent.rowCounts.end(), 1) != sent.rowCounts.end();
+}
+
+RowWrite RecordWriter::unconfirmed(PlannedRow& row) {
+    row.outcome.lastError =
+        QStringLiteral("The INSERT did not report one row written; the row is not taken as moved.");
+    ++row.outcome.errors;
+    if (m_losses != nullptr) {
+        m_losses->reportLoss(lossLine(QStringLiteral("Not known to be written"), m_table, row.key,
+                                      QStringLiteral("-"), row.outcome.lastError));
+    }
+    return row.outcome;
 }
 
 // A column the server says can never be modified (a computed one the driver did not describe

@@ -10,6 +10,7 @@
 
 namespace qormin::db {
 
+class ServerAccess;
 class SideConnection;
 
 // What adding one row cost, counted the way the classic AddNew/field/Update loop counted.
@@ -46,8 +47,18 @@ public:
     const std::vector<ColumnInfo>& columns() const { return m_columns; }
     // Moves, not copies: a row goes in with every field or not at all. A field that cannot be
     // given or does not fit keeps the row from being sent, and a refused row is not sent again
-    // without a field; either way the row is not added.
+    // without a field; either way the row is not added. Nor is one whose INSERT did not report
+    // one row written.
     void setWholeRowsOnly(bool on) { m_wholeRowsOnly = on; }
+    // Every value a row loses gets a line naming the table, the row's key, the column and the
+    // reason: a value refused before sending is counted there as lost (ServerAccess::reportLoss);
+    // a refusal by the server is logged only, its statement already counts as failed. A column
+    // left out of every row (none at that position or of that name, identity without
+    // IDENTITY_INSERT) is told once. Server-filled columns (rowversion, computed) are not.
+    void reportLossesTo(ServerAccess& access) { m_losses = &access; }
+    // The key the loss lines name for the rows that follow ("ID = 42"); empty: the row's first
+    // field.
+    void setRowKey(const QString& key) { m_rowKey = key; }
 
     // Value i goes to column i (as copies by position do).
     RowWrite addRow(const std::vector<QVariant>& values);
@@ -67,6 +78,7 @@ private:
         std::vector<int> columns;
         std::vector<QVariant> values;
         RowWrite outcome;
+        QString key;
     };
     struct Prepared {
         QString text;
@@ -75,10 +87,16 @@ private:
 
     void trustReadOnlyOnlyWhenTold();
     bool canGive(int column) const;
-    PlannedRow planByPosition(const std::vector<QVariant>& values) const;
-    void checkFit(PlannedRow& row) const;
+    bool serverFills(int column) const;
+    QString rowKey(const QString& name, const std::vector<QVariant>& values) const;
+    void leaveOut(PlannedRow& row, const QString& column, const QString& why);
+    void reportServerRefusal(const PlannedRow& row, const QString& column, const QString& error);
+    PlannedRow planByPosition(const std::vector<QVariant>& values);
+    void checkFit(PlannedRow& row);
     static void dropField(PlannedRow& row, size_t field);
     RowWrite complete(PlannedRow& row, StatementOutcome sent);
+    static bool wroteOneRow(const StatementOutcome& sent);
+    RowWrite unconfirmed(PlannedRow& row);
     std::vector<StatementOutcome> sendMany(const std::vector<PlannedRow>& planned, size_t start, size_t end);
     StatementOutcome send(const std::vector<int>& columns, const std::vector<QVariant>& values);
     std::vector<ColumnInfo> targetsOf(const std::vector<int>& columns) const;
@@ -93,6 +111,9 @@ private:
     std::vector<bool> m_refusedByServer; // columns the server would never take in this table
     bool m_identityInsert = false;
     bool m_wholeRowsOnly = false;
+    ServerAccess* m_losses = nullptr;
+    QString m_rowKey;
+    QStringList m_toldLeftOut;
     std::map<std::vector<int>, Prepared> m_prepared; // column set -> its INSERT
 };
 

@@ -9,7 +9,8 @@ namespace qormin::db {
 // One column of a result as the driver described it.
 struct ColumnInfo {
     QString name;
-    int sqlType = 0; // ODBC SQL type code (SQL_INTEGER, SQL_WVARCHAR, ...)
+    int sqlType = 0;  // ODBC SQL type code (SQL_INTEGER, SQL_WVARCHAR, ...)
+    QString typeName; // the server's name for it ("money", "datetime2"); empty when not told
     qint64 size = 0;
     int decimalDigits = 0;
     bool nullable = true;

@@ -17,13 +17,42 @@ void blankLeading(QString& batch, QChar character) {
     }
 }
 
+// Literals are '...' with a quote doubled inside; quotes in -- and /* */ comments open none.
+bool semicolonInLiteral(const QString& batch) {
+    bool inLiteral = false;
+    for (qsizetype at = 0; at < batch.size(); ++at) {
+        const QChar character = batch[at];
+        const QChar next = at + 1 < batch.size() ? batch[at + 1] : QChar();
+        qsizetype commentEnd = at;
+        if (inLiteral) {
+            if (character == u';') {
+                return true;
+            }
+            inLiteral = character != u'\'';
+        } else if (character == u'\'') {
+            inLiteral = true;
+        } else if (character == u'-' && next == u'-') {
+            commentEnd = batch.indexOf(u'\n', at);
+        } else if (character == u'/' && next == u'*') {
+            commentEnd = batch.indexOf(QStringLiteral("*/"), at + 2);
+        }
+        if (commentEnd < 0) {
+            return false;
+        }
+        at = commentEnd;
+    }
+    return false;
+}
+
 ScriptStep cleanBatch(QString batch) {
     batch.chop(1);
     batch = trimBlanks(batch);
+    const bool literalSemicolon = semicolonInLiteral(batch);
     batch.remove(QLatin1Char(';'));
     blankLeading(batch, QLatin1Char('\r'));
     blankLeading(batch, QLatin1Char('\n'));
     ScriptStep step;
+    step.literalSemicolonRemoved = literalSemicolon;
     if (batch.startsWith(QLatin1Char('-'))) {
         TakeToken(batch, lineBreak);
         step.text = batch;

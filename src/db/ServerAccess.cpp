@@ -245,6 +245,11 @@ void ServerAccess::ExecuteScript(int side, const QString& script) {
     const SideInUse inUse(*m_state, isSide(side) ? side : -1);
     const ScriptSplit split = splitScript(script);
     for (const ScriptStep& step : split.steps) {
+        if (step.literalSemicolonRemoved) {
+            LogMessage(
+                QStringLiteral("Warning: a \";\" inside a string literal was removed from the next batch, "
+                               "as every \";\" of a script is"));
+        }
         if (step.logged) {
             LogMessage(step.text);
         }
@@ -267,6 +272,11 @@ void ServerAccess::LogMessage(const QString& text, bool atEnd) {
 void ServerAccess::LogError(const QString& text) {
     m_state->errors->prepend(text);
     yieldToEventLoop();
+}
+
+void ServerAccess::reportLoss(const QString& line, int values) {
+    m_state->tally.valuesLost += values;
+    LogError(line);
 }
 
 void ServerAccess::StartTiming() {

@@ -50,6 +50,9 @@ public:
     void ExecuteScript(int side, const QString& script);
     void LogMessage(const QString& text, bool atEnd = false);
     void LogError(const QString& text);
+    // A record loop's line for values it could not move or replace as they were: logged in
+    // txtErrs and counted (tally().valuesLost), so a batch run does not end as a success.
+    void reportLoss(const QString& line, int values = 1);
     void StartTiming();
     float ElapsedSeconds() const;
 

@@ -11,10 +11,17 @@ struct StatementTally {
     int headerRowRefusals = 0; // failed while a loop walked a grid's header row (HeaderRowPass)
     int withheld = 0;
     int connectFailures = 0;
+    // Values a record loop could not move or replace as they were (refused before anything was
+    // sent, or a record left with a real name): a run that lost one did not succeed.
+    int valuesLost = 0;
 
     StatementTally operator-(const StatementTally& earlier) const {
-        return {sent - earlier.sent, failed - earlier.failed, headerRowRefusals - earlier.headerRowRefusals,
-                withheld - earlier.withheld, connectFailures - earlier.connectFailures};
+        return {sent - earlier.sent,
+                failed - earlier.failed,
+                headerRowRefusals - earlier.headerRowRefusals,
+                withheld - earlier.withheld,
+                connectFailures - earlier.connectFailures,
+                valuesLost - earlier.valuesLost};
     }
 };
 

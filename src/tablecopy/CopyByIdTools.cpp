@@ -174,6 +174,7 @@ void CopyByIdTools::copyMissingRecords(const QString& database, const QString& t
         if (!writer) {
             writer = std::make_unique<db::RecordWriter>(access.side(leftSide),
                                                         Statements::qualifiedTable(database, table));
+            writer->reportLossesTo(access);
             const auto description = access.sharedRecordset().table();
             if (description) {
                 writer->useDescription(description->columns);

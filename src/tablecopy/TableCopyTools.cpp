@@ -246,6 +246,7 @@ void TableCopyTools::copyRecords(const QString& source, const QString& destinati
     qint32 errors = 0;
     db::RecordReader reader(side, source);
     db::RecordWriter writer(side, destination);
+    writer.reportLossesTo(m_controls.access);
     const bool readerOpen = reader.open();
     bool writerOpen = writer.open();
     // Script only: the SELECT ... INTO that would create the target was collected, not run.

@@ -66,6 +66,7 @@ TransferDBCount TransferDBTools::transfer(const TransferDBJob& job) {
     db::RecordReader reader(side, job.query, db::RecordReader::Mode::Updatable, 1, job.sourceTable);
     db::RecordWriter writer(side, job.destinationTable);
     writer.setWholeRowsOnly(true);
+    writer.reportLossesTo(access);
     bool going = openBoth(reader, writer);
     m_stopRequested = false;
     while (going && !(job.stoppable && m_stopRequested) && reader.next()) {
@@ -104,9 +105,12 @@ bool TransferDBTools::moveRow(db::RecordReader& reader, db::RecordWriter& writer
                lineEnd);
     QStringList names;
     std::vector<QVariant> values;
+    writer.setRowKey(QString());
     for (size_t index = 0; index < reader.columns().size(); ++index) {
         const QString& name = reader.columns()[index].name;
         if (job.skipIdColumn && name == QLatin1String("ID")) {
+            // The destination numbers its own rows: the loss lines name the source's.
+            writer.setRowKey(name + QStringLiteral(" = ") + cellText(reader.row()[index]));
             continue;
         }
         names.append(name);
@@ -277,7 +281,7 @@ void TransferDBTools::syncStructure(const QString& source, const QString& destin
             if (to.resultSets.front().columnIndex(column.name) >= 0) {
                 continue;
             }
-            const int code = Statements::typeCodeOf(column.sqlType);
+            const int code = Statements::typeCodeOf(column.sqlType, column.typeName);
             const QString script = Statements::addColumnScript(destination, column.name, code, column.size);
             access.ExecuteSQL(leftSide, script);
             appendLog(Statements::missingColumnLine(column.name, code, script));

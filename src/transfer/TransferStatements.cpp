@@ -185,11 +185,16 @@ QString TransferStatements::missingColumnLine(const QString& column, int typeCod
 }
 
 // The codes the SQL Server OLE DB provider gave these types (tinyint is unsigned there,
-// decimal and numeric both numeric, datetime the timestamp code).
+// decimal and numeric both numeric, datetime the timestamp code). That provider predates date,
+// time, datetime2 and datetimeoffset and handed them over as wide text of their full length.
 int TransferStatements::typeCodeOf(int odbcType, const QString& typeName) {
-    if (typeName.compare(QLatin1String("money"), Qt::CaseInsensitive) == 0 ||
-        typeName.compare(QLatin1String("smallmoney"), Qt::CaseInsensitive) == 0) {
-        return 6;
+    static const std::map<QString, int> named = {
+        {QStringLiteral("money"), 6},       {QStringLiteral("smallmoney"), 6},
+        {QStringLiteral("date"), 202},      {QStringLiteral("time"), 202},
+        {QStringLiteral("datetime2"), 202}, {QStringLiteral("datetimeoffset"), 202},
+    };
+    if (const auto found = named.find(typeName.toLower()); found != named.end()) {
+        return found->second;
     }
     static const std::map<int, int> codes = {
         {1, 129},  {12, 200}, {-1, 201}, {-8, 130}, {-9, 202},   {-10, 203}, {-2, 128},

@@ -390,8 +390,14 @@ bool frmMigrateData::insertRow(const db::RecordReader& reader, db::RecordWriter&
             const int target = columnNamed(writer, mapping.destination);
             if (target < 0) {
                 error = Statements::itemNotFound;
-            } else if (!db::valueFitsColumn(value, writer.columns()[static_cast<size_t>(target)])) {
+            } else if (const QString change =
+                           db::valueChangeIn(value, writer.columns()[static_cast<size_t>(target)]);
+                       !change.isEmpty()) {
                 error = Statements::doesNotFit;
+                // Counted whatever the operator answers: the field is not stored as it was.
+                m_access.reportLoss(QStringLiteral("Not written: ") + m_tableDest->text() +
+                                    QStringLiteral(", key ") + key + QStringLiteral(", column ") +
+                                    mapping.destination + QStringLiteral(": the value ") + change);
             } else {
                 names.append(mapping.destination);
                 values.push_back(value);

@@ -31,6 +31,10 @@ const QByteArray scenario = R"json({
     {"exact": "SELECT * FROM Billing..tbCashPatient", "response": {"result": {
       "columns": ["LastName:nvarchar(50)", "FirstName:nvarchar(50)", "Amount:int"],
       "rows": [["zyskowski", "Quenby", 5], [null, "Ysolde", 7]]}}},
+    {"exact": "SELECT * FROM Billing..tbShort", "response": {"result": {
+      "columns": ["LastName:nvarchar(50)", "FirstName:nvarchar(50)", "MiddleName:nvarchar(1)"],
+      "rows": [["Zyskowski", "Quenby", "O"], ["Vandermolen", "Ysolde", "Q"]]}}},
+    {"exact": "SELECT COUNT(*) FROM Billing..tbShort", "response": {"result": {"columns": ["n:int"], "rows": [[2]]}}},
     {"exact": "SELECT * FROM Medicare..tbMedPatient", "response": {"result": {
       "columns": ["LastName:nvarchar(50)"], "rows": [["Zyskowski"], ["Quarrington"]]}}},
     {"exact": "SELECT * FROM Lab..tbMany", "response": {"result": {
@@ -156,6 +160,7 @@ TEST_F(AnonymizeRunTest, completeRunReplacesEveryNameAndLeavesNoneBehind) {
     EXPECT_TRUE(log.contains(QStringLiteral("Patient_data..tbMaster3: rows still holding one of 6 sampled "
                                             "original names: 0")));
     EXPECT_TRUE(log.contains(QStringLiteral("Invalid object name 'Missing..tbGone'. Missing..tbGone")));
+    EXPECT_TRUE(log.contains(QStringLiteral("Records whose names could not all be replaced: 0")));
     EXPECT_FALSE(result.output.contains(QStringLiteral("MSGBOX: Invalid")));
 }
 
@@ -234,6 +239,30 @@ TEST_F(AnonymizeRunTest, fastRunWithA500NameListWritesEmptyNamesForAboutHalf) {
         std::count_if(made.begin(), made.end(), [](const Change& c) { return c.value.isEmpty(); });
     EXPECT_GT(empty, 150);
     EXPECT_LT(empty, 250);
+}
+
+// A name too long for one column (initials in MiddleName) must not keep the record's other
+// real names: the fields go one by one, and the records left with a real name fail the run.
+TEST_F(AnonymizeRunTest, fastRunReplacesWhatFitsAndFailsOnTheRest) {
+    QString names;
+    for (int n = 1; n <= 999; ++n)
+        names += QStringLiteral("Given%1\\r\\n").arg(n);
+    const auto result =
+        run(QStringLiteral("set ctlATables.txtFileVal Billing..tbShort LastName FirstName MiddleName\n"
+                           "set txtFirstnames ") +
+            names + QStringLiteral("\nanswer yes\nclick cmdAnonymize\n"));
+    EXPECT_EQ(result.exitCode, 1);
+    for (int row : {1, 2}) {
+        EXPECT_TRUE(valueOf(QStringLiteral("Billing..tbShort"), row, QStringLiteral("FirstName"))
+                        .startsWith(QLatin1String("Given")));
+        EXPECT_EQ(valueOf(QStringLiteral("Billing..tbShort"), row, QStringLiteral("MiddleName")),
+                  QStringLiteral("<unchanged>"));
+        EXPECT_TRUE(
+            result.log.contains(QStringLiteral("(Billing..tbShort, record %1, MiddleName)").arg(row)));
+    }
+    EXPECT_TRUE(result.log.contains(
+        QStringLiteral("Records whose names could not all be replaced: 2 - the run failed")));
+    EXPECT_TRUE(result.log.contains(QStringLiteral("values lost 2,")));
 }
 
 TEST_F(AnonymizeRunTest, answeringNoChangesNothingAndKeepsTheLists) {

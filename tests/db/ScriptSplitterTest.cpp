@@ -11,6 +11,7 @@ struct SplitCase {
     const char* script;
     std::vector<const char*> steps; // a leading '!' marks a step that is run without being logged
     bool endedAtEmptyBatch;
+    int literalSemicolonSteps = 0; // bit i: a ";" removed from step i stood inside a literal
 };
 
 class ScriptSplitterTest : public ::testing::TestWithParam<SplitCase> {};
@@ -26,6 +27,10 @@ TEST_P(ScriptSplitterTest, splitsAsExecuteScriptAlwaysHas) {
         EXPECT_EQ(split.steps[index].text, logged ? expected : expected.mid(1)) << "step " << index;
     }
     EXPECT_EQ(split.endedAtEmptyBatch, c.endedAtEmptyBatch);
+    for (size_t index = 0; index < split.steps.size(); ++index) {
+        EXPECT_EQ(split.steps[index].literalSemicolonRemoved, ((c.literalSemicolonSteps >> index) & 1) == 1)
+            << "step " << index;
+    }
 }
 
 const SplitCase splitCases[] = {
@@ -56,7 +61,17 @@ const SplitCase splitCases[] = {
     {"twoLineBreaksLeaveACarriageReturn", "\r\n\r\nGO\r\nB\r\n", {"\r", "B\r"}, false},
     {"blanksOnlyBatchEndsTheScript", "   GO\r\nSELECT 1", {}, true},
     {"emptyScriptRunsNothing", "", {}, false},
-    {"semicolonsInsideLiteralsGoToo", "PRINT 'a;b';\r\nGO\r\n", {"PRINT 'ab'\r"}, false},
+    {"semicolonsInsideLiteralsGoToo", "PRINT 'a;b';\r\nGO\r\n", {"PRINT 'ab'\r"}, false, 1},
+    {"aDoubledQuoteStaysInsideTheLiteral",
+     "A\r\nGO\r\nPRINT 'O''Brien;x'\r\nGO\r\n",
+     {"A\r", "PRINT 'O''Brienx'\r"},
+     false,
+     2},
+    {"aSemicolonAfterTheLiteralIsNoWarning", "PRINT 'a';\r\nGO\r\n", {"PRINT 'a'\r"}, false},
+    {"quotesInCommentsOpenNoLiteral",
+     "SELECT 1 -- it's;\r\n/* don't */ SELECT 2;\r\nGO\r\n",
+     {"SELECT 1 -- it's\r\n/* don't */ SELECT 2\r"},
+     false},
     {"tabsAreNotBlanks", "\tSELECT 1\t\r\nGO\r\n", {"\tSELECT 1\t\r"}, false},
 };
 

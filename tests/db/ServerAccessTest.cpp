@@ -320,6 +320,17 @@ TEST_F(ServerAccessTest, executeScriptRunsEachCleanedBatchThroughExecuteSql) {
                        "A\r\r\nConnected.\r\nRunning SQL..\r\nA\r\r\n"));
 }
 
+// Every ";" still goes; one inside a literal changes the statement, so the log says so once.
+TEST_F(ServerAccessTest, executeScriptWarnsWhenASemicolonInALiteralIsRemoved) {
+    m_access->ExecuteScript(0, QStringLiteral("PRINT 'a;b;c'\r\nGO\r\nSELECT 1;\r\nGO\r\n"));
+    EXPECT_EQ(m_server->statements(),
+              (QStringList{QStringLiteral("PRINT 'abc'\r"), QStringLiteral("SELECT 1\r")}));
+    const QString warning = QStringLiteral("Warning: a \";\" inside a string literal was removed from the "
+                                           "next batch, as every \";\" of a script is");
+    EXPECT_EQ(m_access->log().text().count(warning), 1);
+    EXPECT_TRUE(m_access->log().text().endsWith(warning + QStringLiteral("\r\n")));
+}
+
 struct ScriptOnlyCase {
     const char* name;
     const char* sql;

@@ -127,7 +127,12 @@ TEST_F(CopyByIdTest, AddsTheMissingRecordsByNameAndCountsTheOnesThere) {
     EXPECT_TRUE(log().contains(QStringLiteral("Records added to tbPatients: 10  exist:1\r\n")));
     EXPECT_TRUE(log().startsWith(QStringLiteral("table not found in database 2 tbLeftOnly\r\n")));
     EXPECT_FALSE(log().contains(QStringLiteral("tbNoId")));
-    EXPECT_TRUE(errors().isEmpty()) << errors().toStdString();
+    // The columns left out are named once each, with the first record they cost.
+    EXPECT_EQ(errors(),
+              QStringLiteral("Left out of every row: Billing..tbPatients, IDNum = 106300, column rightOnly: "
+                             "the table has no column of that name\r\n"
+                             "Left out of every row: Billing..tbPatients, IDNum = 106300, column rowid: an "
+                             "identity column while IDENTITY_INSERT is off\r\n"));
 }
 
 TEST_F(CopyByIdTest, WalksEveryDatabaseThroughTheGridDoubleClick) {
@@ -203,9 +208,8 @@ protected:
 
 TEST_F(CopyByIdOverflowTest, IsAnErrorForThatTableAndTheRunGoesOn) {
     run(QStringLiteral("select GridDB(0) 1\n"));
-    EXPECT_EQ(errors(),
-              QStringLiteral(
-                  "Overflow: more than 32767 records already there in tbHuge; the table was left there\r\n"));
+    EXPECT_TRUE(errors().endsWith(QStringLiteral(
+        "Overflow: more than 32767 records already there in tbHuge; the table was left there\r\n")));
     EXPECT_FALSE(log().contains(QStringLiteral("Records added to tbHuge")));
     EXPECT_TRUE(log().contains(QStringLiteral("Records added to tbPatients: 10  exist:1\r\n")));
     EXPECT_EQ(statements(0).filter(QStringLiteral("Billing..tbHuge where idnum = ")).size(), 32768);

@@ -1,6 +1,8 @@
 #include "QStringPrinter.h"
 #include "TransferWindowFixture.h"
 
+#include "controls/FlexGrid.h"
+
 #include <QDate>
 
 namespace qormin::test {
@@ -43,16 +45,73 @@ TEST_F(HistoricalWindowTest, movesRowsOlderThanTheYearsWithEveryColumn) {
         QStringLiteral("Transfer of Station..tbstationlogs: read 2, written 2, deleted 2, failed 0")));
 }
 
-// A destination with an identity ID cannot take the copied ID: nothing is written or deleted.
+// A destination with an identity ID cannot take the copied ID: nothing is written or deleted,
+// and the batch run fails.
 TEST_F(HistoricalWindowTest, identityDestinationGetsNothingAndTheHint) {
     const BatchResult result =
         run(QStringLiteral("open frmHistorical\nset frmHistorical.txtYears 2\nclick "
-                           "frmHistorical.chkDelete\nclick frmHistorical.cmdTransfer\n"));
+                           "frmHistorical.chkDelete\nclick frmHistorical.cmdTransfer\n"),
+            1);
+    EXPECT_TRUE(
+        result.log.contains(QStringLiteral("Left out of every row: HISTORY..tbNurseLogBook, ID = 1, column "
+                                           "ID: an identity column while IDENTITY_INSERT is off")));
     EXPECT_EQ(changes(), QStringList());
     EXPECT_TRUE(result.output.contains(QStringLiteral(
         "MSGBOX: Field cannot be updated.   drop any identity columns and click sync structure.")));
     EXPECT_TRUE(result.log.contains(QStringLiteral("read 1, written 0, deleted 0, failed 1")));
 }
+
+struct KeptCase {
+    const char* name;
+    const char* table;
+    int moved; // rows written and deleted before the run stopped
+    const char* lossLine;
+    const char* reconciliation;
+};
+
+class KeptRowTest : public HistoricalWindowTest, public testing::WithParamInterface<KeptCase> {};
+
+// With delete after transfer, a row whose copy would differ (cents into numeric(18,0), as Sync
+// Structure adds a money column) or whose INSERT did not say it wrote one row stays in the
+// source, with a line naming it, and the batch run fails.
+TEST_P(KeptRowTest, keepsTheSourceRowUnlessItsCopyIsKnownToBeTheSame) {
+    const KeptCase& c = GetParam();
+    run(QStringLiteral("open frmHistorical\nset frmHistorical.txtYears 2\nclick frmHistorical.chkDelete\n"));
+    auto* grid =
+        subsidiary(QStringLiteral("frmHistorical"))->findChild<controls::FlexGrid*>(QStringLiteral("Grid1"));
+    grid->setTextMatrix(1, 0, QStringLiteral("Billing..") + QLatin1String(c.table));
+    clearTranscript();
+    const BatchResult result = run(QStringLiteral("click frmHistorical.cmdTransfer\n"), 1);
+    const QString insert =
+        QStringLiteral("INSERT INTO HISTORY..%1 ([ID], [RequestDate], [Fee]) VALUES (@P1, @P2, @P3)")
+            .arg(QLatin1String(c.table));
+    QStringList expected;
+    for (int row = 0; row < c.moved; ++row) {
+        expected << insert
+                 << QStringLiteral("DELETE FROM Billing..%1 WHERE CURRENT OF qormin_cursor_1")
+                        .arg(QLatin1String(c.table));
+    }
+    if (c.moved == 0) {
+        expected << insert;
+    }
+    EXPECT_EQ(changes(), expected);
+    EXPECT_TRUE(result.log.contains(QString::fromUtf8(c.lossLine))) << result.log.toStdString();
+    EXPECT_TRUE(result.log.contains(QString::fromUtf8(c.reconciliation)));
+    EXPECT_TRUE(result.log.contains(QStringLiteral("values lost 1,")));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Rows, KeptRowTest,
+    testing::Values(
+        KeptCase{"centsIntoNumeric", "tbFees", 1,
+                 "Not written: HISTORY..tbFees, ID = 2, column Fee: the value has more decimals than "
+                 "numeric(18,0) keeps",
+                 "read 2, written 1, deleted 1, failed 1"},
+        KeptCase{"insertWroteNoRow", "tbSwallowed", 0,
+                 "Not known to be written: HISTORY..tbSwallowed, ID = 1, column -: The INSERT did not "
+                 "report one row written",
+                 "read 1, written 0, deleted 0, failed 1"}),
+    [](const auto& testInfo) { return std::string(testInfo.param.name); });
 
 TEST_F(HistoricalWindowTest, purgeOfAllTablesSaysWhichAreEmptiedAndTruncatesThem) {
     const BatchResult result =

@@ -123,15 +123,20 @@ TEST_F(TransferDBWindowTest, tableButtonsSendTheirStatements) {
              "(ConversionTime)",
              "ALTER TABLE Patient_Files_2020..tbPatientDocs ADD FileName VarWChar (60)",
              "ALTER TABLE Patient_Files_2020..tbPatientDocs ADD Scanned DateTime",
-             "ALTER TABLE Patient_Files_2020..tbPatientDocs ADD Kind Char (4)"}));
+             "ALTER TABLE Patient_Files_2020..tbPatientDocs ADD Kind Char (4)",
+             "ALTER TABLE Patient_Files_2020..tbPatientDocs ADD Fee Currency",
+             "ALTER TABLE Patient_Files_2020..tbPatientDocs ADD Stamp VarWChar (27)"}));
     EXPECT_EQ(
-        windowLog(QStringLiteral("frmTransferDB")).mid(0, 3),
+        windowLog(QStringLiteral("frmTransferDB")).mid(0, 5),
         QStringList(
             {"Missing  FileName 202 script: ALTER TABLE Patient_Files_2020..tbPatientDocs ADD FileName "
              "VarWChar (60)",
              "Missing  Scanned 135 script: ALTER TABLE Patient_Files_2020..tbPatientDocs ADD Scanned "
              "DateTime",
-             "Missing  Kind 129 script: ALTER TABLE Patient_Files_2020..tbPatientDocs ADD Kind Char (4)"}));
+             "Missing  Kind 129 script: ALTER TABLE Patient_Files_2020..tbPatientDocs ADD Kind Char (4)",
+             "Missing  Fee 6 script: ALTER TABLE Patient_Files_2020..tbPatientDocs ADD Fee Currency",
+             "Missing  Stamp 202 script: ALTER TABLE Patient_Files_2020..tbPatientDocs ADD Stamp VarWChar "
+             "(27)"}));
     EXPECT_TRUE(result.output.contains(QStringLiteral("MSGBOX: OK")));
 }
 

@@ -150,6 +150,10 @@ TEST(TransferStatementsTest, typeCodesHaveTheirAdoNames) {
     EXPECT_EQ(Statements::typeCodeOf(93), 135);
     EXPECT_EQ(Statements::typeCodeOf(-6), 17);
     EXPECT_EQ(Statements::typeCodeOf(3, QStringLiteral("money")), 6);
+    // The newer date and time types reached the classic provider as text.
+    EXPECT_EQ(Statements::typeCodeOf(93, QStringLiteral("datetime2")), 202);
+    EXPECT_EQ(Statements::typeCodeOf(-154, QStringLiteral("time")), 202);
+    EXPECT_EQ(Statements::typeCodeOf(93, QStringLiteral("datetime")), 135);
 }
 
 TEST(TransferStatementsTest, datesAndYearsReadOneWayOnly) {

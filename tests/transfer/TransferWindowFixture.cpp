@@ -18,8 +18,9 @@ namespace {
 const QByteArray scenario = R"json({
   "rules": [
     {"caseSensitive": true, "exact": "SELECT top 1 * FROM Patient_Files..tbPatientDocs", "response": {"result": {
-      "columns": ["ID:int", "FileName:nvarchar(60)", "Pages:int", "Scanned:datetime", "Kind:char(4)"],
-      "rows": [[1, "a.pdf", 2, "2020-01-01", "PHIC"]]}}},
+      "columns": ["ID:int", "FileName:nvarchar(60)", "Pages:int", "Scanned:datetime", "Kind:char(4)",
+                  "Fee:money", "Stamp:datetime2(7)"],
+      "rows": [[1, "a.pdf", 2, "2020-01-01", "PHIC", "12.34", "2020-02-29 23:59:59.1234567"]]}}},
     {"caseSensitive": true, "exact": "SELECT top 1 * FROM Patient_Files_2020..tbPatientDocs", "response": {"result": {
       "columns": ["id:int", "Pages:int"], "rows": []}}},
     {"exact": "SELECT name FROM sys.databases where database_id >= 5 order by name ",
@@ -56,7 +57,15 @@ const QByteArray scenario = R"json({
       "columns": ["ID:int", "TransDate:datetime"], "rows": [[1, "2001-01-01"], [2, "2002-02-02"]]}}},
     {"prefix": "DELETE FROM Patient_Files..tbPatientDocs WHERE CURRENT OF", "response": {"rowCount": 1}},
     {"prefix": "DELETE FROM Patient_Files..tbLower", "response": {"error": {"number": 16929, "severity": 16,
-      "text": "The cursor is READ ONLY."}}}
+      "text": "The cursor is READ ONLY."}}},
+    {"regex": "^SELECT top \\d+ \\* FROM Billing\\.\\.tb(Fees|Swallowed) WHERE", "response": {"result": {
+      "columns": ["ID:int", "RequestDate:datetime", "Fee:money"],
+      "rows": [[1, "2001-01-01", "13.0000"], [2, "2002-02-02", "12.3400"]]}}},
+    {"regex": "^SELECT TOP 1 \\* FROM HISTORY\\.\\.tb(Fees|Swallowed)$", "response": {"result": {
+      "columns": ["ID:int", "RequestDate:datetime", "Fee:numeric(18,0)"], "rows": []}}},
+    {"prefix": "INSERT INTO HISTORY..tbSwallowed", "response": {"rowCount": 0}},
+    {"prefix": "DELETE FROM Billing..", "response": {"rowCount": 1}},
+    {"prefix": "INSERT INTO ", "response": {"rowCount": 1}}
   ]
 })json";
 

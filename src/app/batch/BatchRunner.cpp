@@ -187,20 +187,20 @@ int BatchRunner::exitStatus(const db::StatementTally& tally, bool malformed, boo
         return malformedExitCode;
     if (tally.connectFailures > 0)
         return connectFailedExitCode;
-    return tally.failed > 0 ? statementFailedExitCode : succeededExitCode;
+    return tally.failed > 0 || tally.valuesLost > 0 ? statementFailedExitCode : succeededExitCode;
 }
 
 QString BatchRunner::summary(const db::StatementTally& tally, qint64 elapsedMilliseconds, int exitStatus) {
-    return QStringLiteral(
-               "sent %1, failed %2, withheld by Script only %3, elapsed %4, header-row refusals %5, "
-               "connect failures %6, exit status %7")
+    return QStringLiteral("sent %1, failed %2, withheld by Script only %3, values lost %8, elapsed %4, "
+                          "header-row refusals %5, connect failures %6, exit status %7")
         .arg(tally.sent)
         .arg(tally.failed)
         .arg(tally.withheld)
         .arg(duration(elapsedMilliseconds))
         .arg(tally.headerRowRefusals)
         .arg(tally.connectFailures)
-        .arg(exitStatus);
+        .arg(exitStatus)
+        .arg(tally.valuesLost);
 }
 
 QString BatchRunner::execute(const BatchCommand& command) {

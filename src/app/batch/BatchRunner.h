@@ -26,10 +26,11 @@ class frmMain;
 // unknown control or a malformed line stops the run: the message names the line.
 //
 // The exit status tells a scheduler how the run went: 0 when every statement sent succeeded
-// (refusals on a grid's header row, see db::HeaderRowPass, excepted), 1 when one failed, 2 for
-// a bad batch line, 3 when a side could not connect, 4 when a termination request (SIGTERM)
-// ended it: the running statement is cancelled, the command under way stops as a STOP would stop
-// it, and no further line runs. The run ends with a summary line on log.
+// (refusals on a grid's header row, see db::HeaderRowPass, excepted), 1 when one failed or a
+// record loop lost a value (ServerAccess::reportLoss), 2 for a bad batch line, 3 when a side
+// could not connect, 4 when a termination request (SIGTERM) ended it: the running statement is
+// cancelled, the command under way stops as a STOP would stop it, and no further line runs. The
+// run ends with a summary line on log.
 // The counts start when the runner is made, so make it before Form_Load to count start-up.
 class BatchRunner {
 public:
