@@ -11,6 +11,7 @@
 namespace qormin::db {
 
 class OdbcConnection;
+struct OdbcParameter;
 
 // Owns one ODBC statement handle and every buffer bound to it. All calls come from the thread
 // that runs the statement, except cancel(), which another thread may call while it runs.
@@ -55,24 +56,18 @@ public:
     std::vector<RowStatus> rowStatuses() const;
 
 private:
-    struct BoundParameter;
     struct ParameterArray;
 
-    static BoundParameter makeParameter(const ColumnInfo& target, const QVariant& value);
-    static size_t roomFor(const BoundParameter& parameter);
-    void declareArrays(const std::vector<BoundParameter>& declarations, size_t capacity);
-    bool fitsArrays(const std::vector<BoundParameter>& row) const;
+    void declareArrays(const std::vector<OdbcParameter>& declarations, size_t capacity);
+    bool fitsArrays(const std::vector<OdbcParameter>& row) const;
 
     void readServerFilledKind(int index, ColumnInfo& column);
-    void bindSlot(int number, BoundParameter parameter);
-    QVariant readText(int column);
-    QVariant readBinary(int column);
-    QVariant readTime(int column);
+    void bindSlot(int number, OdbcParameter parameter);
 
     void* m_handle = nullptr;
     int m_queryTimeout = -1;
     std::vector<char> m_scratch;
-    std::vector<std::unique_ptr<BoundParameter>> m_parameters;
+    std::vector<std::unique_ptr<OdbcParameter>> m_parameters;
     std::vector<ParameterArray> m_arrays;
     std::vector<unsigned short> m_rowStatus;
     unsigned long m_rowsProcessed = 0;

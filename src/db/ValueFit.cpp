@@ -1,5 +1,7 @@
 #include "db/ValueFit.h"
 
+#include "db/OdbcValue.h"
+
 #include <QDateTime>
 #include <sql.h>
 #include <sqlext.h>
@@ -60,14 +62,7 @@ bool dateFits(const QVariant& value) {
     if (value.typeId() == QMetaType::QDateTime || value.typeId() == QMetaType::QDate) {
         return true;
     }
-    const QString text = value.toString().trimmed();
-    for (const auto* format : {"yyyy-MM-dd HH:mm:ss.zzz", "yyyy-MM-dd HH:mm:ss", "yyyy-MM-ddTHH:mm:ss.zzz",
-                               "yyyy-MM-ddTHH:mm:ss", "yyyy-MM-dd"}) {
-        if (QDateTime::fromString(text, QLatin1String(format)).isValid()) {
-            return true;
-        }
-    }
-    return false;
+    return parseMoment(value.toString()).has_value();
 }
 
 bool lengthFits(qint64 length, const ColumnInfo& column) {
