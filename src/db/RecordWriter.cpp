@@ -112,6 +112,18 @@ QString RecordWriter::insertText(const QString& table, const QStringList& column
     return insertWithValues(table, columnNames, markers);
 }
 
+QString RecordWriter::misfitReason() {
+    return QStringLiteral("the value does not fit the column's type or size");
+}
+
+QString RecordWriter::refusalLine(const QString& table, const QString& key, const RefusedValue& refused) {
+    if (refused.column.isEmpty()) {
+        return QStringLiteral("Row refused: %1, key %2: %3").arg(table, key, refused.reason);
+    }
+    return QStringLiteral("Value refused: %1, key %2, column %3: %4")
+        .arg(table, key, refused.column, refused.reason);
+}
+
 QString RecordWriter::refusedColumn(const QString& errorText) {
     static const QRegularExpression named(QStringLiteral(R"(\bcolumn ['"]([^'"]+)['"])"),
                                           QRegularExpression::CaseInsensitiveOption);
@@ -179,10 +191,14 @@ RowWrite RecordWriter::addRows(const std::vector<std::vector<QVariant>>& rows) {
     }
     RowWrite total;
     total.added = true;
-    auto count = [&total](const RowWrite& row) {
+    auto count = [&total](const RowWrite& row, size_t index) {
         total.added = total.added && row.added;
         total.errors += row.errors;
         total.lastError = row.errors > 0 ? row.lastError : total.lastError;
+        for (RefusedValue refused : row.refused) {
+            refused.row = index;
+            total.refused.push_back(std::move(refused));
+        }
     };
     for (size_t start = 0; start < planned.size();) {
         size_t end = start + 1;
@@ -192,7 +208,8 @@ RowWrite RecordWriter::addRows(const std::vector<std::vector<QVariant>>& rows) {
         std::vector<StatementOutcome> sent = sendMany(planned, start, end);
         for (size_t index = start; index < end; ++index) {
             const bool held = m_wholeRowsOnly && planned[index].outcome.errors > 0;
-            count(held ? planned[index].outcome : complete(planned[index], std::move(sent[index - start])));
+            count(held ? planned[index].outcome : complete(planned[index], std::move(sent[index - start])),
+                  index);
         }
         start = end;
     }
@@ -239,7 +256,9 @@ std::vector<StatementOutcome> RecordWriter::sendMany(const std::vector<PlannedRo
 
 void RecordWriter::checkFit(PlannedRow& row) const {
     for (size_t field = row.values.size(); field-- > 0;) {
-        if (!valueFitsColumn(row.values[field], m_columns[static_cast<size_t>(row.columns[field])])) {
+        const ColumnInfo& column = m_columns[static_cast<size_t>(row.columns[field])];
+        if (!valueFitsColumn(row.values[field], column)) {
+            row.outcome.refused.push_back({0, column.name, misfitReason()});
             dropField(row, field);
             row.outcome.lastError = doesNotFit;
         }
@@ -271,8 +290,11 @@ RowWrite RecordWriter::complete(PlannedRow& row, StatementOutcome sent) {
         if (m_wholeRowsOnly || named.isEmpty() || field == row.columns.size() || sent.connectionLost ||
             sent.cancelled) {
             ++row.outcome.errors;
+            row.outcome.refused.push_back({0, QString(), sent.errorDescription});
             return row.outcome;
         }
+        row.outcome.refused.push_back(
+            {0, m_columns[static_cast<size_t>(row.columns[field])].name, sent.errorDescription});
         learnFromRefusal(row.columns[field], sent.errorDescription);
         dropField(row, field);
         sent = send(row.columns, row.values);

@@ -12,11 +12,22 @@ namespace qormin::db {
 
 class SideConnection;
 
+// A value that did not go in as it was: the column it was for (empty when the server refused
+// the whole row) and why. row is its row's index among those given to addRows (0 otherwise).
+struct RefusedValue {
+    size_t row = 0;
+    QString column;
+    QString reason;
+};
+
 // What adding one row cost, counted the way the classic AddNew/field/Update loop counted.
 struct RowWrite {
     bool added = false; // the row went in (with the fields that could be given)
     int errors = 0;     // one per field that could not be given, plus one for a refused row
     QString lastError;  // the last reason, the server's own text where it gave one
+    // The values among those that were lost for their own sake (not fitting, refused by the
+    // server); fields the table cannot take whatever their value are not listed.
+    std::vector<RefusedValue> refused;
 };
 
 // Adds rows to a table the way AddNew/Update did, one field costing one field: learns the
@@ -35,6 +46,7 @@ public:
 
     bool open();
     QString error() const { return m_error; }
+    const QString& table() const { return m_table; }
     // Script only: a target that does not exist yet takes the shape SELECT ... INTO would give
     // it from the source (computed columns become plain ones).
     void useShapeOf(const std::vector<ColumnInfo>& sourceColumns);
@@ -60,6 +72,10 @@ public:
     static QString insertText(const QString& table, const QStringList& columnNames);
     // The column a refusal names ("column 'x'", "The column "x""), empty when it names none.
     static QString refusedColumn(const QString& errorText);
+    // The error-box line for a refused value of the row with that key.
+    static QString refusalLine(const QString& table, const QString& key, const RefusedValue& refused);
+    // The reason given for a value that does not fit its column.
+    static QString misfitReason();
 
 private:
     // A row's fields after the table's decisions and the fit check, with what that cost so far.

@@ -246,6 +246,11 @@ void ServerAccess::LogError(const QString& text) {
     yieldToEventLoop();
 }
 
+void ServerAccess::LogRefusal(const QString& text) {
+    LogError(text);
+    ++m_state->tally.failed;
+}
+
 void ServerAccess::StartTiming() {
     m_state->timer.restart();
 }

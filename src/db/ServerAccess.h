@@ -50,6 +50,10 @@ public:
     void ExecuteScript(int side, const QString& script);
     void LogMessage(const QString& text, bool atEnd = false);
     void LogError(const QString& text);
+    // A value a record loop could not write as it was: logged like an error and counted as a
+    // failed statement in tally(), so a batch run that lost one cannot exit 0 (a refused row
+    // of a multi-row request does not count as a statement of its own).
+    void LogRefusal(const QString& text);
     void StartTiming();
     float ElapsedSeconds() const;
 

@@ -181,8 +181,12 @@ void CopyByIdTools::copyMissingRecords(const QString& database, const QString& t
                 writer->open();
             }
         }
-        // A field the left table lacks or cannot take is left out; the record still counts.
-        writer->addRowByName(names, records.row());
+        // A field the left table lacks or cannot take is left out; the record still counts. A
+        // value refused for its own sake is named, so nothing changes without a word.
+        const db::RowWrite written = writer->addRowByName(names, records.row());
+        for (const db::RefusedValue& refused : written.refused) {
+            access.LogRefusal(db::RecordWriter::refusalLine(writer->table(), idnum, refused));
+        }
     }
     if (!records.error().isEmpty()) {
         access.LogError(records.error() + QLatin1Char(' ') + rangeQuery);

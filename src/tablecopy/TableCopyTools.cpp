@@ -265,12 +265,12 @@ void TableCopyTools::copyRecords(const QString& source, const QString& destinati
         // "copied" counts every row walked, refused ones included, as the classic loop did.
         pending.push_back(reader.row());
         if (++copied % progressInterval == 0) {
-            errors += writer.addRows(pending).errors;
+            errors += writeRows(writer, pending);
             pending.clear();
             ShowCopyProgress(copied);
         }
     }
-    errors += writer.addRows(pending).errors;
+    errors += writeRows(writer, pending);
     // A source that could not be read, or a read connection lost on the way.
     if (!reader.error().isEmpty()) {
         ++errors;
@@ -278,6 +278,17 @@ void TableCopyTools::copyRecords(const QString& source, const QString& destinati
     }
     log(Statements::copiedLine(copied));
     log(Statements::errorsLine(errors));
+}
+
+// A refused value is named by its row's first field, the key of the tables this copies.
+int TableCopyTools::writeRows(db::RecordWriter& writer, const std::vector<std::vector<QVariant>>& rows) {
+    const db::RowWrite written = writer.addRows(rows);
+    for (const db::RefusedValue& refused : written.refused) {
+        const auto& row = rows[refused.row];
+        const QString key = row.empty() ? QString() : row.front().toString();
+        m_controls.access.LogRefusal(db::RecordWriter::refusalLine(writer.table(), key, refused));
+    }
+    return written.errors;
 }
 
 void TableCopyTools::switchIdentityInsert(const QString& qualifiedTable, bool on) {

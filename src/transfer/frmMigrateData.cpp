@@ -391,6 +391,8 @@ bool frmMigrateData::insertRow(const db::RecordReader& reader, db::RecordWriter&
                 error = Statements::itemNotFound;
             } else if (!db::valueFitsColumn(value, writer.columns()[static_cast<size_t>(target)])) {
                 error = Statements::doesNotFit;
+                m_access.LogRefusal(db::RecordWriter::refusalLine(
+                    writer.table(), key, {0, mapping.destination, db::RecordWriter::misfitReason()}));
             } else {
                 names.append(mapping.destination);
                 values.push_back(value);
@@ -408,6 +410,9 @@ bool frmMigrateData::saveRow(db::RecordWriter& writer, const QList<Mapping>& map
                              const QStringList& names, const std::vector<QVariant>& values,
                              const QString& key) {
     const db::RowWrite written = writer.addRowByName(names, values);
+    for (const db::RefusedValue& refused : written.refused) {
+        m_access.LogRefusal(db::RecordWriter::refusalLine(writer.table(), key, refused));
+    }
     if (written.added) {
         show(Statements::addedLine(key));
     }

@@ -5,6 +5,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLabel>
+#include <QRegularExpression>
 #include <QTimer>
 #include <chrono>
 #include <set>
@@ -202,6 +203,27 @@ const FieldCase fieldCases[] = {
 
 INSTANTIATE_TEST_SUITE_P(Targets, FieldLossTest, ::testing::ValuesIn(fieldCases),
                          [](const auto& testInfo) { return std::string(testInfo.param.table); });
+
+// Nothing changes without a word: each value refused for its own sake is named in the errors
+// box by table, key (the row's first field) and column, and one refused before it was sent
+// counts as a failure like a refused statement.
+TEST_F(RecordCopyTest, everyRefusedValueIsNamedByTableKeyAndColumn) {
+    showTables({QStringLiteral("tbRefuse")});
+    const int failedBefore = m_access->tally().failed;
+    click(QStringLiteral("cmdCopyTables"));
+    const QStringList errors = m_access->errors().text().split(QStringLiteral("\r\n"));
+    const QStringList refusals = errors.filter(QRegularExpression(QStringLiteral("^(Value|Row) refused")));
+    ASSERT_EQ(refusals.size(), 3) << errors.join(QLatin1Char('\n')).toStdString();
+    EXPECT_TRUE(
+        refusals[2].startsWith(QStringLiteral("Value refused: Billing2..tbRefuse, key 2, column name: Cannot "
+                                              "insert the value NULL into column 'name'")));
+    EXPECT_TRUE(refusals[1].startsWith(
+        QStringLiteral("Row refused: Billing2..tbRefuse, key 3: Violation of PRIMARY KEY constraint")));
+    EXPECT_EQ(refusals[0],
+              QStringLiteral("Value refused: Billing2..tbRefuse, key 4, column name: the value does "
+                             "not fit the column's type or size"));
+    EXPECT_GE(m_access->tally().failed - failedBefore, 3); // and the refused statements themselves
+}
 
 TEST_F(RecordCopyTest, sourceAndTargetAreOpenBeforeIdentityInsertGoesOn) {
     showTables({QStringLiteral("tbIdent")});
