@@ -54,6 +54,15 @@ protected:
         }
     }
 
+    // Copy by ID makes the working database the login's default, as it always has; a server
+    // of the user's gets master back (the engine has no sp_defaultdb).
+    void TearDown() override {
+        for (int side : {left, right}) {
+            m_admin[side].execute(
+                QStringLiteral("EXEC sp_defaultdb @loginame='%1', @defdb='master'").arg(m_servers.user));
+        }
+    }
+
     void exec(int side, const QString& sql) {
         const OdbcClient::Outcome outcome = m_admin[side].execute(sql);
         ASSERT_TRUE(outcome.succeeded)
