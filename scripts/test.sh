@@ -9,6 +9,18 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 export QORMIN_WITH_TEST_TOOLS=1
 bash "$root/scripts/install-deps.sh"
 
+# Two T-SQL engines (left and right) for the engine suite, started once for both builds and
+# stopped however the run ends. Servers named by the user (QORMIN_TEST_SERVER_LEFT/RIGHT) win.
+if [[ -z "${QORMIN_TEST_SERVER_LEFT:-}" ]]; then
+    engine_run=$(mktemp -d /tmp/qormin-engines.XXXXXX)
+    trap 'bash "$root/scripts/engines.sh" stop "$engine_run"' EXIT
+    if engine_env=$(bash "$root/scripts/engines.sh" start "$engine_run"); then
+        eval "$engine_env"
+    else
+        echo "=== the T-SQL engines did not start: the engine suite reports itself skipped ==="
+    fi
+fi
+
 export QT_QPA_PLATFORM=offscreen
 status=0
 run_suite() {

@@ -11,6 +11,7 @@
 namespace qormin::db {
 
 class OdbcConnection;
+struct OdbcParameter;
 
 // Owns one ODBC statement handle and every buffer bound to it. All calls come from the thread
 // that runs the statement, except interrupt(), which another thread may call at any time.
@@ -63,19 +64,13 @@ public:
     std::vector<RowStatus> rowStatuses() const;
 
 private:
-    struct BoundParameter;
     struct ParameterArray;
 
-    static BoundParameter makeParameter(const ColumnInfo& target, const QVariant& value);
-    static size_t roomFor(const BoundParameter& parameter);
-    void declareArrays(const std::vector<BoundParameter>& declarations, size_t capacity);
-    bool fitsArrays(const std::vector<BoundParameter>& row) const;
+    void declareArrays(const std::vector<OdbcParameter>& declarations, size_t capacity);
+    bool fitsArrays(const std::vector<OdbcParameter>& row) const;
 
     void readServerFilledKind(int index, ColumnInfo& column);
-    void bindSlot(int number, BoundParameter parameter);
-    QVariant readText(int column);
-    QVariant readBinary(int column);
-    QVariant readTime(int column);
+    void bindSlot(int number, OdbcParameter parameter);
 
     struct InterruptGate;
     template <typename Call> short waitingCall(Call call);
@@ -85,7 +80,7 @@ private:
     bool m_lastCallSkipped = false;
     int m_queryTimeout = -1;
     std::vector<char> m_scratch;
-    std::vector<std::unique_ptr<BoundParameter>> m_parameters;
+    std::vector<std::unique_ptr<OdbcParameter>> m_parameters;
     std::vector<ParameterArray> m_arrays;
     std::vector<unsigned short> m_rowStatus;
     unsigned long m_rowsProcessed = 0;

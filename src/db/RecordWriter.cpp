@@ -228,7 +228,7 @@ RowWrite RecordWriter::addRows(const std::vector<std::vector<QVariant>>& rows) {
     }
     RowWrite total;
     total.added = true;
-    auto count = [&total](const RowWrite& row) {
+    auto count = [&total](const RowWrite& row, size_t /*index*/) {
         total.added = total.added && row.added;
         total.errors += row.errors;
         total.lastError = row.errors > 0 ? row.lastError : total.lastError;
@@ -241,7 +241,8 @@ RowWrite RecordWriter::addRows(const std::vector<std::vector<QVariant>>& rows) {
         std::vector<StatementOutcome> sent = sendMany(planned, start, end);
         for (size_t index = start; index < end; ++index) {
             const bool held = m_wholeRowsOnly && planned[index].outcome.errors > 0;
-            count(held ? planned[index].outcome : complete(planned[index], std::move(sent[index - start])));
+            count(held ? planned[index].outcome : complete(planned[index], std::move(sent[index - start])),
+                  index);
         }
         start = end;
     }

@@ -36,6 +36,7 @@ public:
 
     bool open();
     QString error() const { return m_error; }
+    const QString& table() const { return m_table; }
     // Script only: a target that does not exist yet takes the shape SELECT ... INTO would give
     // it from the source (computed columns become plain ones).
     void useShapeOf(const std::vector<ColumnInfo>& sourceColumns);

@@ -1,5 +1,7 @@
 #include "db/ValueFit.h"
 
+#include "db/OdbcValue.h"
+
 #include <QDateTime>
 #include <QRegularExpression>
 #include <sql.h>

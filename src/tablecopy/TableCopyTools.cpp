@@ -266,12 +266,12 @@ void TableCopyTools::copyRecords(const QString& source, const QString& destinati
         // "copied" counts every row walked, refused ones included, as the classic loop did.
         pending.push_back(reader.row());
         if (++copied % progressInterval == 0) {
-            errors += writer.addRows(pending).errors;
+            errors += writeRows(writer, pending);
             pending.clear();
             ShowCopyProgress(copied);
         }
     }
-    errors += writer.addRows(pending).errors;
+    errors += writeRows(writer, pending);
     // A source that could not be read, or a read connection lost on the way.
     if (!reader.error().isEmpty()) {
         ++errors;
@@ -279,6 +279,10 @@ void TableCopyTools::copyRecords(const QString& source, const QString& destinati
     }
     log(Statements::copiedLine(copied));
     log(Statements::errorsLine(errors));
+}
+
+int TableCopyTools::writeRows(db::RecordWriter& writer, const std::vector<std::vector<QVariant>>& rows) {
+    return writer.addRows(rows).errors;
 }
 
 void TableCopyTools::switchIdentityInsert(const QString& qualifiedTable, bool on) {

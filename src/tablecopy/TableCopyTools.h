@@ -2,16 +2,19 @@
 
 #include <QString>
 #include <QStringList>
+#include <QVariant>
 #include <QWidget>
 #include <functional>
+#include <vector>
 
 class QCheckBox;
 class QLabel;
 class QLineEdit;
 
 namespace qormin::db {
+class RecordWriter;
 class ServerAccess;
-}
+} // namespace qormin::db
 
 namespace qormin::controls {
 class FlexGrid;
@@ -75,6 +78,7 @@ private:
     bool userTableExists(const QString& table);
     QStringList firstRowFieldNames(const QString& qualifiedTable);
     void copyRecords(const QString& source, const QString& destination, bool switchIdentityInsertOn);
+    int writeRows(db::RecordWriter& writer, const std::vector<std::vector<QVariant>>& rows);
     void switchIdentityInsert(const QString& qualifiedTable, bool on);
     void log(const QString& text);
     bool stopRequested() const;

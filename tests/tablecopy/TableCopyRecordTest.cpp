@@ -5,6 +5,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLabel>
+#include <QRegularExpression>
 #include <QTimer>
 #include <chrono>
 #include <set>
@@ -31,11 +32,17 @@ const QByteArray recordScenario = R"json({
      "response": {"error": {"number": 2627, "severity": 14, "text": "Violation of PRIMARY KEY constraint."}}},
     {"exact": "SELECT * FROM Billing..tbTypes", "response": {"result": {"columns": [
         "i:int", "b:bigint", "d:decimal(12,2)", "f:float", "flag:bit", "at:datetime", "u:nvarchar(20)",
-        "bin:varbinary(10)", "t:text", "n:int"],
-      "rows": [[7, 9000000000, "12.50", 1.5, true, "2024-01-31 10:20:30.123", "Zoë Ωmega", "0x01AB", "long text", null]]}}},
+        "bin:varbinary(10)", "t:text", "n:int", "fine:datetime2(7)", "tm:time(7)"],
+      "rows": [[7, 9000000000, "12.50", 1.5, true, "2024-01-31 10:20:30.123", "Zoë Ωmega", "0x01AB", "long text", null,
+                "2020-02-29 23:59:59.1234567", "12:34:56.1234567"]]}}},
     {"exact": "SELECT TOP 1 * FROM Billing2..tbTypes", "response": {"result": {"columns": [
         "i:int", "b:bigint", "d:decimal(12,2)", "f:float", "flag:bit", "at:datetime", "u:nvarchar(20)",
-        "bin:varbinary(10)", "t:text", "n:int"], "rows": []}}},
+        "bin:varbinary(10)", "t:text", "n:int", "fine:datetime2(7)", "tm:time(7)"], "rows": []}}},
+
+    {"exact": "SELECT * FROM Billing..tbBits", "response": {"result": {
+      "columns": ["id:int", "flag:bit"], "rows": [[1, true], [2, false], [3, true], [4, true]]}}},
+    {"exact": "SELECT TOP 1 * FROM Billing2..tbBits",
+     "response": {"result": {"columns": ["id:int", "flag:bit"], "rows": []}}},
 
     {"exact": "SELECT * FROM Billing..tbWide", "response": {"result": {
       "columns": ["id:int", "name:nvarchar(20)", "extra:int"], "rows": [[1, "a", 10], [2, "b", 20], [3, null, 30]]}}},
@@ -159,7 +166,8 @@ TEST_F(RecordCopyTest, valuesOfEveryKindArriveIntactByPosition) {
     }
     EXPECT_EQ(values, (QStringList{"[7]", "[9000000000]", "[\"12.50\"]", "[1.5]", "[true]",
                                    "[\"2024-01-31T10:20:30.1230000\"]", "[\"Zoë Ωmega\"]", "[\"0x01AB\"]",
-                                   "[\"long text\"]", "[null]"}));
+                                   "[\"long text\"]", "[null]", "[\"2020-02-29T23:59:59.1234567\"]",
+                                   "[\"12:34:56.1234567\"]"}));
     EXPECT_EQ(logLines(), (QStringList{"tbTypes", "copied 1", "errors 0", "Done copying"}));
 }
 
@@ -190,6 +198,10 @@ const FieldCase fieldCases[] = {
      "copied 3/errors 3"},
     {"tbStamp", {"[id], [name] [1,\"a\"]", "[id], [name] [2,\"b\"]"}, "copied 2/errors 2"},
     {"tbIdent", {"[id], [name] [5,\"a\"]", "[id], [name] [9,\"b\"]"}, "copied 2/errors 0"},
+    // Rows go several to a request: each row's bit is its own.
+    {"tbBits",
+     {"[id], [flag] [1,true]", "[id], [flag] [2,false]", "[id], [flag] [3,true]", "[id], [flag] [4,true]"},
+     "copied 4/errors 0"},
     {"tbNoIdent", {"[name] [\"a\"]", "[name] [\"b\"]"}, "copied 2/errors 2"},
     {"tbCalc", {"[id], [price] [1,10]", "[id], [price] [2,20]"}, "copied 2/errors 2"},
     // Refused for a named column: sent again without it, once its request is answered.
@@ -202,6 +214,27 @@ const FieldCase fieldCases[] = {
 
 INSTANTIATE_TEST_SUITE_P(Targets, FieldLossTest, ::testing::ValuesIn(fieldCases),
                          [](const auto& testInfo) { return std::string(testInfo.param.table); });
+
+// Nothing changes without a word: each value refused for its own sake is named in the errors
+// box by table, key (the row's first field) and column, and one refused before it was sent
+// counts as a failure like a refused statement.
+TEST_F(RecordCopyTest, everyRefusedValueIsNamedByTableKeyAndColumn) {
+    showTables({QStringLiteral("tbRefuse")});
+    const int failedBefore = m_access->tally().failed;
+    click(QStringLiteral("cmdCopyTables"));
+    const QStringList errors = m_access->errors().text().split(QStringLiteral("\r\n"));
+    const QStringList refusals = errors.filter(QRegularExpression(QStringLiteral("^(Value|Row) refused")));
+    ASSERT_EQ(refusals.size(), 3) << errors.join(QLatin1Char('\n')).toStdString();
+    EXPECT_TRUE(
+        refusals[2].startsWith(QStringLiteral("Value refused: Billing2..tbRefuse, key 2, column name: Cannot "
+                                              "insert the value NULL into column 'name'")));
+    EXPECT_TRUE(refusals[1].startsWith(
+        QStringLiteral("Row refused: Billing2..tbRefuse, key 3: Violation of PRIMARY KEY constraint")));
+    EXPECT_EQ(refusals[0],
+              QStringLiteral("Value refused: Billing2..tbRefuse, key 4, column name: the value does "
+                             "not fit the column's type or size"));
+    EXPECT_GE(m_access->tally().failed - failedBefore, 3); // and the refused statements themselves
+}
 
 TEST_F(RecordCopyTest, sourceAndTargetAreOpenBeforeIdentityInsertGoesOn) {
     showTables({QStringLiteral("tbIdent")});

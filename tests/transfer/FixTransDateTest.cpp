@@ -66,7 +66,7 @@ QByteArray scenario() {
 class FixTransDateTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        m_server = SimTestServer::fromJson(scenario());
+        m_server = SimTestServer::fromJson(scenarioJson());
         ASSERT_TRUE(m_server && m_server->isRunning());
         m_host.server[0] = m_server->address();
         m_access = std::make_unique<db::ServerAccess>(m_host);
@@ -74,6 +74,8 @@ protected:
         m_settings = platform::SettingsStore::openFile(m_folder.filePath(QStringLiteral("settings.ini")));
         openWindow();
     }
+
+    virtual QByteArray scenarioJson() const { return scenario(); }
 
     void openWindow() {
         m_window = std::make_unique<transfer::frmFixTransDate>(*m_access, m_boxes, *m_settings);
@@ -179,6 +181,61 @@ TEST_F(FixTransDateTest, settingsComeBackAtTheNextOpeningAndTheLogCanPutTheNewes
     m_window->WriteLog(QStringLiteral("b"), false);
     EXPECT_EQ(control<QPlainTextEdit>("txtLog")->toPlainText(), QStringLiteral("b\n\na"));
 }
+
+// The repaired date is written back with every digit its type holds: one row, whose date
+// method 0 finds in a column of the same type as the damaged table's TransDate.
+struct DateCase {
+    const char* type;
+    const char* found; // as the backup holds it
+    const char* sent;  // the UPDATE's first parameter
+};
+
+void PrintTo(const DateCase& date, std::ostream* out) {
+    *out << date.type << ' ' << (date.found ? date.found : "NULL");
+}
+
+class RepairedDateTest : public FixTransDateTest, public ::testing::WithParamInterface<DateCase> {
+protected:
+    QByteArray scenarioJson() const override {
+        const QString type = QLatin1String(GetParam().type);
+        const QJsonValue found =
+            GetParam().found ? QJsonValue(QLatin1String(GetParam().found)) : QJsonValue();
+        const QJsonArray columns{"IDNum:varchar(10)",  "RevenueID:int",     "itemid:int",
+                                 "refnum:varchar(10)", "TransDate:" + type, "TransDateFixed:int"};
+        const QJsonArray rules{
+            QJsonObject{
+                {"exact", Statements::methodQuery(0, backup, TransDateKeys::of("I0", "R0", 10, 20))},
+                {"response", QJsonObject{{"result", QJsonObject{{"columns", QJsonArray{"d:" + type}},
+                                                                {"rows", QJsonArray{QJsonArray{found}}}}}}}},
+            QJsonObject{
+                {"prefix", QStringLiteral("SELECT * FROM ") + damaged},
+                {"response",
+                 QJsonObject{{"result", QJsonObject{{"columns", columns},
+                                                    {"rows", QJsonArray{QJsonArray{"I0", 10, 20, "R0",
+                                                                                   "2020-07-17", 0}}}}}}}},
+            QJsonObject{
+                {"exact", Statements::rowCountQuery()},
+                {"response", QJsonObject{{"result", QJsonObject{{"columns", QJsonArray{"X:bigint"}},
+                                                                {"rows", QJsonArray{QJsonArray{1}}}}}}}}};
+        return QJsonDocument(QJsonObject{{"rules", rules}}).toJson();
+    }
+};
+
+TEST_P(RepairedDateTest, keepsEveryDigitOfItsType) {
+    run();
+    EXPECT_EQ(updates(), QStringList{QStringLiteral("[%1,0]").arg(QLatin1String(GetParam().sent))});
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    DateTypes, RepairedDateTest,
+    ::testing::Values(
+        DateCase{"datetime2(7)", "2020-07-01 08:00:00.1234567", "\"2020-07-01T08:00:00.1234567\""},
+        DateCase{"datetime2(7)", "9999-12-31 23:59:59.9999999", "\"9999-12-31T23:59:59.9999999\""},
+        DateCase{"datetime", "2020-07-01 08:00:00.997", "\"2020-07-01T08:00:00.9970000\""},
+        DateCase{"datetime", "1753-01-01 00:00:00", "\"1753-01-01T00:00:00.0000000\""},
+        DateCase{"smalldatetime", "2079-06-06 23:59:00", "\"2079-06-06T23:59:00.0000000\""},
+        DateCase{"date", "2020-02-29", "\"2020-02-29\""}, DateCase{"datetime", nullptr, "null"}),
+    [](const auto& testInfo) { return "case" + std::to_string(testInfo.index); });
 
 } // namespace
 
