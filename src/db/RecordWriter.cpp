@@ -155,8 +155,9 @@ void RecordWriter::leaveOut(PlannedRow& row, const QString& column, const QStrin
 
 void RecordWriter::reportServerRefusal(const PlannedRow& row, const QString& column, const QString& error) {
     if (m_losses != nullptr) {
-        m_losses->LogError(lossLine(QStringLiteral("Refused by the server"), m_table, row.key,
-                                    column.isEmpty() ? QStringLiteral("-") : column, error));
+        // Counted here: a row refused inside a request of several rows is no failed statement.
+        m_losses->reportLoss(lossLine(QStringLiteral("Refused by the server"), m_table, row.key,
+                                      column.isEmpty() ? QStringLiteral("-") : column, error));
     }
 }
 

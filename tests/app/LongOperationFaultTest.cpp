@@ -57,6 +57,7 @@ const QByteArray rules = R"json(
                 "ConversionTime:datetime", "Pages:int", "Scanner:varchar(20)", "Notes:varchar(50)", "Size:int",
                 "FileName:varchar(50)"], "rows": []}}},
   {"prefix": "DELETE FROM Patient_Files..tbPatientDocs WHERE CURRENT OF", "response": {"rowCount": 1}},
+  {"prefix": "INSERT INTO ", "response": {"rowCount": 1}},
   {"prefix": "SELECT * FROM Billing..tbBillDailyBill WHERE ", "response": {"result": {
     "columns": ["IDNum:varchar(10)", "RevenueID:int", "itemid:int", "refnum:varchar(10)", "TransDate:datetime",
                 "TransDateFixed:int"],
