@@ -443,7 +443,7 @@ void frmMain::GridDB_Click(int index) {
 
 void frmMain::GridDB_DblClick(int /*index*/) {
     // Table sizes always come through the left server's connection, whichever grid was used.
-    if (!db::NameGuard::admit(serverAccess(), {txtDB()->text()}))
+    if (!db::NameGuard::admit(serverAccess(), db::NameGuard::Position::Unbracketed, {txtDB()->text()}))
         return;
     QString result;
     serverAccess().OpenRecordset(0, MainWindowStatements::useDatabase(txtDB()->text()), QVariant(), result);
@@ -463,7 +463,7 @@ void frmMain::GridDB_DblClick(int /*index*/) {
 void frmMain::Grid2_Click() {
     controls::FlexGrid* grid = Grid2();
     const QString table = grid->TextMatrix(grid->Row(), 0);
-    if (!db::NameGuard::admit(serverAccess(), {table}))
+    if (!db::NameGuard::admit(serverAccess(), db::NameGuard::Position::Quoted, {table}))
         return;
     QString result;
     serverAccess().OpenRecordset(0, MainWindowStatements::tableRowCount(table), QVariant(), result);

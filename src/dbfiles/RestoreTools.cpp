@@ -36,7 +36,7 @@ void RestoreTools::cmdRestoreFileList_Click(int index) {
     const QString database = m_context.txtDB()->text();
     restoreDriveFor(database, index);
     m_restoreFiles.clear();
-    if (!admitted({database, m_context.txtBackupDrive()->text()}))
+    if (!admitted(Position::Quoted, {database, m_context.txtBackupDrive()->text()}))
         return;
     const QString query = RestoreStatements::fileListQuery(m_context.txtBackupDrive()->text(), database);
     db::ServerAccess& access = m_context.serverAccess();
@@ -80,7 +80,9 @@ void RestoreTools::cmdRestore_Click(int index) {
 void RestoreTools::restoreDatabase(int index) {
     const QString database = m_context.txtDB()->text();
     const QString folder = m_context.txtBackupDrive()->text();
-    if (!admitted({database, folder, restoreDriveFor(database, index), m_context.txtLogDrive(index)->text()}))
+    if (!admitted(Position::Unbracketed, {database}) ||
+        !admitted(Position::Quoted,
+                  {folder, restoreDriveFor(database, index), m_context.txtLogDrive(index)->text()}))
         return;
     cmdRestoreFileList_Click(index);
     const QString moves = RestoreStatements::moveClauses(m_restoreFiles, restoreDriveFor(database, index),
@@ -104,7 +106,8 @@ void RestoreTools::RestoreToMain() {
     const QString folder = RestoreStatements::mainBackupFolder();
     m_context.txtBackupDrive()->setText(folder);
     const QString database = m_context.txtDB()->text();
-    if (!admitted({database, restoreDriveFor(database, leftSide)}))
+    if (!admitted(Position::Unbracketed, {database}) ||
+        !admitted(Position::Quoted, {restoreDriveFor(database, leftSide)}))
         return;
     cmdRestoreFileList_Click(leftSide);
     const QString moves = RestoreStatements::moveClauses(m_restoreFiles, restoreDriveFor(database, leftSide));
@@ -144,7 +147,9 @@ void RestoreTools::cmdRestoretoMain_Click() {
     for (int file = 0; file < count; ++file) {
         m_context.txtDB()->setText(BackupFileNames::databaseNameFromFile(files->List(file)));
         const QString database = m_context.txtDB()->text();
-        if (!admitted({database, m_context.txtBackupDrive()->text(), restoreDriveFor(database, leftSide),
+        if (!admitted(Position::Unbracketed, {database}) ||
+            !admitted(Position::Quoted,
+                      {m_context.txtBackupDrive()->text(), restoreDriveFor(database, leftSide),
                        m_context.txtLogDrive(leftSide)->text()})) {
             continue;
         }
@@ -172,8 +177,8 @@ bool RestoreTools::restore(int side, const QString& sql, const QString& database
     return m_watch.execute(side, sql, QStringLiteral("Restore ") + database);
 }
 
-bool RestoreTools::admitted(std::initializer_list<QString> names) {
-    return db::NameGuard::admit(m_context.serverAccess(), names);
+bool RestoreTools::admitted(Position position, std::initializer_list<QString> names) {
+    return db::NameGuard::admit(m_context.serverAccess(), position, names);
 }
 
 void RestoreTools::yieldToEventLoop() const {

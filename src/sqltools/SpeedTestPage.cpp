@@ -89,7 +89,7 @@ void SpeedTestPage::cmdTest_Click(int index) {
     db::EventLoopYield::processEvents();
     access.StartTiming();
     const QString database = m_context.txtDB()->text();
-    if (!db::NameGuard::admit(access, {database})) {
+    if (!db::NameGuard::admit(access, db::NameGuard::Position::Unbracketed, {database})) {
         return;
     }
     const SpeedTestOutcome outcome = SpeedTest(access).run(index, m_txtTESTConnection->text(), database);

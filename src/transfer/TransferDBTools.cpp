@@ -288,8 +288,10 @@ void TransferDBTools::syncStructure(const QString& source, const QString& destin
 
 bool TransferDBTools::admitNames(const std::vector<std::pair<QString, QString>>& names) {
     for (const auto& [what, name] : names) {
-        if (!db::NameGuard::admit(m_controls.access, {name})) {
-            prependLog(db::NameGuard::refusedLine(name, db::NameGuard::refusal(name)) + lineEnd);
+        if (!db::NameGuard::admit(m_controls.access, db::NameGuard::Position::Unbracketed, {name})) {
+            prependLog(db::NameGuard::refusedLine(
+                           name, db::NameGuard::refusal(name, db::NameGuard::Position::Unbracketed)) +
+                       lineEnd);
             return false;
         }
         if (!Statements::isPlainName(name)) {

@@ -152,7 +152,8 @@ void frmFixTransDate::WriteLog(const QString& text, bool append) {
 }
 
 void frmFixTransDate::Command1_Click() {
-    if (!db::NameGuard::admit(m_access, {m_src->text(), m_dest->text()})) {
+    if (!db::NameGuard::admit(m_access, db::NameGuard::Position::Unbracketed,
+                              {m_src->text(), m_dest->text()})) {
         return;
     }
     if (!m_access.IsConnected(workingSide)) {

@@ -267,11 +267,15 @@ QList<frmMigrateData::Mapping> frmMigrateData::blockMappings() const {
 }
 
 bool frmMigrateData::admitBlockNames(const QList<Mapping>& mappings) {
-    if (!db::NameGuard::admit(m_access, {m_tableSource->text(), m_tableDest->text()})) {
+    using Position = db::NameGuard::Position;
+    if (!db::NameGuard::admit(m_access, Position::Unbracketed,
+                              {m_tableSource->text(), m_tableDest->text()})) {
         return false;
     }
+    // Only the key look-up pastes a field name bare; the inserts bracket theirs.
     for (const Mapping& mapping : mappings) {
-        if (!db::NameGuard::admit(m_access, {mapping.destination})) {
+        const Position position = &mapping == &mappings.front() ? Position::Unbracketed : Position::Bracketed;
+        if (!db::NameGuard::admit(m_access, position, {mapping.destination})) {
             return false;
         }
     }

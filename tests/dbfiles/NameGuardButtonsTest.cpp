@@ -42,5 +42,51 @@ INSTANTIATE_TEST_SUITE_P(
         RefusedNameCase{"clearConnections", "Bill'ing", "cmdClearConnections(0)", "Bill'ing", "a quote"}),
     [](const auto& test) { return std::string(test.param.name); });
 
+// Every button that pastes txtDB into a statement, by where the statement puts it: a blank
+// ends a bare name (DROP DATABASE x SHUTDOWN ), but is part of a [bracketed] or quoted one.
+struct PastedNameCase {
+    const char* click;
+    bool bare;
+};
+
+class PastedNameTest : public DatabaseFileFixture, public testing::WithParamInterface<PastedNameCase> {
+protected:
+    QStringList sent() { return statements(0) + statements(1); }
+};
+
+TEST_P(PastedNameTest, refusesWhatWouldEndTheNameWhereItStands) {
+    const auto& c = GetParam();
+    const QString hostile = c.bare ? QStringLiteral("x SHUTDOWN ") : QStringLiteral("x'; SHUTDOWN --");
+    run(QStringLiteral("set txtDB %1\nclick %2\n").arg(hostile, QString::fromUtf8(c.click)));
+    EXPECT_EQ(sent(), QStringList());
+    EXPECT_EQ(logLines().value(0),
+              QStringLiteral("Skipped \"%1\": the name holds %2 and is not put into a statement")
+                  .arg(hostile, c.bare ? QStringLiteral("a blank") : QStringLiteral("a quote")));
+}
+
+TEST_P(PastedNameTest, sendsAnOrdinaryName) {
+    const auto& c = GetParam();
+    const QString name = c.bare ? QStringLiteral("Lab_2024") : QStringLiteral("Lab Results 2024");
+    run(QStringLiteral("set txtDB %1\nclick %2\n").arg(name, QString::fromUtf8(c.click)));
+    EXPECT_FALSE(sent().filter(name).isEmpty()) << sent().join(u'\n').toStdString();
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Buttons, PastedNameTest,
+    testing::Values(PastedNameCase{"cmdBackup(0)", true}, PastedNameCase{"cmdVerify(0)", false},
+                    PastedNameCase{"cmdFullRecovery(1)", true}, PastedNameCase{"cmdMakeSimple", true},
+                    PastedNameCase{"Command1", true}, PastedNameCase{"Command2", true},
+                    PastedNameCase{"cmdRestoreFileList(0)", false}, PastedNameCase{"cmdRestore(1)", true},
+                    PastedNameCase{"cmdClearConnections(0)", false}, PastedNameCase{"cmdDetachAll", false},
+                    PastedNameCase{"cmdDrop(1)", true}, PastedNameCase{"cmdSetPartner(0)", false},
+                    PastedNameCase{"cmdMakeOnline(1)", true}, PastedNameCase{"cmdTableSizes(0)", true},
+                    PastedNameCase{"cmdBigTables", true}, PastedNameCase{"cmdReloadSPs", false},
+                    PastedNameCase{"cmdTruncate", true}, PastedNameCase{"cmdCopybyRecID", true}),
+    [](const auto& test) {
+        std::string name = test.param.click;
+        std::erase_if(name, [](char c) { return c == '(' || c == ')'; });
+        return name;
+    });
+
 } // namespace
 } // namespace qormin::test
