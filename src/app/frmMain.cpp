@@ -682,6 +682,10 @@ QWidget* frmMain::findWindow(const QString& name) const {
     return window == m_parts->windows.end() ? nullptr : window->second.data();
 }
 
+bool frmMain::knowsWindow(const QString& name) const {
+    return m_parts->windowFactories.contains(name);
+}
+
 QString frmMain::serverText(int side) const {
     return m_parts->sides.at(side)->txtServer->text();
 }

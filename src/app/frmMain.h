@@ -92,6 +92,8 @@ public:
     QWidget* openWindow(const QString& name) override;
     void allowWhileBusy(QWidget* control) override;
     QWidget* findWindow(const QString& name) const;
+    // Whether openWindow can open a window of that name.
+    bool knowsWindow(const QString& name) const;
 
     // ServerAccessHost
     QString serverText(int side) const override;
