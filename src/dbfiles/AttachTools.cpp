@@ -136,31 +136,22 @@ bool AttachTools::announceDropAll(int index, const QStringList& databases) {
 
 void AttachTools::cmdCopy_Click(int index) {
     yieldToEventLoop();
-    m_filesThisPass = 0;
-    m_copyStopped = false;
-    forEachDatabase(m_context, index, StopBox::EndsPass, [this] {
-        if (m_copyStopped)
-            return;
+    // STOP is not read: a STOP left ticked from an earlier pass would copy a full backup
+    // without its log backup, and Mirror All would then restore against an old log backup.
+    // Unticking ALL DBS ends the pass; Cancel copy ends the file under way.
+    forEachDatabase(m_context, index, StopBox::Ignored, [this] {
         copyBackupsOfTxtDB();
         yieldToEventLoop();
     });
 }
 
-// STOP ends the pass between two files; Cancel ends the file under way and the pass goes on.
 void AttachTools::copyBackupsOfTxtDB() {
     const QString database = m_context.txtDB()->text();
     if (!admitted(Position::Quoted, {database}))
         return;
     for (const CopyOrder& order :
-         AttachStatements::backupCopies(database, m_context.chkLogOnly()->isChecked())) {
-        if (m_filesThisPass > 0 && m_context.stopRequested()) {
-            m_copyStopped = true;
-            m_context.serverAccess().LogMessage(QStringLiteral("Copy stopped before ") + order.from);
-            return;
-        }
-        ++m_filesThisPass;
+         AttachStatements::backupCopies(database, m_context.chkLogOnly()->isChecked()))
         m_copier.copy(order);
-    }
     m_context.serverAccess().LogMessage(QStringLiteral("Copied"));
     m_context.Timer1_Timer();
 }

@@ -45,8 +45,6 @@ private:
     BackupFileCopier& m_copier;
     std::function<void(int)> m_makeOnline;
     int m_dropAllNotice = defaultDropAllNoticeMilliseconds;
-    int m_filesThisPass = 0;
-    bool m_copyStopped = false;
 };
 
 } // namespace qormin::dbfiles
