@@ -86,17 +86,19 @@ bool RecordReader::openStream() {
         m_error = QStringLiteral("Not run (script only)");
         return false;
     }
-    m_reading = std::make_unique<SideConnection>(m_side.sideIndex());
-    m_reading->setCommandTimeout(m_side.commandTimeout());
-    // Cancel on the side reaches the read too: a read that stalls would otherwise hold the loop.
-    m_side.addCancelFollower(m_reading.get());
-    const ConnectOutcome connected = m_reading->open(m_side.connectionString(), m_side.loginTimeout());
-    if (!connected.connected) {
-        m_error = connected.errorDescription;
-        dropReading();
-        return false;
+    if (m_mode == Mode::ReadOnly) {
+        m_reading = std::make_unique<SideConnection>(m_side.sideIndex());
+        m_reading->setCommandTimeout(m_side.commandTimeout());
+        // Cancel on the side reaches the read too: a read that stalls would otherwise hold the loop.
+        m_side.addCancelFollower(m_reading.get());
+        const ConnectOutcome connected = m_reading->open(m_side.connectionString(), m_side.loginTimeout());
+        if (!connected.connected) {
+            m_error = connected.errorDescription;
+            dropReading();
+            return false;
+        }
     }
-    StatementOutcome outcome = m_reading->openStream(text);
+    StatementOutcome outcome = streamConnection().openStream(text);
     if (!outcome.succeeded) {
         m_error = outcome.errorDescription;
         dropReading();
@@ -114,12 +116,16 @@ bool RecordReader::fetchChunk() {
     if (m_atEnd) {
         return true;
     }
-    return m_reading ? fetchStreamChunk() : fetchCursorChunk();
+    return m_mode == Mode::Updatable ? fetchCursorChunk() : fetchStreamChunk();
+}
+
+SideConnection& RecordReader::streamConnection() {
+    return m_reading ? *m_reading : m_side;
 }
 
 bool RecordReader::fetchStreamChunk() {
-    StatementOutcome outcome = m_reading->fetchStream(m_chunkSize);
-    m_atEnd = m_reading->streamEnded();
+    StatementOutcome outcome = streamConnection().fetchStream(m_chunkSize);
+    m_atEnd = streamConnection().streamEnded();
     takeRows(outcome);
     if (outcome.succeeded) {
         return true;
@@ -284,13 +290,15 @@ void RecordReader::close() {
     m_open = false;
     m_onRow = false;
     m_chunk.clear();
-    if (m_reading) {
-        m_reading->closeStream();
-        m_reading->close();
-        dropReading();
+    if (m_mode == Mode::Updatable) {
+        m_side.execute(closeText(m_cursor), ResultRetention::Nothing);
         return;
     }
-    m_side.execute(closeText(m_cursor), ResultRetention::Nothing);
+    streamConnection().closeStream();
+    if (m_reading) {
+        m_reading->close();
+        dropReading();
+    }
 }
 
 } // namespace qormin::db

@@ -293,8 +293,11 @@ void frmMigrateData::copyBlock() {
     }
     const QString source = m_tableSource->text();
     showSourceCount(source);
+    // Read where ServerConn(1) counted, in its current database: a second connection would
+    // start in the login's default database and find another table or none.
     db::RecordReader reader(m_access.side(sourceSide),
-                            m_top20->isChecked() ? Statements::firstRowsQuery(source) : source);
+                            m_top20->isChecked() ? Statements::firstRowsQuery(source) : source,
+                            db::RecordReader::Mode::ReadOnlyOnSide);
     if (!reader.open()) {
         log(reader.error() + QLatin1Char(' ') + source);
         return;
