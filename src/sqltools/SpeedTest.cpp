@@ -55,6 +55,27 @@ private:
     SpeedTestOutcome& m_outcome;
 };
 
+// A cursor over the read, one row fetched at a time and its first field read as text: the
+// step times the server's row-by-row delivery, not one bulk transfer.
+void walkReadCursor(const QString& database, StepRunner& runner, SpeedTestOutcome& outcome) {
+    namespace S = SpeedTestStatements;
+    if (!runner.execute(S::openReadCursor(database), db::ResultRetention::Nothing).succeeded) {
+        return;
+    }
+    QString firstField;
+    for (;;) {
+        const db::StatementOutcome fetched =
+            runner.execute(S::fetchReadCursor(), db::ResultRetention::FirstResultSet);
+        if (!fetched.succeeded || fetched.resultSets.empty() || fetched.resultSets.front().rows.empty()) {
+            break;
+        }
+        const std::vector<QVariant>& row = fetched.resultSets.front().rows.front();
+        firstField = row.empty() ? QString() : row.front().toString();
+        ++outcome.rowsRead;
+    }
+    runner.execute(S::closeReadCursor(), db::ResultRetention::Nothing);
+}
+
 void runStep(int step, const QString& database, StepRunner& runner, SpeedTestOutcome& outcome) {
     namespace S = SpeedTestStatements;
     switch (step) {
@@ -73,16 +94,9 @@ void runStep(int step, const QString& database, StepRunner& runner, SpeedTestOut
     case SpeedTest::DeleteRows:
         runner.executeAll(QStringList(S::deleteCount, S::deleteOneRow(database)));
         return;
-    case SpeedTest::ReadRows: {
-        const db::StatementOutcome result =
-            runner.execute(S::readRows(database), db::ResultRetention::FirstResultSet);
-        if (result.resultSets.empty()) {
-            return;
-        }
-        // The driver has read every field already; the rows are what the step was timed for.
-        outcome.rowsRead = static_cast<qsizetype>(result.resultSets.front().rows.size());
+    case SpeedTest::ReadRows:
+        walkReadCursor(database, runner, outcome);
         return;
-    }
     default:
         return;
     }
@@ -98,11 +112,13 @@ SpeedTestOutcome SpeedTest::run(int step, const QString& connectionText, const Q
     const db::OdbcConnectionText odbc = db::translateConnectionString(connectionText, m_access.driverInUse());
     if (!odbc.error.isEmpty()) {
         outcome.connectError = odbc.error;
+        m_access.countUnsent();
         return outcome;
     }
     const db::ConnectOutcome opened = connection.open(odbc.text, loginTimeoutSeconds);
     if (!opened.connected) {
         outcome.connectError = opened.errorDescription;
+        m_access.countUnsent();
         return outcome;
     }
     outcome.connected = true;
