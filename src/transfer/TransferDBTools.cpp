@@ -118,7 +118,10 @@ bool TransferDBTools::moveRow(db::RecordReader& reader, db::RecordWriter& writer
         showError(written.lastError);
         return false;
     }
-    ++count.written;
+    // Under Script only nothing was written or deleted: the row counts as withheld, so the
+    // closing line cannot read as a finished move.
+    const bool withheld = m_controls.access.scriptOnly();
+    ++(withheld ? count.withheld : count.written);
     if (job.updateClaimsDocuments) {
         if (reader.columns().size() <= claimsFileColumn) {
             ++count.failed;
@@ -140,7 +143,7 @@ bool TransferDBTools::moveRow(db::RecordReader& reader, db::RecordWriter& writer
             showError(error);
             return false;
         }
-        ++count.deleted;
+        count.deleted += withheld ? 0 : 1;
     }
     db::yieldToEventLoop();
     m_controls.progress.setValue(std::min(m_controls.progress.value() + 1, m_controls.progress.maximum()));
@@ -149,7 +152,7 @@ bool TransferDBTools::moveRow(db::RecordReader& reader, db::RecordWriter& writer
 
 void TransferDBTools::finishRun(const TransferDBJob& job, const TransferDBCount& count) {
     const QString line = Statements::reconciliationLine(job.sourceTable, count.read, count.written,
-                                                        count.deleted, count.failed);
+                                                        count.deleted, count.failed, count.withheld);
     prependLog(line + lineEnd);
     m_controls.access.LogMessage(line);
 }
