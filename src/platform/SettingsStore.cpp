@@ -72,14 +72,18 @@ bool holdsControlBytes(const QByteArray& bytes) {
 
 // QSettings reads much garbage without complaint and only finds out when it writes the file
 // back, having already dropped what it could not parse; so the first write is tried on a
-// private copy.
-bool survivesRewrite(const QByteArray& bytes) {
-    const QTemporaryDir trial;
+// copy, kept beside the file (whose folder is private: the file may hold passwords) and removed
+// at once.
+bool survivesRewrite(const QString& path, const QByteArray& bytes) {
+    const QTemporaryDir trial(QFileInfo(path).absolutePath() + QStringLiteral("/.settings-trial-XXXXXX"));
     if (!trial.isValid())
         return true;
     const QString copyPath = trial.filePath(QStringLiteral("settings.ini"));
     QFile copy(copyPath);
-    if (!copy.open(QIODevice::WriteOnly) || copy.write(bytes) != bytes.size())
+    if (!copy.open(QIODevice::WriteOnly))
+        return true;
+    copy.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
+    if (copy.write(bytes) != bytes.size())
         return true;
     copy.close();
     QSettings settings(copyPath, QSettings::IniFormat);
@@ -95,7 +99,7 @@ bool unreadable(const QString& path, const QSettings& settings) {
     if (!file.open(QIODevice::ReadOnly))
         return false;
     const QByteArray bytes = file.readAll();
-    return holdsControlBytes(bytes) || !survivesRewrite(bytes);
+    return holdsControlBytes(bytes) || !survivesRewrite(path, bytes);
 }
 
 } // namespace
