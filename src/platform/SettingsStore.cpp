@@ -8,7 +8,6 @@
 #include <QFileInfo>
 #include <QSettings>
 #include <QStandardPaths>
-#include <QTemporaryDir>
 
 #include <algorithm>
 
@@ -70,26 +69,16 @@ bool holdsControlBytes(const QByteArray& bytes) {
     });
 }
 
-// QSettings reads much garbage without complaint and only finds out when it writes the file
-// back, having already dropped what it could not parse; so the first write is tried on a
-// copy, kept beside the file (whose folder is private: the file may hold passwords) and removed
-// at once.
-bool survivesRewrite(const QString& path, const QByteArray& bytes) {
-    const QTemporaryDir trial(QFileInfo(path).absolutePath() + QStringLiteral("/.settings-trial-XXXXXX"));
-    if (!trial.isValid())
-        return true;
-    const QString copyPath = trial.filePath(QStringLiteral("settings.ini"));
-    QFile copy(copyPath);
-    if (!copy.open(QIODevice::WriteOnly))
-        return true;
-    copy.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
-    if (copy.write(bytes) != bytes.size())
-        return true;
-    copy.close();
-    QSettings settings(copyPath, QSettings::IniFormat);
-    settings.setValue(QStringLiteral("MAIN/rewriteTrial"), QStringLiteral("x"));
-    settings.sync();
-    return settings.status() == QSettings::NoError;
+// A line QSettings takes: blank, a comment, a [section] or key=value. It reads much garbage
+// without complaint, drops every other line and only finds out when it writes the file back,
+// by which time what it dropped is gone; a file it wrote itself never has such a line.
+bool onlySettingsLines(const QByteArray& bytes) {
+    const QList<QByteArray> lines = bytes.split('\n');
+    return std::all_of(lines.cbegin(), lines.cend(), [](const QByteArray& line) {
+        const QByteArray trimmed = line.trimmed();
+        return trimmed.isEmpty() || trimmed.startsWith(';') || trimmed.startsWith('#') ||
+               trimmed.startsWith('[') || trimmed.contains('=');
+    });
 }
 
 bool unreadable(const QString& path, const QSettings& settings) {
@@ -99,7 +88,7 @@ bool unreadable(const QString& path, const QSettings& settings) {
     if (!file.open(QIODevice::ReadOnly))
         return false;
     const QByteArray bytes = file.readAll();
-    return holdsControlBytes(bytes) || !survivesRewrite(path, bytes);
+    return holdsControlBytes(bytes) || !onlySettingsLines(bytes);
 }
 
 } // namespace
