@@ -62,7 +62,6 @@ void walkReadCursor(const QString& database, StepRunner& runner, SpeedTestOutcom
     if (!runner.execute(S::openReadCursor(database), db::ResultRetention::Nothing).succeeded) {
         return;
     }
-    QString firstField;
     for (;;) {
         const db::StatementOutcome fetched =
             runner.execute(S::fetchReadCursor(), db::ResultRetention::FirstResultSet);
@@ -70,7 +69,7 @@ void walkReadCursor(const QString& database, StepRunner& runner, SpeedTestOutcom
             break;
         }
         const std::vector<QVariant>& row = fetched.resultSets.front().rows.front();
-        firstField = row.empty() ? QString() : row.front().toString();
+        outcome.lastValue = row.empty() ? QString() : row.front().toString();
         ++outcome.rowsRead;
     }
     runner.execute(S::closeReadCursor(), db::ResultRetention::Nothing);

@@ -15,6 +15,7 @@ struct SpeedTestOutcome {
     int failed = 0;
     QString firstError;
     qsizetype rowsRead = 0;
+    QString lastValue; // the read's last row: its first field as text
 };
 
 // One step of the speed test on a connection of its own, opened from the test's connection
