@@ -279,6 +279,9 @@ bool RecordReader::deleteCurrentRow(QString* error) {
 }
 
 void RecordReader::dropReading() {
+    if (!m_reading) {
+        return;
+    }
     m_side.removeCancelFollower(m_reading.get());
     m_reading.reset();
 }
