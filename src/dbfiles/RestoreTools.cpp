@@ -33,11 +33,17 @@ RestoreTools::RestoreTools(window::MainWindowContext& context, ProgressWatch& wa
     : m_context(context), m_watch(watch) {}
 
 void RestoreTools::cmdRestoreFileList_Click(int index) {
+    readFileList(index);
+}
+
+// The names come from the backup file, which may have been made anywhere: a logical or file
+// name that would end its quoted place in a MOVE clause stops the restore of that database.
+bool RestoreTools::readFileList(int index) {
     const QString database = m_context.txtDB()->text();
     restoreDriveFor(database, index);
     m_restoreFiles.clear();
     if (!admitted(Position::Quoted, {database, m_context.txtBackupDrive()->text()}))
-        return;
+        return false;
     const QString query = RestoreStatements::fileListQuery(m_context.txtBackupDrive()->text(), database);
     db::ServerAccess& access = m_context.serverAccess();
     QString result;
@@ -47,6 +53,13 @@ void RestoreTools::cmdRestoreFileList_Click(int index) {
     for (db::Recordset& files = access.sharedRecordset(); !files.eof(); files.MoveNext())
         m_restoreFiles.append(
             RestoreFile::fromFileListRow(files.field(0).toString(), files.field(1).toString()));
+    for (const RestoreFile& file : std::as_const(m_restoreFiles)) {
+        if (!admitted(Position::Quoted, {file.logicalName, file.fileName})) {
+            m_restoreFiles.clear();
+            return false;
+        }
+    }
+    return true;
 }
 
 QString RestoreTools::GetRestoreDrive(QString& databaseName, int side) const {
@@ -84,7 +97,8 @@ void RestoreTools::restoreDatabase(int index) {
         !admitted(Position::Quoted,
                   {folder, restoreDriveFor(database, index), m_context.txtLogDrive(index)->text()}))
         return;
-    cmdRestoreFileList_Click(index);
+    if (!readFileList(index))
+        return;
     const QString moves = RestoreStatements::moveClauses(m_restoreFiles, restoreDriveFor(database, index),
                                                          m_context.txtLogDrive(index)->text());
     {
@@ -109,7 +123,8 @@ void RestoreTools::RestoreToMain() {
     if (!admitted(Position::Unbracketed, {database}) ||
         !admitted(Position::Quoted, {restoreDriveFor(database, leftSide)}))
         return;
-    cmdRestoreFileList_Click(leftSide);
+    if (!readFileList(leftSide))
+        return;
     const QString moves = RestoreStatements::moveClauses(m_restoreFiles, restoreDriveFor(database, leftSide));
     {
         RunLogRecorder record(m_context, restoreOperation, database);
@@ -153,7 +168,8 @@ void RestoreTools::cmdRestoretoMain_Click() {
                        m_context.txtLogDrive(leftSide)->text()})) {
             continue;
         }
-        cmdRestoreFileList_Click(leftSide);
+        if (!readFileList(leftSide))
+            continue;
         const QString moves = RestoreStatements::moveClauses(
             m_restoreFiles, restoreDriveFor(database, leftSide), m_context.txtLogDrive(leftSide)->text());
         {

@@ -99,5 +99,27 @@ INSTANTIATE_TEST_SUITE_P(
         return name;
     });
 
+// A backup made elsewhere names its files itself; those names go between quotes in the MOVE
+// clauses, so the guard reads them too.
+class BackupFileNamesTest : public DatabaseFileFixture {
+protected:
+    QByteArray extraRules() const override {
+        return R"json(
+    {"regex": "^ RESTORE FILELISTONLY .*Evil\\.bak'",
+     "response": {"result": {"columns": ["LogicalName:nvarchar(128)", "PhysicalName:nvarchar(260)"],
+                             "rows": [["Evil' , MOVE 'x' TO 'c:\\windows\\x", "D:\\data\\Evil.mdf"]]}}},)json";
+    }
+};
+
+TEST_F(BackupFileNamesTest, aHostileLogicalNameStopsTheRestoreOfThatDatabase) {
+    run(QStringLiteral("set txtDB Evil\nclick cmdRestore(1)\n"));
+    EXPECT_EQ(statements(1),
+              QStringList(QStringLiteral(" RESTORE FILELISTONLY  FROM DISK = 'p:\\backup\\MIR\\Evil.bak' "
+                                         "WITH FILE = 1")));
+    EXPECT_EQ(logLines().value(0),
+              QStringLiteral("Skipped \"Evil' , MOVE 'x' TO 'c:\\windows\\x\": the name holds a "
+                             "quote and is not put into a statement"));
+}
+
 } // namespace
 } // namespace qormin::test
