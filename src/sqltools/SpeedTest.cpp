@@ -103,9 +103,14 @@ void runStep(int step, const QString& database, StepRunner& runner, SpeedTestOut
 
 } // namespace
 
+SpeedTest::SpeedTest(db::ServerAccess& access) : m_access(access) {}
+
+SpeedTest::~SpeedTest() = default;
+
 SpeedTestOutcome SpeedTest::run(int step, const QString& connectionText, const QString& database) {
     SpeedTestOutcome outcome;
-    db::SideConnection connection(0);
+    m_connection = std::make_unique<db::SideConnection>(0);
+    db::SideConnection& connection = *m_connection;
     connection.setWithholdCheck([this](const QString& sql) { return m_access.side(0).withholds(sql); });
     m_access.tallyStatementsOf(connection);
     const db::OdbcConnectionText odbc = db::translateConnectionString(connectionText, m_access.driverInUse());
