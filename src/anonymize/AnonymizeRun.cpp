@@ -148,10 +148,11 @@ QStringList AnonymizeRun::rowColumns(int row, int firstColumn) const {
 
 bool AnonymizeRun::admitLine(const QString& table, const QStringList& columns) {
     db::ServerAccess& access = m_controls.access;
-    if (!db::NameGuard::admit(access, {Statements::guardedTableName(table)}))
+    if (!db::NameGuard::admit(access, db::NameGuard::Position::Unbracketed, {table}))
         return false;
-    return std::all_of(columns.begin(), columns.end(),
-                       [&access](const QString& column) { return db::NameGuard::admit(access, {column}); });
+    return std::all_of(columns.begin(), columns.end(), [&access](const QString& column) {
+        return db::NameGuard::admit(access, db::NameGuard::Position::Bracketed, {column});
+    });
 }
 
 bool AnonymizeRun::openTable(db::RecordReader& reader, const QString& table) {

@@ -142,17 +142,6 @@ bool isSurnameColumn(const QString& column) {
     return upper.contains(QLatin1String("LAST")) || upper.contains(QLatin1String("SURNAME"));
 }
 
-QString guardedTableName(const QString& table) {
-    static const QRegularExpression bracketed(QStringLiteral("^\\[([^\\]]*)\\]$"));
-    QStringList parts = table.split(u'.');
-    for (QString& part : parts) {
-        const QRegularExpressionMatch match = bracketed.match(part);
-        if (match.hasMatch())
-            part = match.captured(1);
-    }
-    return parts.join(u'.');
-}
-
 QString remainingQuery(const QString& table, const QStringList& columns, const QStringList& literals) {
     const QString list = literals.join(QStringLiteral(", "));
     QStringList tests;

@@ -44,9 +44,6 @@ QString fastPick(const QStringList& names, int index);
 
 // The complete run draws surnames for columns whose name says last name or surname.
 bool isSurnameColumn(const QString& column);
-// The name a guard is asked about: a [bracketed] part stands for its inner name, so
-// [Patient_Data].[dbo].[tbmaster] passes as Patient_Data.dbo.tbmaster; anything else as it is.
-QString guardedTableName(const QString& table);
 
 // Rows that still hold one of the values seen before the run in any of the columns.
 QString remainingQuery(const QString& table, const QStringList& columns, const QStringList& literals);

@@ -247,7 +247,8 @@ void ConfigAnonymizePage::cmdGetTables_Click() {
     for (const QString& database : firstColumnValues(Statements::databasesQuery())) {
         if (m_context.stopRequested())
             break;
-        if (database.isEmpty() || !db::NameGuard::admit(m_context.serverAccess(), {database}))
+        if (database.isEmpty() ||
+            !db::NameGuard::admit(m_context.serverAccess(), db::NameGuard::Position::Quoted, {database}))
             continue;
         discoverTables(database);
         m_context.serverAccess().LogMessage(database);
@@ -267,7 +268,7 @@ void ConfigAnonymizePage::discoverTables(const QString& database) {
             access.LogMessage(Statements::skippingLine(database, table));
             continue;
         }
-        if (!db::NameGuard::admit(access, {table}))
+        if (!db::NameGuard::admit(access, db::NameGuard::Position::Quoted, {table}))
             continue;
         const QStringList columns = nameColumns(database, table);
         if (!columns.isEmpty())
@@ -302,7 +303,7 @@ void ConfigAnonymizePage::cmdSampleData_Click() {
     const QString table = m_GridC->TextMatrix(row, 1);
     const QString column = m_GridC->TextMatrix(row, m_GridC->Col());
     db::ServerAccess& access = m_context.serverAccess();
-    if (!db::NameGuard::admit(access, {database, table, column}))
+    if (!db::NameGuard::admit(access, db::NameGuard::Position::Unbracketed, {database, table, column}))
         return;
     QString result;
     if (!access.OpenRecordset(rightSide, Statements::sampleQuery(column, database, table), QVariant(),

@@ -451,7 +451,7 @@ void frmMain::GridDB_Click(int index) {
 
 void frmMain::GridDB_DblClick(int /*index*/) {
     // Table sizes always come through the left server's connection, whichever grid was used.
-    if (!db::NameGuard::admit(serverAccess(), {txtDB()->text()}))
+    if (!db::NameGuard::admit(serverAccess(), db::NameGuard::Position::Unbracketed, {txtDB()->text()}))
         return;
     QString result;
     serverAccess().OpenRecordset(0, MainWindowStatements::useDatabase(txtDB()->text()), QVariant(), result);
@@ -471,7 +471,7 @@ void frmMain::GridDB_DblClick(int /*index*/) {
 void frmMain::Grid2_Click() {
     controls::FlexGrid* grid = Grid2();
     const QString table = grid->TextMatrix(grid->Row(), 0);
-    if (!db::NameGuard::admit(serverAccess(), {table}))
+    if (!db::NameGuard::admit(serverAccess(), db::NameGuard::Position::Quoted, {table}))
         return;
     QString result;
     serverAccess().OpenRecordset(0, MainWindowStatements::tableRowCount(table), QVariant(), result);
@@ -705,6 +705,10 @@ std::vector<QWidget*> frmMain::subsidiaryWindows() const {
             open.push_back(window.data());
     }
     return open;
+}
+
+bool frmMain::knowsWindow(const QString& name) const {
+    return m_parts->windowFactories.contains(name);
 }
 
 QString frmMain::serverText(int side) const {

@@ -98,6 +98,8 @@ public:
     void allowWhileBusy(QWidget* control) override;
     QWidget* findWindow(const QString& name) const;
     std::vector<QWidget*> subsidiaryWindows() const; // the open ones
+    // Whether openWindow can open a window of that name.
+    bool knowsWindow(const QString& name) const;
 
     // ServerAccessHost
     QString serverText(int side) const override;

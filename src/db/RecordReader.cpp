@@ -87,18 +87,20 @@ bool RecordReader::openStream() {
         return false;
     }
     m_readCounted = false;
-    m_reading = std::make_unique<SideConnection>(m_side.sideIndex());
-    m_reading->setCommandTimeout(m_side.commandTimeout());
-    // Cancel on the side reaches the read too: a read that stalls would otherwise hold the loop.
-    m_side.addCancelFollower(m_reading.get());
-    const ConnectOutcome connected = m_reading->open(m_side.connectionString(), m_side.loginTimeout());
-    if (!connected.connected) {
-        m_error = connected.errorDescription;
-        countRead(false);
-        dropReading();
-        return false;
+    if (m_mode == Mode::ReadOnly) {
+        m_reading = std::make_unique<SideConnection>(m_side.sideIndex());
+        m_reading->setCommandTimeout(m_side.commandTimeout());
+        // Cancel on the side reaches the read too: a read that stalls would otherwise hold the loop.
+        m_side.addCancelFollower(m_reading.get());
+        const ConnectOutcome connected = m_reading->open(m_side.connectionString(), m_side.loginTimeout());
+        if (!connected.connected) {
+            m_error = connected.errorDescription;
+            countRead(false);
+            dropReading();
+            return false;
+        }
     }
-    StatementOutcome outcome = m_reading->openStream(text);
+    StatementOutcome outcome = streamConnection().openStream(text);
     if (!outcome.succeeded) {
         m_error = outcome.errorDescription;
         countRead(false);
@@ -117,12 +119,16 @@ bool RecordReader::fetchChunk() {
     if (m_atEnd) {
         return true;
     }
-    return m_reading ? fetchStreamChunk() : fetchCursorChunk();
+    return m_mode == Mode::Updatable ? fetchCursorChunk() : fetchStreamChunk();
+}
+
+SideConnection& RecordReader::streamConnection() {
+    return m_reading ? *m_reading : m_side;
 }
 
 bool RecordReader::fetchStreamChunk() {
-    StatementOutcome outcome = m_reading->fetchStream(m_chunkSize);
-    m_atEnd = m_reading->streamEnded();
+    StatementOutcome outcome = streamConnection().fetchStream(m_chunkSize);
+    m_atEnd = streamConnection().streamEnded();
     takeRows(outcome);
     if (outcome.succeeded) {
         if (m_atEnd) {
@@ -291,6 +297,9 @@ bool RecordReader::deleteCurrentRow(QString* error) {
 }
 
 void RecordReader::dropReading() {
+    if (!m_reading) {
+        return;
+    }
     m_side.removeCancelFollower(m_reading.get());
     m_reading.reset();
 }
@@ -302,14 +311,16 @@ void RecordReader::close() {
     m_open = false;
     m_onRow = false;
     m_chunk.clear();
-    if (m_reading) {
-        countRead(true); // left before its end: what was read, was read
-        m_reading->closeStream();
-        m_reading->close();
-        dropReading();
+    if (m_mode == Mode::Updatable) {
+        m_side.execute(closeText(m_cursor), ResultRetention::Nothing);
         return;
     }
-    m_side.execute(closeText(m_cursor), ResultRetention::Nothing);
+    countRead(true); // left before its end: what was read, was read
+    streamConnection().closeStream();
+    if (m_reading) {
+        m_reading->close();
+        dropReading();
+    }
 }
 
 } // namespace qormin::db

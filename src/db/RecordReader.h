@@ -21,7 +21,9 @@ class SideConnection;
 // current row can be changed in place.
 class RecordReader {
 public:
-    enum class Mode { ReadOnly, Updatable };
+    // ReadOnlyOnSide streams on the side's own connection, in the database that connection is
+    // in, for loops that write elsewhere: nothing else may be sent on the side until close().
+    enum class Mode { ReadOnly, Updatable, ReadOnlyOnSide };
 
     // source: a SELECT, or a bare table name (read as "SELECT * FROM " + name). updateTable:
     // the table that updateCurrentRow() changes; the source itself when that is a table name.
@@ -72,6 +74,7 @@ private:
     bool fetchChunk();
     bool fetchCursorChunk();
     bool fetchStreamChunk();
+    SideConnection& streamConnection();
     void takeRows(StatementOutcome& outcome);
     void countRead(bool succeeded);
 

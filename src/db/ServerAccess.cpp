@@ -163,11 +163,25 @@ void ServerAccess::ConnectServer(int side) {
     const ConnectOutcome outcome = openSide(side, providerString);
     if (!outcome.connected) {
         ++m_state->tally.connectFailures;
+        logConnectTimeout(side, outcome.errorDescription);
         host.showConnectError(outcome.errorDescription);
         return;
     }
     LogMessage(QStringLiteral("Connected."));
     m_state->isConnected[static_cast<size_t>(side)] = true;
+}
+
+// A box names neither side nor server, and once it is closed nothing is left of a server that
+// did not answer in time; the log boxes keep that.
+void ServerAccess::logConnectTimeout(int side, const QString& description) {
+    if (!description.contains(QLatin1String("timeout expired"), Qt::CaseInsensitive)) {
+        return;
+    }
+    const QString line = QStringLiteral("Connect to the %1 server %2 gave up: %3")
+                             .arg(side == 0 ? QStringLiteral("left") : QStringLiteral("right"),
+                                  m_state->host.serverText(side), description);
+    LogMessage(line);
+    LogError(line);
 }
 
 void ServerAccess::EnsureConnected(int side) {
@@ -386,6 +400,10 @@ void ServerAccess::leaveHeaderRowPass() {
 void ServerAccess::tallyStatementsOf(SideConnection& connection) {
     connect(&connection, &SideConnection::statementFinished, this,
             [this](int, bool succeeded) { countFinished(succeeded); });
+}
+
+void ServerAccess::countUnsent() {
+    countFinished(false);
 }
 
 SideConnection& ServerAccess::side(int side) {

@@ -88,6 +88,9 @@ public:
     SideConnection& side(int side);
     // A connection a handler opens for itself (the speed test's) counts in tally() like a side's.
     void tallyStatementsOf(SideConnection& connection);
+    // A statement that could not be sent because such a connection did not open: it counts as
+    // sent and failed, as one on a side that could not connect does.
+    void countUnsent();
 
     // How long a connect attempt may take before it fails (15 s unless a test shortens it).
     void setLoginTimeout(int seconds);
@@ -114,6 +117,7 @@ private:
     bool withhold(const QString& sql, bool logStatement);
     void refuse();
     void countFinished(bool succeeded);
+    void logConnectTimeout(int side, const QString& description);
     ConnectOutcome openSide(int side, const QString& providerString);
 
     std::unique_ptr<State> m_state;

@@ -55,7 +55,7 @@ void AttachTools::cmdAttachAll_Click() {
         const QString database = m_context.txtDB()->text();
         const QString folder = m_context.txtRestoreDir()->text();
         // No file test: the attempt whose log file exists attaches, the others fail and are logged.
-        if (admitted({database, folder})) {
+        if (admitted(Position::Quoted, {database, folder})) {
             for (const QString& sql : AttachStatements::attachAttempts(database, folder))
                 m_context.serverAccess().ExecuteSQL(rightSide, sql);
         }
@@ -69,7 +69,7 @@ void AttachTools::cmdAttachAll_Click() {
 void AttachTools::cmdDetachAll_Click() {
     forEachDatabase(m_context, rightSide, StopBox::Ignored, [this] {
         const QString database = m_context.txtDB()->text();
-        if (!admitted({database}))
+        if (!admitted(Position::Quoted, {database}))
             return;
         m_context.serverAccess().ExecuteSQL(rightSide, AttachStatements::detach(database));
         m_context.Timer1_Timer();
@@ -80,7 +80,7 @@ void AttachTools::cmdDrop_Click(int index) {
     if (index == 0)
         return;
     const QString database = m_context.txtDB()->text();
-    if (!admitted({database}))
+    if (!admitted(Position::Unbracketed, {database}))
         return;
     m_context.serverAccess().ExecuteSQL(index, AttachStatements::drop(database));
     controls::FlexGrid* grid = m_context.GridDB(rightSide);
@@ -101,7 +101,7 @@ void AttachTools::cmdDropAll_Click(int index) {
     for (int row = 0; row < databases.size(); ++row) {
         const db::HeaderRowPass headerRow(m_context.serverAccess(), row == 0);
         m_context.txtDB()->setText(databases.at(row));
-        if (admitted({databases.at(row)})) {
+        if (admitted(Position::Unbracketed, {databases.at(row)})) {
             m_context.cmdClearConnections_Click(index);
             m_makeOnline(index);
             cmdDrop_Click(index);
@@ -136,37 +136,28 @@ bool AttachTools::announceDropAll(int index, const QStringList& databases) {
 
 void AttachTools::cmdCopy_Click(int index) {
     yieldToEventLoop();
-    m_filesThisPass = 0;
-    m_copyStopped = false;
-    forEachDatabase(m_context, index, StopBox::EndsPass, [this] {
-        if (m_copyStopped)
-            return;
+    // STOP is not read: a STOP left ticked from an earlier pass would copy a full backup
+    // without its log backup, and Mirror All would then restore against an old log backup.
+    // Unticking ALL DBS ends the pass; Cancel copy ends the file under way.
+    forEachDatabase(m_context, index, StopBox::Ignored, [this] {
         copyBackupsOfTxtDB();
         yieldToEventLoop();
     });
 }
 
-// STOP ends the pass between two files; Cancel ends the file under way and the pass goes on.
 void AttachTools::copyBackupsOfTxtDB() {
     const QString database = m_context.txtDB()->text();
-    if (!admitted({database}))
+    if (!admitted(Position::Quoted, {database}))
         return;
     for (const CopyOrder& order :
-         AttachStatements::backupCopies(database, m_context.chkLogOnly()->isChecked())) {
-        if (m_filesThisPass > 0 && m_context.stopRequested()) {
-            m_copyStopped = true;
-            m_context.serverAccess().LogMessage(QStringLiteral("Copy stopped before ") + order.from);
-            return;
-        }
-        ++m_filesThisPass;
+         AttachStatements::backupCopies(database, m_context.chkLogOnly()->isChecked()))
         m_copier.copy(order);
-    }
     m_context.serverAccess().LogMessage(QStringLiteral("Copied"));
     m_context.Timer1_Timer();
 }
 
-bool AttachTools::admitted(std::initializer_list<QString> names) {
-    return db::NameGuard::admit(m_context.serverAccess(), names);
+bool AttachTools::admitted(Position position, std::initializer_list<QString> names) {
+    return db::NameGuard::admit(m_context.serverAccess(), position, names);
 }
 
 void AttachTools::yieldToEventLoop() {

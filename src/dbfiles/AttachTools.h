@@ -1,5 +1,7 @@
 #pragma once
 
+#include "db/NameGuard.h"
+
 #include <QString>
 #include <QStringList>
 #include <functional>
@@ -35,15 +37,14 @@ private:
     void copyBackupsOfTxtDB();
     // False when STOP was ticked during the notice (or before it): nothing is to be done.
     bool announceDropAll(int index, const QStringList& databases);
-    bool admitted(std::initializer_list<QString> names);
+    using Position = db::NameGuard::Position;
+    bool admitted(Position position, std::initializer_list<QString> names);
     void yieldToEventLoop();
 
     window::MainWindowContext& m_context;
     BackupFileCopier& m_copier;
     std::function<void(int)> m_makeOnline;
     int m_dropAllNotice = defaultDropAllNoticeMilliseconds;
-    int m_filesThisPass = 0;
-    bool m_copyStopped = false;
 };
 
 } // namespace qormin::dbfiles

@@ -22,7 +22,7 @@ void BackupTools::cmdBackup_Click(int index) {
     forEachDatabase(m_context, index, StopBox::Ignored, [this, index] {
         const QString folder = m_context.txtBackupDrive()->text();
         const bool logOnly = m_context.chkLogOnly()->isChecked();
-        if (!admitted({database(), folder}))
+        if (!admitted(Position::Unbracketed, {database()}) || !admitted(Position::Quoted, {folder}))
             return;
         {
             RunLogRecorder record(m_context, QStringLiteral("backup"), database());
@@ -42,7 +42,7 @@ void BackupTools::cmdVerify_Click(int index) {
     forEachDatabase(m_context, index, StopBox::Ignored, [this, index] {
         const QString folder = m_context.txtBackupDrive()->text();
         const bool logOnly = m_context.chkLogOnly()->isChecked();
-        if (!admitted({database(), folder}))
+        if (!admitted(Position::Quoted, {database(), folder}))
             return;
         RunLogRecorder record(m_context, QStringLiteral("verify"), database());
         for (const QString& file : BackupStatements::backupFiles(database(), folder, logOnly))
@@ -53,7 +53,7 @@ void BackupTools::cmdVerify_Click(int index) {
 
 void BackupTools::cmdFullRecovery_Click(int index) {
     forEachDatabase(m_context, index, StopBox::Ignored, [this, index] {
-        if (admitted({database()}))
+        if (admitted(Position::Unbracketed, {database()}))
             execute(index, BackupStatements::fullRecovery(database()));
     });
 }
@@ -61,18 +61,18 @@ void BackupTools::cmdFullRecovery_Click(int index) {
 void BackupTools::cmdMakeSimple_Click() {
     constexpr int rightSide = 1;
     forEachDatabase(m_context, rightSide, StopBox::EndsPass, [this] {
-        if (admitted({database()}))
+        if (admitted(Position::Unbracketed, {database()}))
             execute(rightSide, BackupStatements::simpleRecovery(database()));
     });
 }
 
 void BackupTools::Command1_Click() {
-    if (admitted({database()}))
+    if (admitted(Position::Unbracketed, {database()}))
         openOnLeft(BackupStatements::singleUser(database()));
 }
 
 void BackupTools::Command2_Click() {
-    if (admitted({database()}))
+    if (admitted(Position::Unbracketed, {database()}))
         openOnLeft(BackupStatements::multiUser(database()));
 }
 
@@ -86,8 +86,8 @@ void BackupTools::openOnLeft(const QString& sql) {
     m_context.serverAccess().OpenRecordset(0, sql, QVariant(), result);
 }
 
-bool BackupTools::admitted(std::initializer_list<QString> names) {
-    return db::NameGuard::admit(m_context.serverAccess(), names);
+bool BackupTools::admitted(Position position, std::initializer_list<QString> names) {
+    return db::NameGuard::admit(m_context.serverAccess(), position, names);
 }
 
 QString BackupTools::database() const {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "db/NameGuard.h"
+
 #include <QString>
 #include <functional>
 
@@ -28,7 +30,8 @@ public:
 
 private:
     // False (and a log line) when a name may not go into a statement: the step is skipped.
-    bool admitted(std::initializer_list<QString> names);
+    using Position = db::NameGuard::Position;
+    bool admitted(Position position, std::initializer_list<QString> names);
     void execute(int side, const QString& sql);
     void openOnLeft(const QString& sql);
     QString database() const;

@@ -33,7 +33,8 @@ void MirroringTools::cmdSetPartner_Click(int index) {
     forEachDatabase(m_context, index, StopBox::EndsPass, [this, index] {
         const QString database = m_context.txtDB()->text();
         const QString partner = m_context.txtServer(1 - index)->text();
-        if (!db::NameGuard::admit(m_context.serverAccess(), {database, partner}))
+        if (!db::NameGuard::admit(m_context.serverAccess(), db::NameGuard::Position::Bracketed, {database}) ||
+            !db::NameGuard::admit(m_context.serverAccess(), db::NameGuard::Position::Quoted, {partner}))
             return;
         for (const QString& sql : MirroringStatements::setPartner(database, partner))
             m_context.serverAccess().ExecuteSQL(index, sql);
@@ -43,7 +44,7 @@ void MirroringTools::cmdSetPartner_Click(int index) {
 void MirroringTools::cmdMakeOnline_Click(int index) {
     forEachDatabase(m_context, index, StopBox::EndsPass, [this, index] {
         const QString database = m_context.txtDB()->text();
-        if (!db::NameGuard::admit(m_context.serverAccess(), {database}))
+        if (!db::NameGuard::admit(m_context.serverAccess(), db::NameGuard::Position::Unbracketed, {database}))
             return;
         for (const QString& sql : MirroringStatements::makeOnline(database))
             m_context.serverAccess().ExecuteSQL(index, sql);
@@ -75,7 +76,8 @@ void MirroringTools::cmdMirrorAll_Click(int index) {
 // Backup on the left (from step 1 only), copy to the right share, restore NORECOVERY on the
 // right, then the mirror names the principal and the principal names the mirror.
 void MirroringTools::runChain(int index) {
-    if (!db::NameGuard::admit(m_context.serverAccess(), {m_context.txtDB()->text()}))
+    if (!db::NameGuard::admit(m_context.serverAccess(), db::NameGuard::Position::Unbracketed,
+                              {m_context.txtDB()->text()}))
         return;
     if (index == 0) {
         m_chainSide = 0;

@@ -33,11 +33,17 @@ RestoreTools::RestoreTools(window::MainWindowContext& context, ProgressWatch& wa
     : m_context(context), m_watch(watch) {}
 
 void RestoreTools::cmdRestoreFileList_Click(int index) {
+    readFileList(index);
+}
+
+// The names come from the backup file, which may have been made anywhere: a logical or file
+// name that would end its quoted place in a MOVE clause stops the restore of that database.
+bool RestoreTools::readFileList(int index) {
     const QString database = m_context.txtDB()->text();
     restoreDriveFor(database, index);
     m_restoreFiles.clear();
-    if (!admitted({database, m_context.txtBackupDrive()->text()}))
-        return;
+    if (!admitted(Position::Quoted, {database, m_context.txtBackupDrive()->text()}))
+        return false;
     const QString query = RestoreStatements::fileListQuery(m_context.txtBackupDrive()->text(), database);
     db::ServerAccess& access = m_context.serverAccess();
     QString result;
@@ -47,6 +53,13 @@ void RestoreTools::cmdRestoreFileList_Click(int index) {
     for (db::Recordset& files = access.sharedRecordset(); !files.eof(); files.MoveNext())
         m_restoreFiles.append(
             RestoreFile::fromFileListRow(files.field(0).toString(), files.field(1).toString()));
+    for (const RestoreFile& file : std::as_const(m_restoreFiles)) {
+        if (!admitted(Position::Quoted, {file.logicalName, file.fileName})) {
+            m_restoreFiles.clear();
+            return false;
+        }
+    }
+    return true;
 }
 
 QString RestoreTools::GetRestoreDrive(QString& databaseName, int side) const {
@@ -80,9 +93,12 @@ void RestoreTools::cmdRestore_Click(int index) {
 void RestoreTools::restoreDatabase(int index) {
     const QString database = m_context.txtDB()->text();
     const QString folder = m_context.txtBackupDrive()->text();
-    if (!admitted({database, folder, restoreDriveFor(database, index), m_context.txtLogDrive(index)->text()}))
+    if (!admitted(Position::Unbracketed, {database}) ||
+        !admitted(Position::Quoted,
+                  {folder, restoreDriveFor(database, index), m_context.txtLogDrive(index)->text()}))
         return;
-    cmdRestoreFileList_Click(index);
+    if (!readFileList(index))
+        return;
     const QString moves = RestoreStatements::moveClauses(m_restoreFiles, restoreDriveFor(database, index),
                                                          m_context.txtLogDrive(index)->text());
     {
@@ -104,9 +120,11 @@ void RestoreTools::RestoreToMain() {
     const QString folder = RestoreStatements::mainBackupFolder();
     m_context.txtBackupDrive()->setText(folder);
     const QString database = m_context.txtDB()->text();
-    if (!admitted({database, restoreDriveFor(database, leftSide)}))
+    if (!admitted(Position::Unbracketed, {database}) ||
+        !admitted(Position::Quoted, {restoreDriveFor(database, leftSide)}))
         return;
-    cmdRestoreFileList_Click(leftSide);
+    if (!readFileList(leftSide))
+        return;
     const QString moves = RestoreStatements::moveClauses(m_restoreFiles, restoreDriveFor(database, leftSide));
     {
         RunLogRecorder record(m_context, restoreOperation, database);
@@ -144,11 +162,14 @@ void RestoreTools::cmdRestoretoMain_Click() {
     for (int file = 0; file < count; ++file) {
         m_context.txtDB()->setText(BackupFileNames::databaseNameFromFile(files->List(file)));
         const QString database = m_context.txtDB()->text();
-        if (!admitted({database, m_context.txtBackupDrive()->text(), restoreDriveFor(database, leftSide),
+        if (!admitted(Position::Unbracketed, {database}) ||
+            !admitted(Position::Quoted,
+                      {m_context.txtBackupDrive()->text(), restoreDriveFor(database, leftSide),
                        m_context.txtLogDrive(leftSide)->text()})) {
             continue;
         }
-        cmdRestoreFileList_Click(leftSide);
+        if (!readFileList(leftSide))
+            continue;
         const QString moves = RestoreStatements::moveClauses(
             m_restoreFiles, restoreDriveFor(database, leftSide), m_context.txtLogDrive(leftSide)->text());
         {
@@ -172,8 +193,8 @@ bool RestoreTools::restore(int side, const QString& sql, const QString& database
     return m_watch.execute(side, sql, QStringLiteral("Restore ") + database);
 }
 
-bool RestoreTools::admitted(std::initializer_list<QString> names) {
-    return db::NameGuard::admit(m_context.serverAccess(), names);
+bool RestoreTools::admitted(Position position, std::initializer_list<QString> names) {
+    return db::NameGuard::admit(m_context.serverAccess(), position, names);
 }
 
 void RestoreTools::yieldToEventLoop() const {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "db/NameGuard.h"
+
 #include "dbfiles/RestoreFile.h"
 
 #include <QList>
@@ -34,7 +36,10 @@ public:
 
 private:
     // False (and a log line) when a name may not go into a statement: the step is skipped.
-    bool admitted(std::initializer_list<QString> names);
+    using Position = db::NameGuard::Position;
+    bool admitted(Position position, std::initializer_list<QString> names);
+    // False when the list cannot be used: a refused name (logged), in txtDB or in the list.
+    bool readFileList(int index);
     void restoreDatabase(int index);
     QString restoreDriveFor(const QString& database, int side) const;
     void yieldToEventLoop() const;

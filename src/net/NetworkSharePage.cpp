@@ -134,7 +134,7 @@ void NetworkSharePage::cmdOpenPath_Click(int index) {
 
 void NetworkSharePage::cmdClearConnections_Click(int index) {
     const QString database = m_context.txtDB()->text();
-    if (db::NameGuard::admit(m_context.serverAccess(), {database}))
+    if (db::NameGuard::admit(m_context.serverAccess(), db::NameGuard::Position::Quoted, {database}))
         m_context.serverAccess().ExecuteSQL(index, SessionStatements::clearConnections(database));
 }
 

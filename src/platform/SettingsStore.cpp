@@ -9,6 +9,8 @@
 #include <QSettings>
 #include <QStandardPaths>
 
+#include <algorithm>
+
 namespace qormin::platform {
 
 namespace {
@@ -58,13 +60,47 @@ std::unique_ptr<SettingsStore> SettingsStore::openDefault() {
 #endif
 }
 
+namespace {
+
+bool holdsControlBytes(const QByteArray& bytes) {
+    return std::any_of(bytes.cbegin(), bytes.cend(), [](char byte) {
+        const auto code = static_cast<unsigned char>(byte);
+        return code < 0x20 && byte != '\t' && byte != '\r' && byte != '\n';
+    });
+}
+
+// A line QSettings takes: blank, a comment, a [section] or key=value. It reads much garbage
+// without complaint, drops every other line and only finds out when it writes the file back,
+// by which time what it dropped is gone; a file it wrote itself never has such a line.
+bool onlySettingsLines(const QByteArray& bytes) {
+    const QList<QByteArray> lines = bytes.split('\n');
+    return std::all_of(lines.cbegin(), lines.cend(), [](const QByteArray& line) {
+        const QByteArray trimmed = line.trimmed();
+        return trimmed.isEmpty() || trimmed.startsWith(';') || trimmed.startsWith('#') ||
+               trimmed.startsWith('[') || trimmed.contains('=');
+    });
+}
+
+bool unreadable(const QString& path, const QSettings& settings) {
+    if (settings.status() == QSettings::FormatError)
+        return true;
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return false;
+    const QByteArray bytes = file.readAll();
+    return holdsControlBytes(bytes) || !onlySettingsLines(bytes);
+}
+
+} // namespace
+
 // A file that does not read as settings is set aside under a new name, never written over: the
-// operator can still recover what it held.
+// operator can still recover what it held. Where it cannot be moved, nothing is written to it.
 std::unique_ptr<SettingsStore> SettingsStore::openFile(const QString& path) {
     preparePrivateFile(path);
     auto settings = std::make_unique<QSettings>(path, QSettings::IniFormat);
     QString problem;
-    if (settings->status() == QSettings::FormatError) {
+    bool writable = true;
+    if (unreadable(path, *settings)) {
         settings.reset();
         const QString aside = path + QStringLiteral(".unreadable-") +
                               QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-hhmmss"));
@@ -75,13 +111,16 @@ std::unique_ptr<SettingsStore> SettingsStore::openFile(const QString& path) {
                         : QStringLiteral("The settings file %1 could not be read and could not be set aside; "
                                          "the defaults are used and changes are not saved.")
                               .arg(path);
+        writable = moved;
         if (moved)
             preparePrivateFile(path);
-        settings = std::make_unique<QSettings>(path, QSettings::IniFormat);
+        settings = std::make_unique<QSettings>(moved ? path : QString(), QSettings::IniFormat);
     } else if (settings->status() == QSettings::AccessError) {
         problem = QStringLiteral("The settings file %1 could not be read; the defaults are used.").arg(path);
     }
     auto store = std::unique_ptr<SettingsStore>(new SettingsStore(std::move(settings)));
+    store->m_writable = writable;
+    store->m_path = path;
     if (!problem.isEmpty())
         store->report(problem);
     return store;
@@ -97,6 +136,8 @@ QString SettingsStore::getSetting(const QString& section, const QString& key,
     const QString address = qualifiedKey(section, key);
     if (m_secretKeys.contains(address) && (m_secretsInUse || !m_settings->contains(address)))
         return m_secretValues.value(address, defaultValue);
+    if (m_unsaved.contains(address))
+        return m_unsaved.value(address);
     const QVariant value = m_settings->value(address);
     if (!value.isValid())
         return defaultValue;
@@ -123,6 +164,10 @@ void SettingsStore::saveSetting(const QString& section, const QString& key, cons
 }
 
 void SettingsStore::writeFile(const QString& qualifiedKey, const QString& value) {
+    if (!m_writable) {
+        m_unsaved.insert(qualifiedKey, value);
+        return;
+    }
     m_settings->setValue(qualifiedKey, value);
     m_settings->sync();
     if (m_settings->status() == QSettings::NoError || m_saveProblemTold)
@@ -209,7 +254,7 @@ void SettingsStore::report(const QString& problem) {
 }
 
 QString SettingsStore::location() const {
-    return m_settings->fileName();
+    return m_path.isEmpty() ? m_settings->fileName() : m_path;
 }
 
 } // namespace qormin::platform

@@ -63,6 +63,9 @@ private:
     void writeChangedSecretsToFile();
 
     std::unique_ptr<QSettings> m_settings;
+    QString m_path;                    // the file's own path, also when it could not be used
+    bool m_writable = true;            // false: an unreadable file that could not be set aside
+    QHash<QString, QString> m_unsaved; // saved in a run that must not write the file
     Channel m_problems;
     Channel m_notices;
     bool m_saveProblemTold = false;

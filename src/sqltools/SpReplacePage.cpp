@@ -137,7 +137,7 @@ void SpReplacePage::saveScript(const QString& prefix) {
 
 bool SpReplacePage::useWorkingDatabase() {
     const QString database = m_context.txtDB()->text();
-    if (!db::NameGuard::admit(m_context.serverAccess(), {database})) {
+    if (!db::NameGuard::admit(m_context.serverAccess(), db::NameGuard::Position::Bracketed, {database})) {
         return false;
     }
     executeOnLeft(TableSizeStatements::defaultDatabase(database));

@@ -55,6 +55,26 @@ private:
     SpeedTestOutcome& m_outcome;
 };
 
+// A cursor over the read, one row fetched at a time and its first field read as text: the
+// step times the server's row-by-row delivery, not one bulk transfer.
+void walkReadCursor(const QString& database, StepRunner& runner, SpeedTestOutcome& outcome) {
+    namespace S = SpeedTestStatements;
+    if (!runner.execute(S::openReadCursor(database), db::ResultRetention::Nothing).succeeded) {
+        return;
+    }
+    for (;;) {
+        const db::StatementOutcome fetched =
+            runner.execute(S::fetchReadCursor(), db::ResultRetention::FirstResultSet);
+        if (!fetched.succeeded || fetched.resultSets.empty() || fetched.resultSets.front().rows.empty()) {
+            break;
+        }
+        const std::vector<QVariant>& row = fetched.resultSets.front().rows.front();
+        outcome.lastValue = row.empty() ? QString() : row.front().toString();
+        ++outcome.rowsRead;
+    }
+    runner.execute(S::closeReadCursor(), db::ResultRetention::Nothing);
+}
+
 void runStep(int step, const QString& database, StepRunner& runner, SpeedTestOutcome& outcome) {
     namespace S = SpeedTestStatements;
     switch (step) {
@@ -73,16 +93,9 @@ void runStep(int step, const QString& database, StepRunner& runner, SpeedTestOut
     case SpeedTest::DeleteRows:
         runner.executeAll(QStringList(S::deleteCount, S::deleteOneRow(database)));
         return;
-    case SpeedTest::ReadRows: {
-        const db::StatementOutcome result =
-            runner.execute(S::readRows(database), db::ResultRetention::FirstResultSet);
-        if (result.resultSets.empty()) {
-            return;
-        }
-        // The driver has read every field already; the rows are what the step was timed for.
-        outcome.rowsRead = static_cast<qsizetype>(result.resultSets.front().rows.size());
+    case SpeedTest::ReadRows:
+        walkReadCursor(database, runner, outcome);
         return;
-    }
     default:
         return;
     }
@@ -90,19 +103,26 @@ void runStep(int step, const QString& database, StepRunner& runner, SpeedTestOut
 
 } // namespace
 
+SpeedTest::SpeedTest(db::ServerAccess& access) : m_access(access) {}
+
+SpeedTest::~SpeedTest() = default;
+
 SpeedTestOutcome SpeedTest::run(int step, const QString& connectionText, const QString& database) {
     SpeedTestOutcome outcome;
-    db::SideConnection connection(0);
+    m_connection = std::make_unique<db::SideConnection>(0);
+    db::SideConnection& connection = *m_connection;
     connection.setWithholdCheck([this](const QString& sql) { return m_access.side(0).withholds(sql); });
     m_access.tallyStatementsOf(connection);
     const db::OdbcConnectionText odbc = db::translateConnectionString(connectionText, m_access.driverInUse());
     if (!odbc.error.isEmpty()) {
         outcome.connectError = odbc.error;
+        m_access.countUnsent();
         return outcome;
     }
     const db::ConnectOutcome opened = connection.open(odbc.text, loginTimeoutSeconds);
     if (!opened.connected) {
         outcome.connectError = opened.errorDescription;
+        m_access.countUnsent();
         return outcome;
     }
     outcome.connected = true;

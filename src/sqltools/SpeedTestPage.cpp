@@ -89,10 +89,12 @@ void SpeedTestPage::cmdTest_Click(int index) {
     db::EventLoopYield::processEvents();
     access.StartTiming();
     const QString database = m_context.txtDB()->text();
-    if (!db::NameGuard::admit(access, {database})) {
+    if (!db::NameGuard::admit(access, db::NameGuard::Position::Unbracketed, {database})) {
         return;
     }
-    const SpeedTestOutcome outcome = SpeedTest(access).run(index, m_txtTESTConnection->text(), database);
+    // The test's connection goes with the handler, after the time is shown, as it always did.
+    SpeedTest test(access);
+    const SpeedTestOutcome outcome = test.run(index, m_txtTESTConnection->text(), database);
     m_lblTime->setText(QString::number(access.ElapsedSeconds(), 'g', 7));
     reportFailures(index, outcome);
 }

@@ -26,6 +26,19 @@ QString SpeedTestStatements::readRows(const QString& database) {
     return QStringLiteral("select top 5000 * from ") + database + QStringLiteral("..SpeedTest");
 }
 
+QString SpeedTestStatements::openReadCursor(const QString& database) {
+    return QStringLiteral("DECLARE qormin_speedtest CURSOR GLOBAL DYNAMIC READ_ONLY FOR ") +
+           readRows(database) + QStringLiteral("\r\nOPEN qormin_speedtest");
+}
+
+QString SpeedTestStatements::fetchReadCursor() {
+    return QStringLiteral("FETCH NEXT FROM qormin_speedtest");
+}
+
+QString SpeedTestStatements::closeReadCursor() {
+    return QStringLiteral("CLOSE qormin_speedtest\r\nDEALLOCATE qormin_speedtest");
+}
+
 QDate SpeedTestStatements::firstDate() {
     return {1995, 9, 9};
 }

@@ -18,6 +18,11 @@ QString createTable(const QString& database);
 QString insertRow(const QString& database, int number, const QDate& date);
 QString deleteOneRow(const QString& database);
 QString readRows(const QString& database);
+// The read walked as the test always did it: a dynamic, read-only cursor over readRows, one row
+// per fetch. Each statement is its own batch, so the cursor is global to the test's connection.
+QString openReadCursor(const QString& database);
+QString fetchReadCursor();
+QString closeReadCursor();
 
 // The first row's date; each later row is one day on.
 QDate firstDate();

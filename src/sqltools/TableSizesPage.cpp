@@ -76,7 +76,7 @@ TableSizesPage* TableSizesPage::install(window::MainWindowContext& context) {
 
 void TableSizesPage::cmdTableSizes_Click(int side) {
     const QString database = m_context.txtDB()->text();
-    if (!db::NameGuard::admit(m_context.serverAccess(), {database})) {
+    if (!db::NameGuard::admit(m_context.serverAccess(), db::NameGuard::Position::Unbracketed, {database})) {
         return;
     }
     logTableSizes(side);
@@ -116,7 +116,7 @@ void TableSizesPage::cmdBigTables_Click() {
     const QString query = Statements::bigTablesQuery();
     access.LogMessage(query);
     const QString database = m_context.txtDB()->text();
-    if (!db::NameGuard::admit(access, {database})) {
+    if (!db::NameGuard::admit(access, db::NameGuard::Position::Unbracketed, {database})) {
         return;
     }
     access.EnsureConnected(leftSide);

@@ -32,7 +32,8 @@ UsersPage* UsersPage::install(window::MainWindowContext& context) {
     return page;
 }
 
-// On the connection itself, as always: nothing is logged, and a failure leaves the grid as it was.
+// On the connection itself, as always: nothing is logged of a list that came, and a failure
+// leaves the grid as it was and its error in both log boxes.
 void UsersPage::cmdReadGrid_Click() {
     db::ServerAccess& access = m_context.serverAccess();
     access.EnsureConnected(leftSide);
@@ -41,7 +42,13 @@ void UsersPage::cmdReadGrid_Click() {
     }
     db::StatementOutcome outcome = access.side(leftSide).execute(TableSizeStatements::sessionList(),
                                                                  db::ResultRetention::FirstResultSet);
-    if (!outcome.succeeded || outcome.resultSets.empty()) {
+    if (!outcome.succeeded) {
+        const QString line = outcome.errorDescription + QLatin1Char(' ') + TableSizeStatements::sessionList();
+        access.LogMessage(line);
+        access.LogError(line);
+        return;
+    }
+    if (outcome.resultSets.empty()) {
         return;
     }
     m_GridT->bind(std::make_shared<const db::ResultTable>(std::move(outcome.resultSets.front())));

@@ -75,7 +75,7 @@ bool CopyByIdTools::idTextsAdmitted(const Range& range) {
     const std::pair<QString, QString> texts[] = {{QStringLiteral("txtStartIDNum"), range.start},
                                                  {QStringLiteral("txtENDIDNum"), range.end}};
     for (const auto& [control, text] : texts) {
-        const QString reason = db::NameGuard::refusal(text);
+        const QString reason = db::NameGuard::refusal(text, db::NameGuard::Position::Quoted);
         if (!reason.isEmpty()) {
             m_context.serverAccess().LogMessage(Statements::idTextRefusedLine(control, text, reason));
             return false;
@@ -86,7 +86,7 @@ bool CopyByIdTools::idTextsAdmitted(const Range& range) {
 
 void CopyByIdTools::copyDatabase(const Range& range) {
     const QString database = m_context.txtDB()->text();
-    if (!db::NameGuard::admit(m_context.serverAccess(), {database})) {
+    if (!db::NameGuard::admit(m_context.serverAccess(), db::NameGuard::Position::Unbracketed, {database})) {
         return;
     }
     // Read as the tool always has; this operation always inserts.
@@ -101,7 +101,7 @@ void CopyByIdTools::copyDatabase(const Range& range) {
             break;
         }
         const QString table = tables->TextMatrix(row, nameColumn);
-        if (db::NameGuard::admit(m_context.serverAccess(), {table})) {
+        if (db::NameGuard::admit(m_context.serverAccess(), db::NameGuard::Position::Unbracketed, {table})) {
             copyTable(database, table, range);
         }
     }
@@ -155,7 +155,7 @@ void CopyByIdTools::copyMissingRecords(const QString& database, const QString& t
     qint16 existing = 0;
     while (records.next()) {
         const QString idnum = records.value(idField).toString();
-        if (!db::NameGuard::admit(access, {idnum})) {
+        if (!db::NameGuard::admit(access, db::NameGuard::Position::Quoted, {idnum})) {
             continue;
         }
         if (!open(leftSide, Statements::lookup(database, table, idnum), true)) {

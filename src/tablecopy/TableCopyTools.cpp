@@ -111,7 +111,7 @@ void TableCopyTools::cmdCopytoNEW_Click() {
     const QString table = currentTable();
     log(table);
     const QString db = workingDatabase();
-    if (!db::NameGuard::admit(m_controls.access, {db, table})) {
+    if (!db::NameGuard::admit(m_controls.access, db::NameGuard::Position::Unbracketed, {db, table})) {
         return;
     }
     const QString source = Statements::sourceTable(db, table);
@@ -135,14 +135,14 @@ void TableCopyTools::cmdCopytoNEW_Click() {
 void TableCopyTools::runForTables(bool useDatabaseFirst, const TableRoutine& routine,
                                   const QString& closingLine) {
     log(currentTable());
-    if (!db::NameGuard::admit(m_controls.access, {workingDatabase()})) {
+    if (!db::NameGuard::admit(m_controls.access, db::NameGuard::Position::Unbracketed, {workingDatabase()})) {
         return;
     }
     if (useDatabaseFirst) {
         execute(Statements::useDatabase(workingDatabase()));
     }
     if (!m_allTables->isChecked()) {
-        if (db::NameGuard::admit(m_controls.access, {currentTable()})) {
+        if (db::NameGuard::admit(m_controls.access, db::NameGuard::Position::Unbracketed, {currentTable()})) {
             routine(currentTable());
         }
     } else {
@@ -155,7 +155,7 @@ void TableCopyTools::runForTables(bool useDatabaseFirst, const TableRoutine& rou
             m_controls.grid.setRow(row);
             const QString table = currentTable();
             log(table);
-            if (db::NameGuard::admit(m_controls.access, {table})) {
+            if (db::NameGuard::admit(m_controls.access, db::NameGuard::Position::Unbracketed, {table})) {
                 routine(table);
             }
             db::EventLoopYield::processEvents();

@@ -122,7 +122,10 @@ bool TransferDBTools::moveRow(db::RecordReader& reader, db::RecordWriter& writer
         showError(written.lastError);
         return false;
     }
-    ++count.written;
+    // Under Script only nothing was written or deleted: the row counts as withheld, so the
+    // closing line cannot read as a finished move.
+    const bool withheld = m_controls.access.scriptOnly();
+    ++(withheld ? count.withheld : count.written);
     if (job.updateClaimsDocuments) {
         if (reader.columns().size() <= claimsFileColumn) {
             ++count.failed;
@@ -144,7 +147,7 @@ bool TransferDBTools::moveRow(db::RecordReader& reader, db::RecordWriter& writer
             showError(error);
             return false;
         }
-        ++count.deleted;
+        count.deleted += withheld ? 0 : 1;
     }
     db::yieldToEventLoop();
     m_controls.progress.setValue(std::min(m_controls.progress.value() + 1, m_controls.progress.maximum()));
@@ -153,7 +156,7 @@ bool TransferDBTools::moveRow(db::RecordReader& reader, db::RecordWriter& writer
 
 void TransferDBTools::finishRun(const TransferDBJob& job, const TransferDBCount& count) {
     const QString line = Statements::reconciliationLine(job.sourceTable, count.read, count.written,
-                                                        count.deleted, count.failed);
+                                                        count.deleted, count.failed, count.withheld);
     prependLog(line + lineEnd);
     m_controls.access.LogMessage(line);
 }
@@ -292,8 +295,10 @@ void TransferDBTools::syncStructure(const QString& source, const QString& destin
 
 bool TransferDBTools::admitNames(const std::vector<std::pair<QString, QString>>& names) {
     for (const auto& [what, name] : names) {
-        if (!db::NameGuard::admit(m_controls.access, {name})) {
-            prependLog(db::NameGuard::refusedLine(name, db::NameGuard::refusal(name)) + lineEnd);
+        if (!db::NameGuard::admit(m_controls.access, db::NameGuard::Position::Unbracketed, {name})) {
+            prependLog(db::NameGuard::refusedLine(
+                           name, db::NameGuard::refusal(name, db::NameGuard::Position::Unbracketed)) +
+                       lineEnd);
             return false;
         }
         if (!Statements::isPlainName(name)) {

@@ -45,6 +45,7 @@ struct TransferDBCount {
     qint64 written = 0;
     qint64 deleted = 0;
     qint64 failed = 0;
+    qint64 withheld = 0; // rows whose copy (and delete) Script only withheld
 };
 
 // The handlers both transfer windows are built from: the row-by-row move, the purge, the

@@ -212,13 +212,14 @@ QString TransferStatements::errorBranchMessage(const QString& error) {
 }
 
 QString TransferStatements::reconciliationLine(const QString& table, qint64 read, qint64 written,
-                                               qint64 deleted, qint64 failed) {
-    return QStringLiteral("Transfer of %1: read %2, written %3, deleted %4, failed %5")
-        .arg(table)
-        .arg(read)
-        .arg(written)
-        .arg(deleted)
-        .arg(failed);
+                                               qint64 deleted, qint64 failed, qint64 withheld) {
+    const QString line = QStringLiteral("Transfer of %1: read %2, written %3, deleted %4, failed %5")
+                             .arg(table)
+                             .arg(read)
+                             .arg(written)
+                             .arg(deleted)
+                             .arg(failed);
+    return withheld == 0 ? line : line + QStringLiteral(", withheld by Script only %1").arg(withheld);
 }
 
 QString TransferStatements::dateText(const QDate& date) {

@@ -54,8 +54,9 @@ public:
     static int typeCodeOf(int odbcType, const QString& typeName = QString());
 
     static QString errorBranchMessage(const QString& error);
+    // Rows Script only withheld count apart, neither written nor deleted.
     static QString reconciliationLine(const QString& table, qint64 read, qint64 written, qint64 deleted,
-                                      qint64 failed);
+                                      qint64 failed, qint64 withheld = 0);
 
     static QString dateText(const QDate& date);
     // "12/31/2020" (month first, as the defaults are typed), "2020-12-31" or "20201231".

@@ -141,9 +141,12 @@ void frmFixTransDate::cmdStop_Click() {
 }
 
 void frmFixTransDate::WriteLog(const QString& text, bool append) {
-    if (!m_chkLog->isChecked()) {
-        return;
+    if (m_chkLog->isChecked()) {
+        showLine(text, append);
     }
+}
+
+void frmFixTransDate::showLine(const QString& text, bool append) {
     // Inserted at one end rather than set whole, so a long run's log costs the same per line.
     QTextCursor cursor(m_log->document());
     cursor.movePosition(append ? QTextCursor::End : QTextCursor::Start);
@@ -152,7 +155,8 @@ void frmFixTransDate::WriteLog(const QString& text, bool append) {
 }
 
 void frmFixTransDate::Command1_Click() {
-    if (!db::NameGuard::admit(m_access, {m_src->text(), m_dest->text()})) {
+    if (!db::NameGuard::admit(m_access, db::NameGuard::Position::Unbracketed,
+                              {m_src->text(), m_dest->text()})) {
         return;
     }
     if (!m_access.IsConnected(workingSide)) {
@@ -185,7 +189,8 @@ void frmFixTransDate::Command1_Click() {
         endRun(reader.error());
         return;
     }
-    WriteLog(Statements::done, true);
+    // The end of a run is shown whether or not the rows were logged.
+    showLine(Statements::done, true);
 }
 
 // A table that has the column already refuses it; that is the point of ignoring the outcome.

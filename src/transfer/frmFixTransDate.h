@@ -45,6 +45,7 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    void showLine(const QString& text, bool append);
     void buildLayout();
     void loadSettings();
     void saveSettings();

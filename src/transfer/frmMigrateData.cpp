@@ -267,11 +267,15 @@ QList<frmMigrateData::Mapping> frmMigrateData::blockMappings() const {
 }
 
 bool frmMigrateData::admitBlockNames(const QList<Mapping>& mappings) {
-    if (!db::NameGuard::admit(m_access, {m_tableSource->text(), m_tableDest->text()})) {
+    using Position = db::NameGuard::Position;
+    if (!db::NameGuard::admit(m_access, Position::Unbracketed,
+                              {m_tableSource->text(), m_tableDest->text()})) {
         return false;
     }
+    // Only the key look-up pastes a field name bare; the inserts bracket theirs.
     for (const Mapping& mapping : mappings) {
-        if (!db::NameGuard::admit(m_access, {mapping.destination})) {
+        const Position position = &mapping == &mappings.front() ? Position::Unbracketed : Position::Bracketed;
+        if (!db::NameGuard::admit(m_access, position, {mapping.destination})) {
             return false;
         }
     }
@@ -289,8 +293,11 @@ void frmMigrateData::copyBlock() {
     }
     const QString source = m_tableSource->text();
     showSourceCount(source);
+    // Read where ServerConn(1) counted, in its current database: a second connection would
+    // start in the login's default database and find another table or none.
     db::RecordReader reader(m_access.side(sourceSide),
-                            m_top20->isChecked() ? Statements::firstRowsQuery(source) : source);
+                            m_top20->isChecked() ? Statements::firstRowsQuery(source) : source,
+                            db::RecordReader::Mode::ReadOnlyOnSide);
     if (!reader.open()) {
         log(reader.error() + QLatin1Char(' ') + source);
         return;

@@ -42,9 +42,6 @@ const TextCase textCases[] = {
     {"savedLineOfTwoCells", Statements::savedTablesLine({"Database", "Table"}), "Database..Table "},
     {"confirm", Statements::confirmText("Provider=SQLOLEDB;Server=x"),
      "Are you sure you want to anonymize Provider=SQLOLEDB;Server=x?"},
-    {"bracketedTableIsGuardedByItsParts", Statements::guardedTableName("[Patient_Data].[dbo].[tbmaster]"),
-     "Patient_Data.dbo.tbmaster"},
-    {"bracketInsideStays", Statements::guardedTableName("[a]]b].c"), "[a]]b].c"},
     {"remaining", Statements::remainingQuery("B..t", {"LastName", "FirstName"}, {"N'A'", "N'B'"}),
      "SELECT COUNT(*) FROM B..t WHERE [LastName] IN (N'A', N'B') OR [FirstName] IN (N'A', N'B')"},
 };

@@ -66,15 +66,18 @@ struct FailureCase {
     const char* script;
     int line;
     const char* reason;
+    bool beforeTheRun; // found by the check of the whole file: not even line 1 runs
 };
 
 class BatchFailureTest : public testing::TestWithParam<FailureCase> {};
 
-// The run stops at the faulty line with exit status 2; nothing after it runs.
+// The run stops at the faulty line with exit status 2; nothing after it runs, and nothing at all
+// when the fault could be seen before the run.
 TEST_P(BatchFailureTest, stopsAtTheLineAndNamesIt) {
     WindowHarness harness;
     harness.load();
     const FailureCase& c = GetParam();
+    const QString untouched = harness.window().txtDB()->text();
     const auto result = harness.runBatch(QStringLiteral("set txtDB before\n") + QString::fromUtf8(c.script) +
                                          QStringLiteral("\nset txtDB after\n"));
     EXPECT_EQ(result.exitCode, 2);
@@ -82,21 +85,25 @@ TEST_P(BatchFailureTest, stopsAtTheLineAndNamesIt) {
                                          QStringLiteral(": ")))
         << result.errors.toStdString();
     EXPECT_TRUE(result.errors.contains(QString::fromUtf8(c.reason))) << result.errors.toStdString();
-    EXPECT_EQ(harness.window().txtDB()->text(), QStringLiteral("before"));
+    EXPECT_EQ(harness.window().txtDB()->text(), c.beforeTheRun ? untouched : QStringLiteral("before"));
 }
 
 const FailureCase failureCases[] = {
-    {"unknownControl", "click cmdBackup(7)", 2, "unknown control \"cmdBackup(7)\""},
-    {"checkBoxValue", "set chkALL yes", 2, "0 or 1"},
-    {"clickOnALabel", "click lblcount", 2, "is not a button"},
-    {"clickDisabledButton", "click cmdCancelStatement", 2, "is disabled"},
-    {"selectBeyondTheRows", "select GridDB(0) 1", 2, "row 1 is out of range"},
-    {"selectOnATextBox", "select txtDB 0", 2, "not a grid or a list"},
-    {"pageBeyondTheTabs", "page 15", 2, "page 15 does not exist"},
-    {"unknownWindow", "open frmNothing", 2, "unknown window \"frmNothing\""},
-    {"windowNotOpen", "print frmHistorical.txtYears", 2, "is not open"},
-    {"setOnAButton", "set cmdConnect(0) x", 2, "has no text to set"},
-    {"afterCommentLines", "# one\n\n# two\nwait", 5, "one number"},
+    {"unknownControl", "click cmdBackup(7)", 2, "unknown control \"cmdBackup(7)\"", true},
+    {"typoAfterADrop", "click cmdDrop(0)\nclikc cmdDrop(1)", 3, "unknown command \"clikc\"", true},
+    {"unknownControlAtTheEnd", "click cmdDrop(0)\nwait 1\nprint txtDBB", 4, "unknown control \"txtDBB\"",
+     true},
+    {"checkBoxValue", "set chkALL yes", 2, "0 or 1", false},
+    {"clickOnALabel", "click lblcount", 2, "is not a button", true},
+    {"clickDisabledButton", "click cmdCancelStatement", 2, "is disabled", false},
+    {"selectBeyondTheRows", "select GridDB(0) 1", 2, "row 1 is out of range", false},
+    {"selectOnATextBox", "select txtDB 0", 2, "not a grid or a list", true},
+    {"pageBeyondTheTabs", "page 15", 2, "page 15 does not exist", true},
+    {"unknownWindow", "open frmNothing", 2, "unknown window \"frmNothing\"", true},
+    {"windowNotOpen", "print frmHistorical.txtYears", 2, "is not open", true},
+    {"windowOpenedOnlyLater", "print frmHistorical.txtYears\nopen frmHistorical", 2, "is not open", true},
+    {"setOnAButton", "set cmdConnect(0) x", 2, "has no text to set", false},
+    {"afterCommentLines", "# one\n\n# two\nwait", 5, "one number", true},
 };
 
 INSTANTIATE_TEST_SUITE_P(Scripts, BatchFailureTest, testing::ValuesIn(failureCases),

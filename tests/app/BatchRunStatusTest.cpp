@@ -80,8 +80,9 @@ const StatusCase statusCases[] = {
     {"aSideCannotConnect", "set txtPW(0) wrong\nclick cmdConnect(0)\nset txtDB Billing\nclick cmdBackup(0)\n",
      3, "sent 2, failed 2, withheld by Script only 0,",
      "header-row refusals 0, connect failures 3, exit status 3"},
+    // The bad line is found before the run: the backup is not even tried.
     {"badLineAfterAFailure", "set txtDB Broken\nclick cmdBackup(0)\nclick cmdNothing\n", 2,
-     "sent 2, failed 2, withheld by Script only 0,", "exit status 2"},
+     "sent 0, failed 0, withheld by Script only 0,", "exit status 2"},
 };
 
 INSTANTIATE_TEST_SUITE_P(Runs, BatchExitStatusTest, testing::ValuesIn(statusCases),

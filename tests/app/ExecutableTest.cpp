@@ -104,7 +104,7 @@ TEST(ExecutableTest, batchFromStandardInputDrivesTheRealProgram) {
                        "print ctlExclue.txtFileVal\n"
                        "set ctlExclue.txtFileVal Lab..tbResults\\r\\nBilling..tbAudit\\r\\n\n"
                        "click ctlExclue.cmdSaveFile\n"
-                       "click cmdBackup(9)\n"
+                       "select GridDB(0) 9\n"
                        "print txtDB\n")
             .arg(server->address())
             .toUtf8();
@@ -130,7 +130,7 @@ TEST(ExecutableTest, batchFromStandardInputDrivesTheRealProgram) {
         logged.last().startsWith(QStringLiteral("- summary: sent 1, failed 0, withheld by Script only 0,")))
         << logged.last().toStdString();
     EXPECT_TRUE(logged.last().endsWith(QStringLiteral("exit status 2"))) << logged.last().toStdString();
-    EXPECT_TRUE(run.errors.contains(QStringLiteral("batch line 11: unknown control \"cmdBackup(9)\"")))
+    EXPECT_TRUE(run.errors.contains(QStringLiteral("batch line 11: row 9 is out of range")))
         << run.errors.toStdString();
     EXPECT_EQ(readFile(list), QByteArray("Lab..tbResults\r\nBilling..tbAudit\r\n"));
 }

@@ -120,12 +120,17 @@ TEST_P(DamagedSettingsFileTest, givesDefaultsOrItsValuesAndSavesAgain) {
 
 INSTANTIATE_TEST_SUITE_P(
     Files, DamagedSettingsFileTest,
-    testing::Values(DamagedFileCase{"binary", QByteArray::fromHex("00ff10fe7f0a5b00"), true},
-                    DamagedFileCase{"invalidUtf8", QByteArray("[MAIN]\ntxtServer0=\xff\xfe\xfd\n"), false},
-                    DamagedFileCase{"unclosedSection", QByteArray("[MAIN\ntxtUserID0\n=x\n"), true},
-                    DamagedFileCase{"wrongShape", QByteArray("[MAIN]\ntxtUserID0=@Variant(\\0\\0\\0\\x7f)\n"),
-                                    false},
-                    DamagedFileCase{"empty", QByteArray(), false}),
+    testing::Values(
+        DamagedFileCase{"binary", QByteArray::fromHex("00ff10fe7f0a5b00"), true},
+        // These read without complaint and were lost at the first save.
+        DamagedFileCase{"pngHeader", QByteArray::fromHex("89504e470d0a1a0a0000000d49484452"), true},
+        DamagedFileCase{"pdfText", QByteArray("%PDF-1.4\n%\xe2\xe3\xcf\xd3\n1 0 obj\n<< /Type /Catalog >>\n"),
+                        true},
+        DamagedFileCase{"controlBytesInALine", QByteArray("[MAIN]\ntxtServer0=a\n\x01\x02=\x03\n"), true},
+        DamagedFileCase{"invalidUtf8", QByteArray("[MAIN]\ntxtServer0=\xff\xfe\xfd\n"), false},
+        DamagedFileCase{"unclosedSection", QByteArray("[MAIN\ntxtUserID0\n=x\n"), true},
+        DamagedFileCase{"wrongShape", QByteArray("[MAIN]\ntxtUserID0=@Variant(\\0\\0\\0\\x7f)\n"), false},
+        DamagedFileCase{"empty", QByteArray(), false}),
     [](const auto& test) { return std::string(test.param.name); });
 
 TEST(SettingsStoreSaveTest, aStoreThatCannotSaveSaysSoOnceAndKeepsWorking) {

@@ -44,7 +44,8 @@ TEST_F(SpeedTestPageTest, fourStepsRunInOrderEachOnAConnectionOfItsOwn) {
                 .arg(testConnection()));
     EXPECT_EQ(result.exitCode, 0) << result.log.toStdString();
     const QStringList sent = statements();
-    ASSERT_EQ(sent.size(), 1 + Statements::insertCount + Statements::deleteCount + 1);
+    constexpr int rows = 5000;
+    ASSERT_EQ(sent.size(), 1 + Statements::insertCount + Statements::deleteCount + 1 + rows + 1 + 1);
     QStringList expected{Statements::createTable(QStringLiteral("Billing"))};
     QDate date = Statements::firstDate();
     for (int number = 1; number <= Statements::insertCount; ++number, date = date.addDays(1)) {
@@ -53,7 +54,12 @@ TEST_F(SpeedTestPageTest, fourStepsRunInOrderEachOnAConnectionOfItsOwn) {
     for (int number = 1; number <= Statements::deleteCount; ++number) {
         expected.append(Statements::deleteOneRow(QStringLiteral("Billing")));
     }
-    expected.append(Statements::readRows(QStringLiteral("Billing")));
+    // The read walks a cursor row by row, one fetch per row and one that finds the end.
+    expected.append(Statements::openReadCursor(QStringLiteral("Billing")));
+    for (int row = 0; row <= rows; ++row) {
+        expected.append(Statements::fetchReadCursor());
+    }
+    expected.append(Statements::closeReadCursor());
     EXPECT_EQ(sent, expected);
     std::set<int> connections;
     for (const auto& request : server().requests()) {
@@ -81,7 +87,16 @@ TEST_F(SpeedTestPageTest, failuresAreOneLogLinePerStep) {
     EXPECT_EQ(lines[1],
               QStringLiteral(
                   "Test Delete: 5000 of 5000 statements failed: Invalid object name 'Station..SpeedTest'."));
-    EXPECT_EQ(window().serverAccess().tally().failed, 5000);
+    EXPECT_EQ(window().serverAccess().tally().failed, 5000 + 1);
+}
+
+// A step whose connection does not open sent nothing, yet it failed: a batch run says so.
+TEST_F(SpeedTestPageTest, aTestConnectionThatFailsIsAFailedStatement) {
+    const BatchResult result = run(QStringLiteral(
+        "set txtTESTConnection Provider=SQLOLEDB;Server=127.0.0.1,1;UID=sa\nclick cmdTest(3)\n"));
+    EXPECT_EQ(result.exitCode, 1) << result.log.toStdString();
+    EXPECT_EQ(window().serverAccess().tally().failed, 1);
+    EXPECT_TRUE(logLines().value(0).startsWith(QStringLiteral("Test Read: the test connection failed: ")));
 }
 
 TEST_F(SpeedTestPageTest, scriptOnlyWithholdsTheChanges) {

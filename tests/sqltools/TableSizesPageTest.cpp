@@ -1,6 +1,9 @@
 #include "SqlToolsFixture.h"
 
 #include "controls/FlexGrid.h"
+#include "db/LogBuffer.h"
+#include "db/ServerAccess.h"
+#include "db/SideConnection.h"
 #include "sqltools/TableSizeChart.h"
 #include "sqltools/TableSizeStatements.h"
 #include "sqltools/TableSizesPage.h"
@@ -30,6 +33,8 @@ protected:
      "response": {"result": {"columns": ["TableName:nvarchar(128)"], "rows": [["tbCash"]]}}},
     {"exact": "SELECT * FROM nowhere",
      "response": {"error": {"number": 208, "text": "Invalid object name 'nowhere'."}}},
+    {"exact": "EXEC sp_who2", "database": "Station",
+     "response": {"error": {"number": 229, "text": "The EXECUTE permission was denied on the object 'sp_who2'."}}},
     {"exact": "EXEC sp_who2",
      "response": {"result": {"columns": ["SPID:char(5)", "Status:nvarchar(30)", "Login:nvarchar(128)", "DBName:nvarchar(128)"],
                              "rows": [["51", "sleeping", "sa", "Billing"], ["52", "RUNNABLE", "hospital\\nurse", "Station"]]}}},
@@ -95,6 +100,19 @@ TEST_F(TableSizesPageTest, sessionsOfTheLeftServerFillGridT) {
     EXPECT_EQ(grid->Rows(), 3);
     EXPECT_EQ(grid->TextMatrix(0, 2), QStringLiteral("Login"));
     EXPECT_EQ(grid->TextMatrix(2, 2), QStringLiteral("hospital\\nurse"));
+}
+
+TEST_F(TableSizesPageTest, aSessionListThatFailsLeavesItsErrorInBothLogBoxes) {
+    window().serverAccess().side(0).execute(QStringLiteral("USE Station"));
+    auto* grid = window().findChild<sqltools::UsersPage*>()->GridT();
+    const int rowsBefore = grid->Rows();
+    const BatchResult result = run(QStringLiteral("click cmdReadGrid\n"));
+    EXPECT_EQ(result.exitCode, 1) << result.log.toStdString();
+    const QString line =
+        QStringLiteral("The EXECUTE permission was denied on the object 'sp_who2'. EXEC sp_who2");
+    EXPECT_EQ(logLines().value(0), line);
+    EXPECT_EQ(window().serverAccess().errors().text(), line + QStringLiteral("\r\n"));
+    EXPECT_EQ(grid->Rows(), rowsBefore);
 }
 
 } // namespace

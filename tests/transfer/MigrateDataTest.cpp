@@ -4,6 +4,7 @@
 
 #include "app/batch/BatchMessageBoxService.h"
 #include "db/ServerAccess.h"
+#include "db/SideConnection.h"
 #include "transfer/frmMigrateData.h"
 
 #include <QCheckBox>
@@ -12,6 +13,7 @@
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QSet>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -22,7 +24,7 @@ namespace {
 // Old..tbPat on the right holds three patients; New..tbPatient on the left already has patient 2.
 const QByteArray scenario = R"json({"rules": [
   {"exact": "SELECT COUNT (1) FROM Old..tbPat AS RECCOUNT", "response": {"result": {"columns": ["c:int"], "rows": [[3]]}}},
-  {"regex": "^SELECT (TOP 20 )?\\* FROM Old\\.\\.tbPat$", "response": {"result": {
+  {"regex": "^SELECT (TOP 20 )?\\* FROM (Old\\.\\.)?tbPat$", "response": {"result": {
      "columns": ["PatID:nvarchar(10)", "Name:nvarchar(50)", "Town:nvarchar(50)"],
      "rows": [["1", "Ann", "Cebu"], ["2", "Ben", "Iloilo"], ["3", "Benjamin", null], ["4'", "O'Neil", "Bohol"]]}}},
   {"exact": "SELECT TOP 1 * FROM New..tbPatient", "response": {"result": {
@@ -115,6 +117,26 @@ TEST_F(MigrateDataTest, copiesMissingRowsByMappingAndNamesEveryIgnoredLine) {
                                   "Line 11 ignored (no marker): garbage line", "No destination fields"}));
     EXPECT_EQ(control<QLineEdit>("txtTableDest")->text(), QStringLiteral("New..tbEmpty"));
     EXPECT_TRUE(control<QPlainTextEdit>("txtMigrate")->toPlainText().contains(QStringLiteral("*Status|=A")));
+}
+
+// The source is counted on ServerConn(1) and read there too, in the database it is in, so a
+// table named without its database is the same table both times.
+TEST_F(MigrateDataTest, readsTheSourceWhereServerConn1Counted) {
+    m_access->side(1).execute(QStringLiteral("USE Old"));
+    writeFile("#New..tbPatient|tbPat\n*PatientID|PatID\n.\n");
+    start();
+    QStringList seen;
+    QSet<int> connections;
+    for (const auto& entry : m_server->requests()) {
+        if (entry.text.contains(QStringLiteral("tbPat")) && !entry.text.contains(QStringLiteral("New.."))) {
+            seen.append(entry.database + QStringLiteral(": ") + entry.text);
+            connections.insert(entry.connection);
+        }
+    }
+    EXPECT_EQ(seen,
+              (QStringList{"Old: SELECT COUNT (1) FROM tbPat AS RECCOUNT", "Old: SELECT * FROM tbPat"}));
+    EXPECT_EQ(connections.size(), 1);
+    EXPECT_EQ(inserts().size(), 2);
 }
 
 struct RunCase {

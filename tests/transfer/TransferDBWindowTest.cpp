@@ -142,11 +142,13 @@ TEST_F(TransferDBWindowTest, tableButtonsSendTheirStatements) {
 
 TEST_F(TransferDBWindowTest, badNamesAreRefusedBeforeAnythingIsSent) {
     run(QStringLiteral("open frmTransferDB\nset frmTransferDB.txtToDatabase Patient Files\n"
-                       "click frmTransferDB.cmdTransfer\nclick frmTransferDB.cmdCreateTable\n"));
+                       "click frmTransferDB.cmdTransfer\nclick frmTransferDB.cmdCreateTable\n"
+                       "set frmTransferDB.txtToDatabase 2020Files\nclick frmTransferDB.cmdTransfer\n"));
     EXPECT_EQ(statements(), QStringList());
-    EXPECT_EQ(windowLog(QStringLiteral("frmTransferDB")).value(0),
-              QStringLiteral(
-                  "Refused database \"Patient Files\": not a plain or bracketed name; nothing was sent"));
+    EXPECT_EQ(
+        windowLog(QStringLiteral("frmTransferDB")).mid(0, 2),
+        QStringList({"Refused database \"2020Files\": not a plain or bracketed name; nothing was sent",
+                     "Skipped \"Patient Files\": the name holds a blank and is not put into a statement"}));
 }
 
 TEST_F(TransferDBWindowTest, datesAndYearsThatDoNotReadAreRefusedBeforeAnythingIsSent) {
@@ -163,9 +165,14 @@ TEST_F(TransferDBWindowTest, datesAndYearsThatDoNotReadAreRefusedBeforeAnythingI
 // Script only withholds the copy, the claims update and the delete; the reads still run.
 TEST_F(TransferDBWindowTest, scriptOnlyWithholdsEveryChange) {
     harness().window().serverAccess().setScriptOnly(true);
-    run(QStringLiteral("open frmTransferDB\nclick frmTransferDB.chkDelete\nclick frmTransferDB.cmdTransfer\n"
+    const BatchResult result = run(
+        QStringLiteral("open frmTransferDB\nclick frmTransferDB.chkDelete\nclick frmTransferDB.cmdTransfer\n"
                        "click frmTransferDB.cmdCreateIndex\n"));
     EXPECT_EQ(changes(), QStringList());
+    EXPECT_TRUE(
+        result.log.contains(QStringLiteral("Transfer of Patient_Files..tbPatientDocs: read 3, written 0, "
+                                           "deleted 0, failed 0, withheld by Script only 3")))
+        << result.log.toStdString();
     const QStringList withheld = harness().window().serverAccess().withheldStatements();
     ASSERT_GE(withheld.size(), 11);
     EXPECT_TRUE(

@@ -23,6 +23,7 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPlainTextEdit>
+#include <QSet>
 #include <QSpinBox>
 #include <QTabWidget>
 #include <QTextEdit>
@@ -86,6 +87,19 @@ QString rowError(int row, int rows) {
            u')';
 }
 
+QString notOpenError(const QString& window) {
+    return QStringLiteral("window \"") + window + QStringLiteral("\" is not open (use: open ") + window +
+           QStringLiteral(") and no control is named so");
+}
+
+QString notAButtonError(const QWidget* control) {
+    return QStringLiteral("\"") + control->objectName() + QStringLiteral("\" is not a button");
+}
+
+QString notAGridError(const QWidget* control) {
+    return QStringLiteral("\"") + control->objectName() + QStringLiteral("\" is not a grid or a list");
+}
+
 QString duration(qint64 milliseconds) {
     const qint64 seconds = milliseconds / 1000;
     const auto twoDigits = [](qint64 value) { return QString::number(value).rightJustified(2, u'0'); };
@@ -106,19 +120,18 @@ BatchRunner::~BatchRunner() {
 }
 
 int BatchRunner::run(QTextStream& input) {
-    int lineNumber = 0;
-    bool malformed = false;
+    QStringList lines;
     QString line;
-    while (!malformed && !interruptedNow() && input.readLineInto(&line)) {
-        ++lineNumber;
-        const BatchParseResult parsed = parseBatchLine(line);
-        QString error = parsed.error;
-        if (parsed.command)
-            error = execute(*parsed.command);
+    while (input.readLineInto(&line))
+        lines.append(line);
+    QList<BatchCommand> commands;
+    QList<qsizetype> lineNumbers; // of each command (comments and blank lines have none)
+    bool malformed = !checkAll(lines, commands, lineNumbers);
+    for (qsizetype index = 0; !malformed && !interruptedNow() && index < commands.size(); ++index) {
+        const QString error = execute(commands.at(index));
         malformed = !error.isEmpty();
         if (malformed)
-            m_errors << "batch line " << lineNumber << ": " << error << Qt::endl
-                     << "  " << line.trimmed() << Qt::endl;
+            reportBadLine(lineNumbers.at(index), lines.at(lineNumbers.at(index) - 1), error);
         m_output.flush();
     }
     return finish(malformed);
@@ -137,6 +150,76 @@ int BatchRunner::finish(bool malformed) {
                                    summary(tally, m_elapsed.elapsed(), status));
     m_log.flush();
     return status;
+}
+
+void BatchRunner::reportBadLine(qsizetype lineNumber, const QString& line, const QString& error) {
+    m_errors << "batch line " << lineNumber << ": " << error << Qt::endl
+             << "  " << line.trimmed() << Qt::endl;
+}
+
+// The whole file is checked before its first command runs: a typo on the last line must not
+// leave a run half done (a database dropped, the rest of the night's work not). What can be known
+// before the run is checked: every line parses, every control of the main window and its pages
+// exists and suits its command, every page exists, every window can be opened and is opened
+// before its controls are named. The controls of a subsidiary window exist only once it is
+// open, and grid rows, enabled buttons and values only as the run gets there: those are checked
+// as each line runs.
+bool BatchRunner::checkAll(const QStringList& lines, QList<BatchCommand>& commands,
+                           QList<qsizetype>& lineNumbers) {
+    QSet<QString> opened;
+    for (qsizetype index = 0; index < lines.size(); ++index) {
+        const BatchParseResult parsed = parseBatchLine(lines.at(index));
+        QString error = parsed.error;
+        if (parsed.command) {
+            error = check(*parsed.command, opened);
+            commands.append(*parsed.command);
+            lineNumbers.append(index + 1);
+        }
+        if (!error.isEmpty()) {
+            reportBadLine(index + 1, lines.at(index), error);
+            return false;
+        }
+    }
+    return true;
+}
+
+QString BatchRunner::check(const BatchCommand& command, QSet<QString>& opened) const {
+    switch (command.kind) {
+    case Kind::Open:
+        if (!m_window.knowsWindow(command.name))
+            return QStringLiteral("unknown window \"") + command.name + u'"';
+        opened.insert(command.name);
+        return QString();
+    case Kind::Page:
+        return command.row < m_window.SSTab1()->count() ? QString() : pageError(command.row);
+    case Kind::Set:
+    case Kind::Click:
+    case Kind::Select:
+    case Kind::DoubleClick:
+    case Kind::Print:
+        return checkControl(command, opened);
+    default:
+        return QString();
+    }
+}
+
+QString BatchRunner::checkControl(const BatchCommand& command, const QSet<QString>& opened) const {
+    const QString window = command.name.section(u'.', 0, 0);
+    const bool inSubsidiaryWindow = command.name.contains(u'.') && m_window.knowsWindow(window);
+    if (inSubsidiaryWindow && m_window.findWindow(window) == nullptr)
+        return opened.contains(window) ? QString() : notOpenError(window);
+    QString error;
+    const QWidget* control = find(command.name, error);
+    if (control == nullptr)
+        return error;
+    if (command.kind == Kind::Click && qobject_cast<const QAbstractButton*>(control) == nullptr)
+        return notAButtonError(control);
+    const bool rows = qobject_cast<const controls::FlexGrid*>(control) != nullptr ||
+                      qobject_cast<const controls::FileListBox*>(control) != nullptr ||
+                      qobject_cast<const QListWidget*>(control) != nullptr;
+    if ((command.kind == Kind::Select || command.kind == Kind::DoubleClick) && !rows)
+        return notAGridError(control);
+    return QString();
 }
 
 void BatchRunner::watch(platform::TerminationRequests& requests) {
@@ -275,9 +358,7 @@ QWidget* BatchRunner::find(const QString& name, QString& error) const {
             scope = window;
             next = 1;
         } else if (findIn(scope, parts.first(), error) == nullptr) {
-            error = QStringLiteral("window \"") + parts.first() +
-                    QStringLiteral("\" is not open (use: open ") + parts.first() +
-                    QStringLiteral(") and no control is named so");
+            error = notOpenError(parts.first());
             return nullptr;
         }
     }
@@ -366,7 +447,7 @@ QString BatchRunner::set(QWidget* control, const QString& value) {
 QString BatchRunner::click(QWidget* control) {
     auto* button = qobject_cast<QAbstractButton*>(control);
     if (button == nullptr)
-        return QStringLiteral("\"") + control->objectName() + QStringLiteral("\" is not a button");
+        return notAButtonError(control);
     if (!button->isEnabled())
         return QStringLiteral("\"") + control->objectName() + QStringLiteral("\" is disabled");
     button->click();
@@ -407,7 +488,7 @@ QString BatchRunner::clickRow(QWidget* control, const BatchCommand& command) {
             Q_EMIT list->itemDoubleClicked(list->item(command.row));
         return QString();
     }
-    return QStringLiteral("\"") + control->objectName() + QStringLiteral("\" is not a grid or a list");
+    return notAGridError(control);
 }
 
 QString BatchRunner::print(QWidget* control) {
@@ -446,11 +527,15 @@ QString BatchRunner::print(QWidget* control) {
     return QString();
 }
 
+QString BatchRunner::pageError(int index) const {
+    return QStringLiteral("page ") + QString::number(index) + QStringLiteral(" does not exist (0 to ") +
+           QString::number(m_window.SSTab1()->count() - 1) + u')';
+}
+
 QString BatchRunner::page(int index) {
     QTabWidget* tabs = m_window.SSTab1();
     if (index >= tabs->count())
-        return QStringLiteral("page ") + QString::number(index) + QStringLiteral(" does not exist (0 to ") +
-               QString::number(tabs->count() - 1) + u')';
+        return pageError(index);
     return startThroughGate(tabs->tabText(index), [tabs, index] {
         tabs->setCurrentIndex(index);
         return QString();

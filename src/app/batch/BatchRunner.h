@@ -3,8 +3,11 @@
 #include "db/StatementTally.h"
 
 #include <QElapsedTimer>
+#include <QList>
 #include <QMetaObject>
+#include <QSet>
 #include <QString>
+#include <QStringList>
 #include <functional>
 
 class QEventLoop;
@@ -22,8 +25,9 @@ struct BatchCommand;
 class frmMain;
 
 // Drives a main window from a batch file, one command per line, each running to its end
-// before the next and started through the window's handler gate, as a click would be. An
-// unknown control or a malformed line stops the run: the message names the line.
+// before the next and started through the window's handler gate, as a click would be. The whole
+// file is checked first: an unknown control or a malformed line anywhere means nothing runs, and
+// the message names the line.
 //
 // The exit status tells a scheduler how the run went: 0 when every statement sent succeeded
 // (refusals on a grid's header row, see db::HeaderRowPass, excepted), 1 when one failed or a
@@ -58,6 +62,12 @@ public:
 
 private:
     // Empty when the command ran; otherwise why it could not.
+    bool checkAll(const QStringList& lines, QList<BatchCommand>& commands, QList<qsizetype>& lineNumbers);
+    // Empty when the command can run as far as can be known before the run.
+    QString check(const BatchCommand& command, QSet<QString>& opened) const;
+    QString checkControl(const BatchCommand& command, const QSet<QString>& opened) const;
+    QString pageError(int index) const;
+    void reportBadLine(qsizetype lineNumber, const QString& line, const QString& error);
     QString execute(const BatchCommand& command);
     QString executeControlCommand(const BatchCommand& command);
     QString startThroughGate(const QString& label, const std::function<QString()>& command,
