@@ -72,59 +72,58 @@ void RestoreDrill::drill(int side) {
              QStringLiteral("no files read from ") + fullFile, record);
         return;
     }
-    const bool logFollows = log == Presence::Present;
-    const QString moves =
-        DrillStatements::moveClauses(m_restore.RestoreFiles(), drillFolder(side), drive, logDrive);
-    const QString label = QStringLiteral("Drill ") + database;
-    QElapsedTimer clock;
-    clock.start();
-    const bool restored =
-        m_watch.execute(side, DrillStatements::restoreDatabase(scratch, fullFile, moves, logFollows), label);
-    record.add(fullFile, restored);
-    if (!restored) {
-        fail(side, database, QStringLiteral("RESTORE DATABASE"), access.lastError(), record);
-        dropIfCreated(side, scratch, false);
+    DrillRun run;
+    run.side = side;
+    run.database = database;
+    run.scratch = scratch;
+    run.fullFile = fullFile;
+    run.logFile = log == Presence::Present ? logFile : QString();
+    run.moves = DrillStatements::moveClauses(m_restore.RestoreFiles(), drillFolder(side), drive, logDrive);
+    const std::optional<DrillFigures> figures = restoreCheckAndCount(run, record);
+    // A restore refused half-way may or may not have left the scratch database behind.
+    const bool dropped = run.created ? dropScratch(run) : !scratchExists(side, scratch) || dropScratch(run);
+    if (!figures) {
+        fail(side, database, run.failedStep, run.error, record);
         return;
     }
-    if (logFollows) {
-        const bool logRestored = m_watch.execute(side, DrillStatements::restoreLog(scratch, logFile), label);
-        record.add(logFile, logRestored);
-        if (!logRestored) {
-            fail(side, database, QStringLiteral("RESTORE LOG"), access.lastError(), record);
-            dropIfCreated(side, scratch, true);
-            return;
-        }
-    }
-    const double seconds = static_cast<double>(clock.elapsed()) / 1000.0;
-    const std::optional<DrillFigures> figures = checkAndCount(side, database, scratch, record);
-    const bool dropped = dropIfCreated(side, scratch, true);
-    if (!figures)
-        return;
     if (!dropped) {
         fail(side, database, QStringLiteral("DROP DATABASE"), access.lastError(), record);
         return;
     }
     access.LogMessage(access.scriptOnly()
                           ? prefix + QStringLiteral("script only, the statements were collected")
-                          : DrillStatements::cleanLine(database, sideName(side), seconds, *figures));
+                          : DrillStatements::cleanLine(database, sideName(side), run.seconds, *figures));
 }
 
-std::optional<DrillFigures> RestoreDrill::checkAndCount(int side, const QString& database,
-                                                        const QString& scratch, RunLogRecorder& record) {
+std::optional<DrillFigures> RestoreDrill::restoreCheckAndCount(DrillRun& run, RunLogRecorder& record) {
     db::ServerAccess& access = m_context.serverAccess();
-    if (!access.ExecuteSQL(side, DrillStatements::checkDatabase(scratch))) {
-        fail(side, database, QStringLiteral("DBCC CHECKDB"), access.lastError(), record);
-        return std::nullopt;
+    const QString label = QStringLiteral("Drill ") + run.database;
+    QElapsedTimer clock;
+    clock.start();
+    const bool logFollows = !run.logFile.isEmpty();
+    const bool restored = m_watch.execute(
+        run.side, DrillStatements::restoreDatabase(run.scratch, run.fullFile, run.moves, logFollows), label);
+    record.add(run.fullFile, restored);
+    if (!restored)
+        return run.failed(QStringLiteral("RESTORE DATABASE"), access.lastError());
+    run.created = true;
+    if (logFollows) {
+        const bool logRestored =
+            m_watch.execute(run.side, DrillStatements::restoreLog(run.scratch, run.logFile), label);
+        record.add(run.logFile, logRestored);
+        if (!logRestored)
+            return run.failed(QStringLiteral("RESTORE LOG"), access.lastError());
     }
+    run.seconds = static_cast<double>(clock.elapsed()) / 1000.0;
+    if (!access.ExecuteSQL(run.side, DrillStatements::checkDatabase(run.scratch)))
+        return run.failed(QStringLiteral("DBCC CHECKDB"), access.lastError());
     // Nothing was restored to count.
     if (access.scriptOnly())
         return DrillFigures{};
-    const QString query = DrillStatements::figuresQuery(scratch);
+    const QString query = DrillStatements::figuresQuery(run.scratch);
     QString result;
-    if (!access.OpenRecordset(side, query, QVariant(), result)) {
-        fail(side, database, QStringLiteral("counting rows"), withoutStatement(result, query), record);
-        return std::nullopt;
-    }
+    if (!access.OpenRecordset(run.side, query, QVariant(), result))
+        return run.failed(QStringLiteral("counting rows"), withoutStatement(result, query));
     DrillFigures figures;
     db::Recordset& row = access.sharedRecordset();
     if (!row.eof()) {
@@ -143,10 +142,8 @@ bool RestoreDrill::scratchExists(int side, const QString& scratch) {
     return !access.sharedRecordset().eof();
 }
 
-bool RestoreDrill::dropIfCreated(int side, const QString& scratch, bool surelyCreated) {
-    if (!surelyCreated && !scratchExists(side, scratch))
-        return true;
-    return m_context.serverAccess().ExecuteSQL(side, DrillStatements::dropDatabase(scratch));
+bool RestoreDrill::dropScratch(const DrillRun& run) {
+    return m_context.serverAccess().ExecuteSQL(run.side, DrillStatements::dropDatabase(run.scratch));
 }
 
 void RestoreDrill::fail(int side, const QString& database, const QString& step, const QString& error,

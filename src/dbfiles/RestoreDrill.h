@@ -31,13 +31,30 @@ public:
 
 private:
     void drill(int side);
-    // CHECKDB and the figures of the restored copy; nothing with the failed step's line written.
-    std::optional<DrillFigures> checkAndCount(int side, const QString& database, const QString& scratch,
-                                              RunLogRecorder& record);
+    // One database's drill as it goes.
+    struct DrillRun {
+        int side = 0;
+        QString database;
+        QString scratch;
+        QString fullFile;
+        QString logFile; // empty: no log backup to restore
+        QString moves;
+        bool created = false;
+        double seconds = 0;
+        QString failedStep;
+        QString error;
+
+        std::nullopt_t failed(const QString& step, const QString& text) {
+            failedStep = step;
+            error = text;
+            return std::nullopt;
+        }
+    };
+
+    // Restore, CHECKDB and the figures of the copy; nothing when a step failed (run says which).
+    std::optional<DrillFigures> restoreCheckAndCount(DrillRun& run, RunLogRecorder& record);
     bool scratchExists(int side, const QString& scratch);
-    // Drops the scratch database when it is there (a restore refused half-way may have left it);
-    // false when the drop failed.
-    bool dropIfCreated(int side, const QString& scratch, bool surelyCreated);
+    bool dropScratch(const DrillRun& run);
     void fail(int side, const QString& database, const QString& step, const QString& error,
               RunLogRecorder& record);
     QString drillFolder(int side) const;
