@@ -63,8 +63,9 @@ void RestoreDrill::drill(int side) {
     const Presence log =
         backupFilePresence(m_context.fileSystem(), folder, database + QStringLiteral("_log.bak"));
     if (log == Presence::Unknown)
-        access.LogMessage(prefix +
-                          QStringLiteral("%1 did not answer; the full backup is restored alone").arg(folder));
+        access.LogMessage(
+            prefix +
+            QStringLiteral("%1 could not be listed here; the full backup is restored alone").arg(folder));
     m_restore.cmdRestoreFileList_Click(side);
     RunLogRecorder record(m_context, QStringLiteral("drill"), database);
     if (m_restore.RestoreFiles().isEmpty()) {

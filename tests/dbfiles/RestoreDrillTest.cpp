@@ -100,13 +100,15 @@ protected:
 
 TEST_P(RestoreDrillTest, sendsTheDrillsStatementsAndDropsWhateverItCreated) {
     const DrillCase& param = GetParam();
+    const QDir backups(harness().folder(QStringLiteral("drives/p/backup/MIR")));
     if (param.logBackup) {
-        QFile log(QDir(harness().folder(QStringLiteral("drives/p/backup/MIR"))).filePath("Billing_log.bak"));
+        QFile log(backups.filePath(QStringLiteral("Billing_log.bak")));
         ASSERT_TRUE(log.open(QIODevice::WriteOnly));
     }
     run(QStringLiteral("set txtDB Billing\nclick cmdRestoreDrill(1)\n"), param.exitCode);
     EXPECT_EQ(statements(1), param.expected);
     EXPECT_TRUE(statements(0).isEmpty());
+    EXPECT_TRUE(logLines().filter(QStringLiteral("could not be listed")).isEmpty());
     // "#" stands for the restore's seconds; other lines are compared by their start.
     const QString line = QString::fromUtf8(param.logLine);
     const QString pattern =
