@@ -40,60 +40,68 @@ void RestoreDrill::cmdRestoreDrill_Click(int index) {
 
 void RestoreDrill::drill(int side) {
     db::ServerAccess& access = m_context.serverAccess();
-    const QString database = m_context.txtDB()->text();
-    const QString scratch = DrillStatements::scratchName(database);
-    const QString folder = m_context.txtBackupDrive()->text();
-    const QString logDrive = m_context.txtLogDrive(side)->text();
-    QString upperCased = database;
-    const QString drive = m_restore.GetRestoreDrive(upperCased, side);
-    if (!db::NameGuard::admit(access, {database, scratch, folder, drillFolder(side), drive, logDrive}))
-        return;
-    const QString prefix = QStringLiteral("Drill %1 (%2): ").arg(database, sideName(side));
-    // The one promise a drill rests on: whatever it restores, checks and drops is not the original.
-    if (scratch.compare(database, Qt::CaseInsensitive) == 0) {
-        access.LogMessage(prefix + QStringLiteral("skipped, the scratch name is the database's own"));
-        return;
-    }
-    if (scratchExists(side, scratch)) {
-        access.LogMessage(prefix + QStringLiteral("skipped, a database %1 exists").arg(scratch));
-        return;
-    }
-    const QString fullFile = folder + database + QStringLiteral(".bak");
-    const QString logFile = folder + database + QStringLiteral("_log.bak");
-    const Presence log =
-        backupFilePresence(m_context.fileSystem(), folder, database + QStringLiteral("_log.bak"));
-    if (log == Presence::Unknown)
-        access.LogMessage(
-            prefix +
-            QStringLiteral("%1 could not be listed here; the full backup is restored alone").arg(folder));
-    m_restore.cmdRestoreFileList_Click(side);
-    RunLogRecorder record(m_context, QStringLiteral("drill"), database);
-    if (m_restore.RestoreFiles().isEmpty()) {
-        fail(side, database, QStringLiteral("the file list"),
-             QStringLiteral("no files read from ") + fullFile, record);
-        return;
-    }
     DrillRun run;
     run.side = side;
-    run.database = database;
-    run.scratch = scratch;
-    run.fullFile = fullFile;
-    run.logFile = log == Presence::Present ? logFile : QString();
+    run.database = m_context.txtDB()->text();
+    run.scratch = DrillStatements::scratchName(run.database);
+    const QString folder = m_context.txtBackupDrive()->text();
+    const QString logDrive = m_context.txtLogDrive(side)->text();
+    QString upperCased = run.database;
+    const QString drive = m_restore.GetRestoreDrive(upperCased, side);
+    if (!db::NameGuard::admit(access,
+                              {run.database, run.scratch, folder, drillFolder(side), drive, logDrive}) ||
+        !scratchIsFree(run))
+        return;
+    run.fullFile = folder + run.database + QStringLiteral(".bak");
+    run.logFile = logBackupOf(run, folder);
+    m_restore.cmdRestoreFileList_Click(side);
+    RunLogRecorder record(m_context, QStringLiteral("drill"), run.database);
+    if (m_restore.RestoreFiles().isEmpty()) {
+        fail(run, QStringLiteral("the file list"), QStringLiteral("no files read from ") + run.fullFile,
+             record);
+        return;
+    }
     run.moves = DrillStatements::moveClauses(m_restore.RestoreFiles(), drillFolder(side), drive, logDrive);
     const std::optional<DrillFigures> figures = restoreCheckAndCount(run, record);
     // A restore refused half-way may or may not have left the scratch database behind.
-    const bool dropped = run.created ? dropScratch(run) : !scratchExists(side, scratch) || dropScratch(run);
+    const bool dropped =
+        run.created ? dropScratch(run) : !scratchExists(side, run.scratch) || dropScratch(run);
     if (!figures) {
-        fail(side, database, run.failedStep, run.error, record);
+        fail(run, run.failedStep, run.error, record);
         return;
     }
     if (!dropped) {
-        fail(side, database, QStringLiteral("DROP DATABASE"), access.lastError(), record);
+        fail(run, QStringLiteral("DROP DATABASE"), access.lastError(), record);
         return;
     }
     access.LogMessage(access.scriptOnly()
-                          ? prefix + QStringLiteral("script only, the statements were collected")
-                          : DrillStatements::cleanLine(database, sideName(side), run.seconds, *figures));
+                          ? linePrefix(run) + QStringLiteral("script only, the statements were collected")
+                          : DrillStatements::cleanLine(run.database, sideName(side), run.seconds, *figures));
+}
+
+// The one promise a drill rests on: whatever it restores, checks and drops is not the original.
+bool RestoreDrill::scratchIsFree(const DrillRun& run) {
+    db::ServerAccess& access = m_context.serverAccess();
+    if (run.scratch.compare(run.database, Qt::CaseInsensitive) == 0) {
+        access.LogMessage(linePrefix(run) +
+                          QStringLiteral("skipped, the scratch name is the database's own"));
+        return false;
+    }
+    if (scratchExists(run.side, run.scratch)) {
+        access.LogMessage(linePrefix(run) + QStringLiteral("skipped, a database %1 exists").arg(run.scratch));
+        return false;
+    }
+    return true;
+}
+
+QString RestoreDrill::logBackupOf(const DrillRun& run, const QString& folder) {
+    const QString name = run.database + QStringLiteral("_log.bak");
+    const Presence log = backupFilePresence(m_context.fileSystem(), folder, name);
+    if (log == Presence::Unknown)
+        m_context.serverAccess().LogMessage(
+            linePrefix(run) +
+            QStringLiteral("%1 could not be listed here; the full backup is restored alone").arg(folder));
+    return log == Presence::Present ? folder + name : QString();
 }
 
 std::optional<DrillFigures> RestoreDrill::restoreCheckAndCount(DrillRun& run, RunLogRecorder& record) {
@@ -147,10 +155,15 @@ bool RestoreDrill::dropScratch(const DrillRun& run) {
     return m_context.serverAccess().ExecuteSQL(run.side, DrillStatements::dropDatabase(run.scratch));
 }
 
-void RestoreDrill::fail(int side, const QString& database, const QString& step, const QString& error,
+void RestoreDrill::fail(const DrillRun& run, const QString& step, const QString& error,
                         RunLogRecorder& record) {
-    m_context.serverAccess().LogMessage(DrillStatements::failedLine(database, sideName(side), step, error));
+    m_context.serverAccess().LogMessage(
+        DrillStatements::failedLine(run.database, sideName(run.side), step, error));
     record.fail(error);
+}
+
+QString RestoreDrill::linePrefix(const DrillRun& run) {
+    return QStringLiteral("Drill %1 (%2): ").arg(run.database, sideName(run.side));
 }
 
 QString RestoreDrill::drillFolder(int side) const {

@@ -55,8 +55,12 @@ private:
     std::optional<DrillFigures> restoreCheckAndCount(DrillRun& run, RunLogRecorder& record);
     bool scratchExists(int side, const QString& scratch);
     bool dropScratch(const DrillRun& run);
-    void fail(int side, const QString& database, const QString& step, const QString& error,
-              RunLogRecorder& record);
+    // False (and a line) when the scratch name is the original's or a database of that name exists.
+    bool scratchIsFree(const DrillRun& run);
+    // The log backup's file when this machine lists it in the folder; empty otherwise.
+    QString logBackupOf(const DrillRun& run, const QString& folder);
+    void fail(const DrillRun& run, const QString& step, const QString& error, RunLogRecorder& record);
+    static QString linePrefix(const DrillRun& run);
     QString drillFolder(int side) const;
 
     window::MainWindowContext& m_context;
