@@ -76,8 +76,6 @@ void DatabaseFileTools::addSideButtons(int side) {
             &QPushButton::clicked, this, [this, side] { m_restore->cmdRestoreFileList_Click(side); });
     connect(addButton(buttons, indexed("cmdRestore", side), tr("Restore")), &QPushButton::clicked, this,
             [this, side] { m_restore->cmdRestore_Click(side); });
-    connect(addButton(buttons, indexed("cmdRestoreDrill", side), tr("Restore drill")), &QPushButton::clicked,
-            this, [this, side] { m_drill->cmdRestoreDrill_Click(side); });
     connect(addButton(buttons, indexed("cmdCopy", side), tr("Copy ->")), &QPushButton::clicked, this,
             [this, side] { m_attach->cmdCopy_Click(side); });
     connect(addButton(buttons, indexed("cmdDrop", side), tr("DropDB")), &QPushButton::clicked, this,
@@ -97,6 +95,23 @@ void DatabaseFileTools::addMainToolsButtons() {
     connect(addButton(row, QStringLiteral("Command2"), tr("multi user")), &QPushButton::clicked, this,
             [this] { m_backup->Command2_Click(); });
     row->addStretch(1);
+    addDrillButtons();
+}
+
+// One more button in each side's column would push the window's height past 768 pixels, so the
+// drills share a row between the columns, each at the edge of its server's column.
+void DatabaseFileTools::addDrillButtons() {
+    auto* row = new QHBoxLayout;
+    m_context.pageToolArea(mainToolsPage)->addLayout(row);
+    for (int side = 0; side < window::MainWindowContext::sideCount; ++side) {
+        if (side == 1)
+            row->addStretch(1);
+        QPushButton* button = addButton(row, indexed("cmdRestoreDrill", side), tr("Restore drill"));
+        button->setToolTip(side == 0
+                               ? tr("Left server: restore each backup as <db>_drill, check it and drop it")
+                               : tr("Right server: restore each backup as <db>_drill, check it and drop it"));
+        connect(button, &QPushButton::clicked, this, [this, side] { m_drill->cmdRestoreDrill_Click(side); });
+    }
 }
 
 // Off unless the operator has ticked it once; from then on its state is kept like the other fields.

@@ -44,6 +44,7 @@ private:
     void addSideButtons(int side);
     void addMainToolsButtons();
     void addChecksumBox(QBoxLayout* row);
+    void addDrillButtons();
     void addRestorePageButtons();
     void addRestoreDirPageControls();
     void addCopyProgress();
