@@ -9,12 +9,14 @@
 #include "dbfiles/MirroringPage.h"
 #include "dbfiles/MirroringTools.h"
 #include "dbfiles/ProgressWatch.h"
+#include "dbfiles/RestoreDrill.h"
 #include "dbfiles/RestoreTools.h"
 #include "platform/SettingsStore.h"
 #include "window/MainWindowContext.h"
 
 #include <QBoxLayout>
 #include <QCheckBox>
+#include <QFormLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -30,7 +32,8 @@ constexpr int mainToolsPage = window::Tab::MainTools;
 constexpr int restorePage = window::Tab::Restore;
 constexpr int restoreDirPage = window::Tab::RestoreDir;
 constexpr int mirroringPage = window::Tab::Mirroring;
-const QString checksumSection = QStringLiteral("MAIN");
+constexpr int optionsPage = window::Tab::Options;
+const QString mainSection = QStringLiteral("MAIN");
 const QString checksumKey = QStringLiteral("chkChecksum");
 
 QString indexed(const char* name, int side) {
@@ -44,6 +47,7 @@ DatabaseFileTools::DatabaseFileTools(window::MainWindowContext& context)
       m_backup(std::make_unique<BackupTools>(
           context, *m_watch, [this] { return m_chkChecksum != nullptr && m_chkChecksum->isChecked(); })),
       m_restore(std::make_unique<RestoreTools>(context, *m_watch)),
+      m_drill(std::make_unique<RestoreDrill>(context, *m_restore, *m_watch)),
       m_renamer(std::make_unique<BackupFileRenamer>(context)), m_copier(new BackupFileCopier(context, this)),
       m_attach(std::make_unique<AttachTools>(context, *m_copier,
                                              [this](int side) { m_mirroring->cmdMakeOnline_Click(side); })) {
@@ -55,6 +59,7 @@ DatabaseFileTools::DatabaseFileTools(window::MainWindowContext& context)
     addRestorePageButtons();
     addRestoreDirPageControls();
     addCopyProgress();
+    addDrillFolders();
 }
 
 DatabaseFileTools::~DatabaseFileTools() = default;
@@ -90,6 +95,23 @@ void DatabaseFileTools::addMainToolsButtons() {
     connect(addButton(row, QStringLiteral("Command2"), tr("multi user")), &QPushButton::clicked, this,
             [this] { m_backup->Command2_Click(); });
     row->addStretch(1);
+    addDrillButtons();
+}
+
+// One more button in each side's column would push the window's height past 768 pixels, so the
+// drills share a row between the columns, each at the edge of its server's column.
+void DatabaseFileTools::addDrillButtons() {
+    auto* row = new QHBoxLayout;
+    m_context.pageToolArea(mainToolsPage)->addLayout(row);
+    for (int side = 0; side < window::MainWindowContext::sideCount; ++side) {
+        if (side == 1)
+            row->addStretch(1);
+        QPushButton* button = addButton(row, indexed("cmdRestoreDrill", side), tr("Restore drill"));
+        button->setToolTip(side == 0
+                               ? tr("Left server: restore each backup as <db>_drill, check it and drop it")
+                               : tr("Right server: restore each backup as <db>_drill, check it and drop it"));
+        connect(button, &QPushButton::clicked, this, [this, side] { m_drill->cmdRestoreDrill_Click(side); });
+    }
 }
 
 // Off unless the operator has ticked it once; from then on its state is kept like the other fields.
@@ -98,10 +120,10 @@ void DatabaseFileTools::addChecksumBox(QBoxLayout* row) {
     m_chkChecksum->setObjectName(checksumKey);
     m_chkChecksum->setToolTip(tr("Backups check every page as they write it"));
     platform::SettingsStore& settings = m_context.settings();
-    m_chkChecksum->setChecked(settings.getSetting(checksumSection, checksumKey) == QLatin1String("1"));
+    m_chkChecksum->setChecked(settings.getSetting(mainSection, checksumKey) == QLatin1String("1"));
     connect(m_chkChecksum, &QCheckBox::toggled, this, [&settings](bool checked) {
-        if (checked || !settings.getSetting(checksumSection, checksumKey).isEmpty())
-            settings.saveSetting(checksumSection, checksumKey,
+        if (checked || !settings.getSetting(mainSection, checksumKey).isEmpty())
+            settings.saveSetting(mainSection, checksumKey,
                                  checked ? QStringLiteral("1") : QStringLiteral("0"));
     });
     row->addWidget(m_chkChecksum);
@@ -150,6 +172,25 @@ void DatabaseFileTools::addCopyProgress() {
     panel->setObjectName(QStringLiteral("CopyProgressPanel"));
     m_context.pageToolArea(mainToolsPage)->addWidget(panel);
     m_context.allowWhileBusy(panel->cmdCancelCopy());
+}
+
+// Where a drill puts the files of its scratch copy, per server: its disks are not the other's.
+void DatabaseFileTools::addDrillFolders() {
+    auto* frame = new QGroupBox(tr("Restore drill"), m_context.page(optionsPage));
+    frame->setObjectName(QStringLiteral("fraDrill"));
+    auto* form = new QFormLayout(frame);
+    platform::SettingsStore& settings = m_context.settings();
+    for (int side = 0; side < window::MainWindowContext::sideCount; ++side) {
+        const QString key = QStringLiteral("txtDrillFolder") + QString::number(side);
+        auto* box = new QLineEdit(settings.getSetting(mainSection, key), frame);
+        box->setObjectName(indexed("txtDrillFolder", side));
+        box->setPlaceholderText(tr("empty: the restore folders of the side, files suffixed _drill"));
+        connect(box, &QLineEdit::textChanged, this,
+                [&settings, key](const QString& text) { settings.saveSetting(mainSection, key, text); });
+        form->addRow(side == 0 ? tr("Drill folder (left):") : tr("Drill folder (right):"), box);
+        m_drill->setDrillFolderBox(side, box);
+    }
+    m_context.pageToolArea(optionsPage)->addWidget(frame);
 }
 
 void DatabaseFileTools::addMirroringPage() {

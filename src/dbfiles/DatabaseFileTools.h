@@ -21,6 +21,7 @@ class BackupTools;
 class MirroringPage;
 class MirroringTools;
 class ProgressWatch;
+class RestoreDrill;
 class RestoreTools;
 
 // The backup, recovery-model and restore buttons of the main window, wired to their handlers.
@@ -43,9 +44,11 @@ private:
     void addSideButtons(int side);
     void addMainToolsButtons();
     void addChecksumBox(QBoxLayout* row);
+    void addDrillButtons();
     void addRestorePageButtons();
     void addRestoreDirPageControls();
     void addCopyProgress();
+    void addDrillFolders();
     void addMirroringPage();
     QPushButton* addButton(QBoxLayout* layout, const QString& name, const QString& caption);
 
@@ -54,6 +57,7 @@ private:
     QCheckBox* m_chkChecksum = nullptr;
     std::unique_ptr<BackupTools> m_backup;
     std::unique_ptr<RestoreTools> m_restore;
+    std::unique_ptr<RestoreDrill> m_drill;
     std::unique_ptr<BackupFileRenamer> m_renamer;
     BackupFileCopier* m_copier;
     std::unique_ptr<AttachTools> m_attach;

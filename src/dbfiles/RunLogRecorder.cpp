@@ -24,7 +24,7 @@ RunLogRecorder::RunLogRecorder(window::MainWindowContext& context, QString opera
 }
 
 RunLogRecorder::~RunLogRecorder() {
-    if (m_skipped || m_line.files.isEmpty())
+    if (m_skipped || m_line.result.isEmpty())
         return;
     m_line.end = QDateTime::currentDateTime();
     QString error;
@@ -43,6 +43,13 @@ void RunLogRecorder::add(const QString& file, bool succeeded) {
     } else if (m_line.result.isEmpty()) {
         m_line.result = access.scriptOnly() ? withheldText : succeededText;
     }
+}
+
+void RunLogRecorder::fail(const QString& error) {
+    if (m_line.result == failedText)
+        return;
+    m_line.result = failedText;
+    m_line.error = error;
 }
 
 QString RunLogRecorder::path(window::MainWindowContext& context) {

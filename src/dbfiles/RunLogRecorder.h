@@ -19,6 +19,8 @@ public:
 
     // One statement on file has run (or was withheld); a failure takes the server's error text.
     void add(const QString& file, bool succeeded);
+    // A step that is no statement on a file failed (a check, a count); the first error is kept.
+    void fail(const QString& error);
 
     // Beside the settings file; where the settings are no file (the registry), the data folder.
     static QString path(window::MainWindowContext& context);

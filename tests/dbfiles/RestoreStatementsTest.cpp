@@ -1,10 +1,12 @@
 #include "dbfiles/RestoreStatements.h"
+#include "dbfiles/DrillStatements.h"
 #include "dbfiles/RestoreFile.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
+using qormin::dbfiles::DrillStatements;
 using qormin::dbfiles::RestoreFile;
 using qormin::dbfiles::RestoreStatements;
 
@@ -66,6 +68,45 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(RestoreStatementsTest, missingBackupHasNoMoveClause) {
     EXPECT_EQ(RestoreStatements::restoreDatabase("Gone", QStringLiteral("p:\\backup\\MIR\\"), {}, 0),
               QStringLiteral(R"(RESTORE DATABASE  Gone FROM DISK = 'p:\backup\MIR\Gone.bak' With   )"));
+}
+
+struct DrillMovesCase {
+    const char* name;
+    const char* drillFolder;
+    const char* logDrive;
+    const char* expected;
+};
+
+class DrillMovesTest : public ::testing::TestWithParam<DrillMovesCase> {};
+
+// Every file keeps its folder rule but gets a name of its own, so the scratch copy can never
+// open the original's files.
+TEST_P(DrillMovesTest, suffixesEveryFileAndPutsItInTheDrillFolderOrTheRestoreFolders) {
+    const QList<RestoreFile> files{RestoreFile::fromFileListRow("Lab", R"(D:\x\Lab.mdf)"),
+                                   RestoreFile::fromFileListRow("Lab_log", R"(D:\x\Lab_log.LDF)"),
+                                   RestoreFile::fromFileListRow("Lab_raw", R"(D:\x\Lab_raw)")};
+    const auto& c = GetParam();
+    EXPECT_EQ(DrillStatements::moveClauses(files, QString::fromUtf8(c.drillFolder), "E",
+                                           QString::fromUtf8(c.logDrive)),
+              QString::fromUtf8(c.expected));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Folders, DrillMovesTest,
+    ::testing::Values(DrillMovesCase{"restoreFoldersWithLogDrive", "", "L",
+                                     R"(MOVE 'Lab' TO 'E:\db\Lab_drill.mdf', )"
+                                     R"(MOVE 'Lab_log' TO 'L:\LDF\Lab_log_drill.LDF', )"
+                                     R"(MOVE 'Lab_raw' TO 'E:\db\Lab_raw_drill')"},
+                      DrillMovesCase{"drillFolderTakesEveryFileAndGetsItsBackslash", R"(T:\drill)", "L",
+                                     R"(MOVE 'Lab' TO 'T:\drill\Lab_drill.mdf', )"
+                                     R"(MOVE 'Lab_log' TO 'T:\drill\Lab_log_drill.LDF', )"
+                                     R"(MOVE 'Lab_raw' TO 'T:\drill\Lab_raw_drill')"}),
+    [](const auto& caseInfo) { return std::string(caseInfo.param.name); });
+
+TEST(DrillStatementsTest, scratchNameNeverEqualsTheOriginal) {
+    for (const char* name : {"Billing", "x", "Lab_drill"})
+        EXPECT_NE(DrillStatements::scratchName(name).compare(QString::fromUtf8(name), Qt::CaseInsensitive),
+                  0);
 }
 
 } // namespace
