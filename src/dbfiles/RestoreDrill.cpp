@@ -48,8 +48,10 @@ void RestoreDrill::drill(int side) {
     const QString logDrive = m_context.txtLogDrive(side)->text();
     QString upperCased = run.database;
     const QString drive = m_restore.GetRestoreDrive(upperCased, side);
-    if (!db::NameGuard::admit(access,
-                              {run.database, run.scratch, folder, drillFolder(side), drive, logDrive}) ||
+    // The database names stand bare in RESTORE, DBCC CHECKDB and DROP; the folders in quotes.
+    if (!db::NameGuard::admit(access, db::NameGuard::Position::Unbracketed, {run.database, run.scratch}) ||
+        !db::NameGuard::admit(access, db::NameGuard::Position::Quoted,
+                              {folder, drillFolder(side), drive, logDrive}) ||
         !scratchIsFree(run))
         return;
     run.fullFile = folder + run.database + QStringLiteral(".bak");
