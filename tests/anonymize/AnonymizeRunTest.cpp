@@ -281,6 +281,10 @@ struct NameCase {
     const char* sent;        // FirstName as the UPDATE set it; nullptr: refused
 };
 
+void PrintTo(const NameCase& c, std::ostream* out) {
+    *out << c.name;
+}
+
 class NameMatrixTest : public AnonymizeRunTest, public ::testing::WithParamInterface<NameCase> {};
 
 // A name goes in as the run means it (the complete run cuts it to its column, never inside a

@@ -20,6 +20,10 @@ struct TypeCase {
     const char* refusal = nullptr;
 };
 
+void PrintTo(const TypeCase& c, std::ostream* out) {
+    *out << c.name;
+}
+
 // The simulator has no smallmoney. Year 1 is the day count's edge, which FreeTDS gets wrong
 // for the dates it sends before 1753.
 std::vector<TypeCase> typeCases() {
