@@ -427,9 +427,9 @@ void TokenWriter::moneyValue(const QVariant& data) {
     if (!scaled) {
         return byte(0);
     }
-    qint64 units = scaled->digits.toLongLong();
-    units = scaled->negative ? -units : units;
-    const auto bits = static_cast<quint64>(units);
+    // The lowest money value's magnitude is one more than the largest signed one: negated as unsigned.
+    const quint64 magnitude = scaled->digits.toULongLong();
+    const quint64 bits = scaled->negative ? ~magnitude + 1 : magnitude;
     byte(8);
     uint32(static_cast<quint32>(bits >> 32));
     uint32(static_cast<quint32>(bits & 0xFFFFFFFF));

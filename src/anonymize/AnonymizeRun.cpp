@@ -40,7 +40,10 @@ bool isEmptyValue(const QVariant& value) {
 }
 
 QString fitted(const QString& name, const db::ColumnInfo& column) {
-    return column.size > 0 && name.size() > column.size ? name.left(column.size) : name;
+    if (column.size <= 0 || name.size() <= column.size)
+        return name;
+    // A cut between the halves of a surrogate pair (an emoji) would write half a character.
+    return name.left(name.at(column.size - 1).isHighSurrogate() ? column.size - 1 : column.size);
 }
 
 } // namespace

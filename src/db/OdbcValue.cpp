@@ -193,6 +193,13 @@ bool bindDecimal(OdbcParameter& parameter, const ColumnInfo& target, const QVari
     return true;
 }
 
+// FreeTDS counts the days of an early date wrongly when it sends it (0002-03-01 arrives as
+// 0002-02-28, a datetime2 in year 1 as year 45935); it reads them right. Such a date goes as
+// text, which the server reads exactly; from datetime's first year on the driver is exact.
+bool driverSendsExactly(const QDate& day) {
+    return day.year() >= 1753;
+}
+
 bool bindDate(OdbcParameter& parameter, const ColumnInfo& /*target*/, const QVariant& value) {
     const auto moment = momentOf(value);
     const QDate day = moment ? moment->moment.date() : QDate();
@@ -202,7 +209,7 @@ bool bindDate(OdbcParameter& parameter, const ColumnInfo& /*target*/, const QVar
     date.day = static_cast<SQLUSMALLINT>(day.day());
     storeValue(parameter, date);
     declare(parameter, SQL_C_TYPE_DATE, SQL_TYPE_DATE, 10);
-    return moment.has_value();
+    return moment.has_value() && driverSendsExactly(day);
 }
 
 bool bindTimestamp(OdbcParameter& parameter, const ColumnInfo& target, const QVariant& value) {
@@ -226,7 +233,7 @@ bool bindTimestamp(OdbcParameter& parameter, const ColumnInfo& target, const QVa
     storeValue(parameter, stamp);
     declare(parameter, SQL_C_TYPE_TIMESTAMP, SQL_TYPE_TIMESTAMP,
             static_cast<SQLULEN>(std::max<qint64>(target.size, digits > 0 ? 20 + digits : 19)), digits);
-    return moment.has_value();
+    return moment.has_value() && driverSendsExactly(when.date());
 }
 
 bool bindBinary(OdbcParameter& parameter, const ColumnInfo& target, const QVariant& value) {

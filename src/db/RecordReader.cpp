@@ -2,6 +2,7 @@
 
 #include "db/SideConnection.h"
 #include "db/SqlLiteral.h"
+#include "db/ValueFit.h"
 
 namespace qormin::db {
 
@@ -253,6 +254,12 @@ bool RecordReader::updateCurrentRow(const QStringList& columnNames, const std::v
                 "ordinal."));
         }
         targets.push_back(m_columns[static_cast<size_t>(column)]);
+        // The server would store a changed value without a word (a '?' for a character its
+        // code page lacks): such a value is refused here instead.
+        const QString change = valueChangeIn(values[static_cast<size_t>(index)], targets.back());
+        if (!change.isEmpty()) {
+            return fail(QStringLiteral("The value ") + change);
+        }
         assignments.append(quotedName(columnNames[index]) + QStringLiteral(" = ?"));
         literals.append(quotedName(columnNames[index]) + QStringLiteral(" = ") +
                         sqlLiteral(values[static_cast<size_t>(index)], targets.back()));

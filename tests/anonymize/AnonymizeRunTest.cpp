@@ -41,6 +41,14 @@ const QByteArray scenario = R"json({
       "columns": ["LastName:nvarchar(50)", {"name": "FirstName", "type": "nvarchar(50)", "generate": {"template": "Given {n}"}},
                   {"name": "MiddleName", "type": "nvarchar(50)", "generate": {"template": "Middle {n}"}}],
       "generate": 200}}},
+    {"exact": "SELECT * FROM Names..tbNvarchar", "response": {"result": {
+      "columns": ["LastName:nvarchar(50)", "FirstName:nvarchar(50)"], "rows": [["Zyskowski", "Quenby"]]}}},
+    {"exact": "SELECT * FROM Names..tbVarchar", "response": {"result": {
+      "columns": ["LastName:nvarchar(50)", "FirstName:varchar(50)"], "rows": [["Zyskowski", "Quenby"]]}}},
+    {"exact": "SELECT * FROM Names..tbShort", "response": {"result": {
+      "columns": ["LastName:nvarchar(50)", "FirstName:nvarchar(3)"], "rows": [["Zyskowski", "Quenby"]]}}},
+    {"regex": "^SELECT COUNT\\(\\*\\) FROM Names\\.\\.\\w+$", "response": {"result": {"columns": ["n:int"], "rows": [[1]]}}},
+    {"prefix": "SELECT COUNT(*) FROM Names..", "response": {"result": {"columns": ["n:int"], "rows": [[0]]}}},
     {"exact": "SELECT * FROM Missing..tbGone", "response": {"error": {"number": 208, "text": "Invalid object name 'Missing..tbGone'."}}},
     {"prefix": "SELECT COUNT(*) FROM Patient_data..tbMaster3 WHERE", "response": {"result": {"columns": ["n:int"], "rows": [[0]]}}},
     {"prefix": "SELECT COUNT(*) FROM Billing..tbCashPatient WHERE", "response": {"result": {"columns": ["n:int"], "rows": [[0]]}}},
@@ -264,6 +272,61 @@ TEST_F(AnonymizeRunTest, fastRunReplacesWhatFitsAndFailsOnTheRest) {
         QStringLiteral("Records whose names could not all be replaced: 2 - the run failed")));
     EXPECT_TRUE(result.log.contains(QStringLiteral("values lost 2,")));
 }
+
+struct NameCase {
+    const char* name;
+    const char* table; // FirstName: tbNvarchar nvarchar(50), tbVarchar varchar(50), tbShort nvarchar(3)
+    const char* button;
+    const char* replacement; // the only given name on the list
+    const char* sent;        // FirstName as the UPDATE set it; nullptr: refused
+};
+
+void PrintTo(const NameCase& c, std::ostream* out) {
+    *out << c.name;
+}
+
+class NameMatrixTest : public AnonymizeRunTest, public ::testing::WithParamInterface<NameCase> {};
+
+// A name goes in as the run means it (the complete run cuts it to its column, never inside a
+// character), or its field is refused with a line, the record is counted and the run fails.
+TEST_P(NameMatrixTest, writesTheNameAsMeantOrRefusesItLoudly) {
+    const NameCase& c = GetParam();
+    QString names;
+    for (int n = 0; n < 999; ++n)
+        names += QString::fromUtf8(c.replacement) + QStringLiteral("\\r\\n");
+    const QString table = QStringLiteral("Names..") + QLatin1String(c.table);
+    const auto result =
+        run(QStringLiteral("set ctlATables.txtFileVal ") + table +
+            QStringLiteral(" LastName FirstName\nset txtFirstnames ") + names +
+            QStringLiteral("\nset txtSecret s3cret\nanswer yes\nclick ") + QLatin1String(c.button) + u'\n');
+    const QString sent = valueOf(table, 1, QStringLiteral("FirstName"));
+    if (c.sent != nullptr) {
+        EXPECT_EQ(sent, QString::fromUtf8(c.sent));
+        EXPECT_EQ(result.exitCode, 0) << result.errors.toStdString() << result.log.toStdString();
+        return;
+    }
+    EXPECT_EQ(sent, QStringLiteral("<unchanged>"));
+    EXPECT_TRUE(result.log.contains(QStringLiteral("(%1, record 1, FirstName)").arg(table)))
+        << result.log.toStdString();
+    EXPECT_TRUE(result.log.contains(
+        QStringLiteral("Records whose names could not all be replaced: 1 - the run failed")));
+    EXPECT_EQ(result.exitCode, 1);
+}
+
+const NameCase nameCases[] = {
+    {"fastGreekCjkEmoji", "tbNvarchar", "cmdAnonymize", "Ωμέγα漢字😀", "Ωμέγα漢字😀"},
+    {"fastAccentsInVarchar", "tbVarchar", "cmdAnonymize", "Zoë-Çà", "Zoë-Çà"},
+    {"fastGreekInVarchar", "tbVarchar", "cmdAnonymize", "Ωμέγα", nullptr},
+    {"fastLongerThanColumn", "tbShort", "cmdAnonymize", "Quentin", nullptr},
+    {"completeGreekCjkEmoji", "tbNvarchar", "cmdAnonymizeComplete", "Ωμέγα漢字😀", "Ωμέγα漢字😀"},
+    {"completeAccentsInVarchar", "tbVarchar", "cmdAnonymizeComplete", "Zoë-Çà", "Zoë-Çà"},
+    {"completeGreekInVarchar", "tbVarchar", "cmdAnonymizeComplete", "Ωμέγα", nullptr},
+    {"completeLongerThanColumnIsCut", "tbShort", "cmdAnonymizeComplete", "Quentin", "Que"},
+    {"completeCutBeforeAnEmoji", "tbShort", "cmdAnonymizeComplete", "Zo😀", "Zo"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Names, NameMatrixTest, testing::ValuesIn(nameCases),
+                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
 
 TEST_F(AnonymizeRunTest, answeringNoChangesNothingAndKeepsTheLists) {
     const auto result =

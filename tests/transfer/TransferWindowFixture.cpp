@@ -2,6 +2,8 @@
 
 #include "platform/SettingsStore.h"
 
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
@@ -79,7 +81,13 @@ bool isChange(const QString& statement) {
 } // namespace
 
 void TransferWindowFixture::SetUp() {
-    m_server = SimTestServer::fromJson(scenario);
+    QJsonObject rules = QJsonDocument::fromJson(scenario).object();
+    QJsonArray all = extraRules();
+    for (const QJsonValue& rule : rules.value(QLatin1String("rules")).toArray()) {
+        all.append(rule);
+    }
+    rules.insert(QLatin1String("rules"), all);
+    m_server = SimTestServer::fromJson(QJsonDocument(rules).toJson());
     ASSERT_TRUE(m_server && m_server->isRunning());
     m_harness = std::make_unique<WindowHarness>();
     m_harness->storeConnection(0, m_server->address(), QStringLiteral("secret"));

@@ -3,6 +3,7 @@
 #include "SimTestServer.h"
 #include "WindowHarness.h"
 
+#include <QJsonArray>
 #include <QStringList>
 #include <gtest/gtest.h>
 #include <memory>
@@ -14,6 +15,9 @@ namespace qormin::test {
 class TransferWindowFixture : public testing::Test {
 protected:
     void SetUp() override;
+    // Rules a test adds to the scenario, tried before its own.
+    virtual QJsonArray extraRules() const { return {}; }
+    SimTestServer& server() { return *m_server; }
 
     BatchResult run(const QString& script, int exitCode = 0);
     // The statements that change rows (INSERT, UPDATE, DELETE, TRUNCATE, DDL), in order.
