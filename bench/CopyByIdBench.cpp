@@ -51,50 +51,6 @@ QByteArray scenarioText() {
   ]})json";
 }
 
-struct RawCounts {
-    int added = 0;
-    int existing = 0;
-};
-
-// The range on one connection; per record the look-up text on the other and, when it finds no
-// row, one execution of the prepared INSERT bound to the range's columns.
-double rawOdbcSeconds(const QString& connectionString, int last, RawCounts& counts) {
-    Handle environment = odbcEnvironment();
-    Handle reading = connect(environment.get(), connectionString);
-    Handle writing = connect(environment.get(), connectionString);
-    Handle source = allocate(SQL_HANDLE_STMT, reading.get());
-    Handle lookup = allocate(SQL_HANDLE_STMT, writing.get());
-    Handle target = allocate(SQL_HANDLE_STMT, writing.get());
-
-    BoundRow row;
-    row.bindColumns(source.get());
-    auto insert = wide(QStringLiteral(
-        "INSERT INTO Bench..tbIds ([idnum], [name], [amount], [created]) VALUES (?, ?, ?, ?)"));
-    SQLPrepareW(target.get(), insert.data(), SQL_NTS);
-    row.bindParameters(target.get());
-
-    QElapsedTimer clock;
-    clock.start();
-    auto range =
-        wide(QStringLiteral("select * from Bench..tbIds where idnum >= '1' and idnum <= '%1'").arg(last));
-    SQLExecDirectW(source.get(), range.data(), SQL_NTS);
-    counts = {};
-    while (SQL_SUCCEEDED(SQLFetch(source.get())) && counts.added + counts.existing < last) {
-        auto text = wide(QStringLiteral("Select * from   Bench..tbIds where idnum = '%1' ").arg(row.id));
-        SQLExecDirectW(lookup.get(), text.data(), SQL_NTS);
-        const bool found = SQL_SUCCEEDED(SQLFetch(lookup.get()));
-        SQLCloseCursor(lookup.get());
-        if (found) {
-            ++counts.existing;
-            continue;
-        }
-        ++counts.added;
-        SQLExecute(target.get());
-        SQLFreeStmt(target.get(), SQL_CLOSE);
-    }
-    return secondsSince(clock);
-}
-
 } // namespace
 
 int main(int argc, char** argv) {
@@ -124,10 +80,10 @@ int main(int argc, char** argv) {
     const int runs = countArgument(argc, argv, 1, 3);
     const long before = peakResidentKilobytes();
     BestTimes best;
-    RawCounts counts;
+    RawCopyCounts counts;
     for (int run = 0; run < runs; ++run) {
         const double tool = copy(records);
-        const double raw = rawOdbcSeconds(odbc, records, counts);
+        const double raw = rawCopyByIdSeconds(odbc, odbc, QStringLiteral("Bench..tbIds"), records, counts);
         out << "run " << run + 1 << ": copy by ID " << records / tool << " records/s, raw ODBC loop "
             << records / raw << " records/s (added " << counts.added << ", existing " << counts.existing
             << "), ratio " << tool / raw << Qt::endl;

@@ -71,38 +71,6 @@ private:
     RawConnection m_raw;
 };
 
-// Per record in range: the tool's look-up text on the left and, for a missing one, the insert.
-double rawCopyByIdSeconds(const Servers& servers) {
-    Handle environment = odbcEnvironment();
-    Handle reading = connect(environment.get(), servers.odbc(1));
-    Handle writing = connect(environment.get(), servers.odbc(0));
-    Handle source = allocate(SQL_HANDLE_STMT, reading.get());
-    Handle lookup = allocate(SQL_HANDLE_STMT, writing.get());
-    Handle target = allocate(SQL_HANDLE_STMT, writing.get());
-    BoundRow row;
-    row.bindColumns(source.get());
-    auto insert = wide(QStringLiteral(
-        "INSERT INTO qbench..tbIds ([idnum], [name], [amount], [created]) VALUES (?, ?, ?, ?)"));
-    SQLPrepareW(target.get(), insert.data(), SQL_NTS);
-    row.bindParameters(target.get());
-    QElapsedTimer clock;
-    clock.start();
-    auto range = wide(
-        QStringLiteral("select * from qbench..tbIds where idnum >= '1' and idnum <= '%1'").arg(idRecords));
-    SQLExecDirectW(source.get(), range.data(), SQL_NTS);
-    while (SQL_SUCCEEDED(SQLFetch(source.get()))) {
-        auto text = wide(QStringLiteral("Select * from   qbench..tbIds where idnum = '%1' ").arg(row.id));
-        SQLExecDirectW(lookup.get(), text.data(), SQL_NTS);
-        const bool found = SQL_SUCCEEDED(SQLFetch(lookup.get()));
-        SQLCloseCursor(lookup.get());
-        if (!found) {
-            SQLExecute(target.get());
-            SQLFreeStmt(target.get(), SQL_CLOSE);
-        }
-    }
-    return secondsSince(clock);
-}
-
 double rawCopyByRecordSeconds(const Servers& servers) {
     Handle environment = odbcEnvironment();
     Handle reading = connect(environment.get(), servers.odbc(0));
@@ -189,7 +157,9 @@ int main(int argc, char** argv) {
                                  .arg(idRecords));
         });
         left.empty(QStringLiteral("qbench"), oddRecords);
-        const double raw = rawCopyByIdSeconds(servers);
+        RawCopyCounts counts;
+        const double raw = rawCopyByIdSeconds(servers.odbc(1), servers.odbc(0),
+                                              QStringLiteral("qbench..tbIds"), idRecords, counts);
         out << "run " << run + 1 << ": copy by ID " << idRecords / tool << " records/s, raw ODBC loop "
             << idRecords / raw << " records/s, ratio " << tool / raw << Qt::endl;
         byId.keep(tool, raw);

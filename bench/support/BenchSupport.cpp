@@ -206,4 +206,41 @@ void BoundRow::bindParameters(SQLHSTMT statement) {
                      0, &lengths[3]);
 }
 
+double rawCopyByIdSeconds(const QString& readFrom, const QString& writeTo, const QString& table, int last,
+                          RawCopyCounts& counts) {
+    Handle environment = odbcEnvironment();
+    Handle reading = connect(environment.get(), readFrom);
+    Handle writing = connect(environment.get(), writeTo);
+    Handle source = allocate(SQL_HANDLE_STMT, reading.get());
+    Handle lookup = allocate(SQL_HANDLE_STMT, writing.get());
+    Handle target = allocate(SQL_HANDLE_STMT, writing.get());
+    BoundRow row;
+    row.bindColumns(source.get());
+    auto insert =
+        wide(QStringLiteral("INSERT INTO %1 ([idnum], [name], [amount], [created]) VALUES (?, ?, ?, ?)")
+                 .arg(table));
+    SQLPrepareW(target.get(), insert.data(), SQL_NTS);
+    row.bindParameters(target.get());
+    QElapsedTimer clock;
+    clock.start();
+    auto range =
+        wide(QStringLiteral("select * from %1 where idnum >= '1' and idnum <= '%2'").arg(table).arg(last));
+    SQLExecDirectW(source.get(), range.data(), SQL_NTS);
+    counts = {};
+    while (SQL_SUCCEEDED(SQLFetch(source.get())) && counts.added + counts.existing < last) {
+        auto text = wide(QStringLiteral("Select * from   %1 where idnum = '%2' ").arg(table).arg(row.id));
+        SQLExecDirectW(lookup.get(), text.data(), SQL_NTS);
+        const bool found = SQL_SUCCEEDED(SQLFetch(lookup.get()));
+        SQLCloseCursor(lookup.get());
+        if (found) {
+            ++counts.existing;
+            continue;
+        }
+        ++counts.added;
+        SQLExecute(target.get());
+        SQLFreeStmt(target.get(), SQL_CLOSE);
+    }
+    return secondsSince(clock);
+}
+
 } // namespace qormin::bench

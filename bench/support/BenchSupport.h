@@ -146,4 +146,15 @@ struct BoundRow {
     void bindParameters(SQLHSTMT statement);
 };
 
+struct RawCopyCounts {
+    int added = 0;
+    int existing = 0;
+};
+
+// Copy by ID as a plain ODBC loop: the range of `table` read on one connection (readFrom); per
+// record the tool's look-up text on the other (writeTo) and, when it finds no row, one execution
+// of the prepared INSERT bound to the range's columns. At most `last` records.
+double rawCopyByIdSeconds(const QString& readFrom, const QString& writeTo, const QString& table, int last,
+                          RawCopyCounts& counts);
+
 } // namespace qormin::bench
