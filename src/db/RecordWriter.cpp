@@ -39,18 +39,18 @@ QStringList namesOf(const std::vector<ColumnInfo>& columns) {
     return names;
 }
 
-QString lossLine(const QString& what, const QString& table, const QString& key, const QString& column,
-                 const QString& reason) {
-    return what + QStringLiteral(": ") + table + QStringLiteral(", ") + key + QStringLiteral(", column ") +
-           column + QStringLiteral(": ") + reason;
-}
-
 void countLost(RowWrite& outcome, const QString& reason) {
     ++outcome.errors;
     outcome.lastError = reason;
 }
 
 } // namespace
+
+QString RecordWriter::lossLine(const QString& what, const QString& table, const QString& key,
+                               const QString& column, const QString& reason) {
+    return what + QStringLiteral(": ") + table + QStringLiteral(", ") + key + QStringLiteral(", column ") +
+           column + QStringLiteral(": ") + reason;
+}
 
 RecordWriter::RecordWriter(SideConnection& side, const QString& table) : m_side(side), m_table(table) {}
 

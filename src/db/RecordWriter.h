@@ -72,6 +72,9 @@ public:
     static QString insertText(const QString& table, const QStringList& columnNames);
     // The column a refusal names ("column 'x'", "The column "x""), empty when it names none.
     static QString refusedColumn(const QString& errorText);
+    // The errors-box line for a lost value: "<what>: <table>, <key>, column <column>: <reason>".
+    static QString lossLine(const QString& what, const QString& table, const QString& key,
+                            const QString& column, const QString& reason);
 
 private:
     // A row's fields after the table's decisions and the fit check, with what that cost so far.

@@ -402,9 +402,9 @@ bool frmMigrateData::insertRow(const db::RecordReader& reader, db::RecordWriter&
                        !change.isEmpty()) {
                 error = Statements::doesNotFit;
                 // Counted whatever the operator answers: the field is not stored as it was.
-                m_access.reportLoss(QStringLiteral("Not written: ") + m_tableDest->text() +
-                                    QStringLiteral(", key ") + key + QStringLiteral(", column ") +
-                                    mapping.destination + QStringLiteral(": the value ") + change);
+                m_access.reportLoss(db::RecordWriter::lossLine(
+                    QStringLiteral("Not written"), m_tableDest->text(), QStringLiteral("key ") + key,
+                    mapping.destination, QStringLiteral("the value ") + change));
             } else {
                 names.append(mapping.destination);
                 values.push_back(value);
