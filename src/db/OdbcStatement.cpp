@@ -5,7 +5,6 @@
 #include "db/OdbcValue.h"
 
 #include <algorithm>
-#include <cmath>
 #include <sql.h>
 #include <sqlext.h>
 
