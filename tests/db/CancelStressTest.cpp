@@ -7,7 +7,6 @@
 #include <QVariant>
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <chrono>
 #include <functional>
 #include <random>
@@ -47,36 +46,6 @@ std::string transcriptTail(const SimTestServer& server) {
     }
     return tail;
 }
-
-int roundsWanted() {
-    const int fromEnvironment = qEnvironmentVariableIntValue("QORMIN_CANCEL_ROUNDS");
-    return fromEnvironment > 0 ? fromEnvironment : 150;
-}
-
-// Calls cancel() at random moments until the round is over: several times per round, so a
-// statement that would hang is always reached, and a cancel often arrives between two jobs.
-class RandomCanceller {
-public:
-    RandomCanceller(SideConnection& side, unsigned seed)
-        : m_thread([this, &side, seed] {
-              std::mt19937 random(seed);
-              std::uniform_int_distribution<int> pause(0, 4000);
-              while (!m_stop) {
-                  std::this_thread::sleep_for(std::chrono::microseconds(pause(random)));
-                  side.cancel();
-              }
-          }) {}
-    ~RandomCanceller() {
-        m_stop = true;
-        m_thread.join();
-    }
-    RandomCanceller(const RandomCanceller&) = delete;
-    RandomCanceller& operator=(const RandomCanceller&) = delete;
-
-private:
-    std::atomic<bool> m_stop{false};
-    std::thread m_thread;
-};
 
 struct StatementKind {
     const char* name;
@@ -126,13 +95,23 @@ TEST(CancelStressTest, aCancelAtAnyPointEndsTheStatementAndTheNextOneGetsItsOwnA
     SideConnection side(0);
     ASSERT_TRUE(side.open(server->connectionString(), 15).connected);
     std::mt19937 random(20261125);
-    const int rounds = roundsWanted();
+    const int fromEnvironment = qEnvironmentVariableIntValue("QORMIN_CANCEL_ROUNDS");
+    const int rounds = fromEnvironment > 0 ? fromEnvironment : 150;
     int cancelled = 0;
     for (int round = 0; round < rounds; ++round) {
         const StatementKind& kind = kinds[static_cast<size_t>(round) % std::size(kinds)];
         std::vector<StatementOutcome> outcomes;
         {
-            const RandomCanceller canceller(side, static_cast<unsigned>(random()));
+            // Several cancels a round, so a statement that would hang is always reached, and one
+            // often arrives between two jobs.
+            const std::jthread canceller([&side, seed = random()](const std::stop_token& stop) {
+                std::mt19937 pauses(static_cast<unsigned>(seed));
+                std::uniform_int_distribution<int> pause(0, 4000);
+                while (!stop.stop_requested()) {
+                    std::this_thread::sleep_for(std::chrono::microseconds(pause(pauses)));
+                    side.cancel();
+                }
+            });
             outcomes = kind.run(side);
         }
         if (kind.endsOnlyByCancel) {

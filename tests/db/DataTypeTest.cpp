@@ -91,33 +91,29 @@ QByteArray typesScenario() {
 // One server and one result for all types: the types arrive side by side in one row.
 class DataTypeTest : public ::testing::TestWithParam<size_t> {
 protected:
-    struct Shared {
-        std::unique_ptr<qormin::test::SimTestServer> server =
-            qormin::test::SimTestServer::fromJson(typesScenario());
-        qormin::test::FakeServerAccessHost host;
-        std::unique_ptr<qormin::db::ServerAccess> access;
-    };
-
     static void SetUpTestSuite() {
-        s_shared = std::make_unique<Shared>();
-        ASSERT_TRUE(s_shared->server && s_shared->server->isRunning());
-        s_shared->host.server[0] = s_shared->server->address();
-        s_shared->access = std::make_unique<qormin::db::ServerAccess>(s_shared->host);
+        s_server = qormin::test::SimTestServer::fromJson(typesScenario());
+        ASSERT_TRUE(s_server && s_server->isRunning());
+        s_host.server[0] = s_server->address();
+        s_access = std::make_unique<qormin::db::ServerAccess>(s_host);
         QString result;
-        s_shared->access->OpenRecordset(0, QStringLiteral("select every type"), QVariant(), result);
+        s_access->OpenRecordset(0, QStringLiteral("select every type"), QVariant(), result);
         ASSERT_EQ(result, QString());
     }
-    static void TearDownTestSuite() { s_shared.reset(); }
+    static void TearDownTestSuite() {
+        s_access.reset();
+        s_server.reset();
+    }
 
-    static std::unique_ptr<Shared> s_shared;
+    static inline std::unique_ptr<qormin::test::SimTestServer> s_server;
+    static inline qormin::test::FakeServerAccessHost s_host;
+    static inline std::unique_ptr<qormin::db::ServerAccess> s_access;
 };
-
-std::unique_ptr<DataTypeTest::Shared> DataTypeTest::s_shared;
 
 TEST_P(DataTypeTest, arrivesTypedInTheResultTableAndItsModel) {
     const size_t index = GetParam();
     const TypeCase& c = typeCases()[index];
-    auto& recordset = s_shared->access->sharedRecordset();
+    auto& recordset = s_access->sharedRecordset();
     ASSERT_TRUE(recordset.isOpen());
     ASSERT_EQ(recordset.RecordCount(), 2);
     const int column = static_cast<int>(index);
