@@ -27,8 +27,11 @@ const QString identityHint = QStringLiteral("   drop any identity columns and cl
 
 using TransferDBWindowTest = TransferWindowFixture;
 
+// The main window's buttons open both transfer windows.
 TEST_F(TransferDBWindowTest, opensWithTheDefaultJobAndKeepsItsBoxesInTheMainSection) {
-    run(QStringLiteral("open frmTransferDB\n"));
+    run(QStringLiteral("page 14\nclick cmdEclaims\nclick cmdHistorical\n"));
+    EXPECT_EQ(subsidiary(QStringLiteral("frmHistorical"))->windowTitle(),
+              QStringLiteral("Transfer to History"));
     EXPECT_EQ(subsidiary(QStringLiteral("frmTransferDB"))->windowTitle(), QStringLiteral("Transfer DB"));
     EXPECT_EQ(text(QStringLiteral("frmTransferDB.txtToDatabase")), QStringLiteral("Patient_Files_2020"));
     EXPECT_EQ(text(QStringLiteral("frmTransferDB.txtEndDate")), QStringLiteral("12/31/2020"));
