@@ -28,6 +28,24 @@ using transfer::TransDateKeys;
 const QString backup = QStringLiteral("Bak..tbBill");
 const QString damaged = QStringLiteral("Billing..tbBill");
 
+QJsonObject rule(const char* match, const QString& text, const QJsonObject& response) {
+    return {{match, text}, {"response", response}};
+}
+
+QJsonObject answer(const QJsonArray& columns, const QJsonArray& rows) {
+    return {{"result", QJsonObject{{"columns", columns}, {"rows", rows}}}};
+}
+
+// The damaged table, its TransDate of the type, and the row count the progress bar is sized by.
+QByteArray withTable(QJsonArray rules, const QString& type, const QJsonArray& rows, int count) {
+    const QJsonArray columns{"IDNum:varchar(10)",  "RevenueID:int",     "itemid:int",
+                             "refnum:varchar(10)", "TransDate:" + type, "TransDateFixed:int"};
+    rules.append(rule("prefix", QStringLiteral("SELECT * FROM ") + damaged, answer(columns, rows)));
+    rules.append(rule("exact", Statements::rowCountQuery(),
+                      answer(QJsonArray{"X:bigint"}, QJsonArray{QJsonArray{count}})));
+    return QJsonDocument(QJsonObject{{"rules", rules}}).toJson();
+}
+
 // Row "In" of the damaged table has its date at method n (0, 2..9); "none" and the row of
 // NULL keys have it nowhere. Each method answers only its own row.
 QByteArray scenario() {
@@ -38,29 +56,17 @@ QByteArray scenario() {
         const QString id = QStringLiteral("I%1").arg(method);
         const QString ref = QStringLiteral("R%1").arg(method);
         rows.append(QJsonArray{id, 10, 20, ref, badDate, QJsonValue::Null});
-        const TransDateKeys keys = TransDateKeys::of(id, ref, 10, 20);
         const QString date = QStringLiteral("2020-07-%1 08:00:00").arg(method + 1, 2, 10, QLatin1Char('0'));
-        rules.append(QJsonObject{
-            {"exact", Statements::methodQuery(method, backup, keys)},
-            {"response", QJsonObject{{"result", QJsonObject{{"columns", QJsonArray{"d:datetime"}},
-                                                            {"rows", QJsonArray{QJsonArray{date}}}}}}}});
+        rules.append(rule("exact",
+                          Statements::methodQuery(method, backup, TransDateKeys::of(id, ref, 10, 20)),
+                          answer(QJsonArray{"d:datetime"}, QJsonArray{QJsonArray{date}})));
     }
     rows.append(QJsonArray{"none", 10, 20, "Rn", badDate, QJsonValue::Null});
     rows.append(QJsonArray{QJsonValue::Null, QJsonValue::Null, QJsonValue::Null, QJsonValue::Null, badDate,
                            QJsonValue::Null});
-    const QJsonArray columns{"IDNum:varchar(10)",  "RevenueID:int",      "itemid:int",
-                             "refnum:varchar(10)", "TransDate:datetime", "TransDateFixed:int"};
-    rules.append(QJsonObject{
-        {"prefix", QStringLiteral("SELECT * FROM ") + damaged},
-        {"response", QJsonObject{{"result", QJsonObject{{"columns", columns}, {"rows", rows}}}}}});
-    rules.append(QJsonObject{
-        {"exact", Statements::rowCountQuery()},
-        {"response", QJsonObject{{"result", QJsonObject{{"columns", QJsonArray{"X:bigint"}},
-                                                        {"rows", QJsonArray{QJsonArray{500}}}}}}}});
-    rules.append(
-        QJsonObject{{"prefix", "ALTER TABLE   " + backup},
-                    {"response", QJsonObject{{"error", "Column names in each table must be unique."}}}});
-    return QJsonDocument(QJsonObject{{"rules", rules}}).toJson();
+    rules.append(rule("prefix", "ALTER TABLE   " + backup,
+                      QJsonObject{{"error", "Column names in each table must be unique."}}));
+    return withTable(rules, QStringLiteral("datetime"), rows, 500);
 }
 
 class FixTransDateTest : public ::testing::Test {
@@ -124,12 +130,13 @@ TEST_F(FixTransDateTest, eachRowTakesTheFirstMethodThatFindsItsDate) {
     EXPECT_EQ(sent.mid(0, 4), (QStringList{"ALTER TABLE   Bak..tbBill  ADD TransDateFixed integer",
                                            "ALTER TABLE   Billing..tbBill  ADD TransDateFixed integer",
                                            "USE billing", Statements::rowCountQuery()}));
-    EXPECT_EQ(updates(),
-              (QStringList{"[\"2020-07-01T08:00:00.0000000\",0]", "[\"2020-07-03T08:00:00.0000000\",2]",
-                           "[\"2020-07-04T08:00:00.0000000\",3]", "[\"2020-07-05T08:00:00.0000000\",4]",
-                           "[\"2020-07-06T08:00:00.0000000\",5]", "[\"2020-07-07T08:00:00.0000000\",6]",
-                           "[\"2020-07-08T08:00:00.0000000\",7]", "[\"2020-07-09T08:00:00.0000000\",8]",
-                           "[\"2020-07-10T08:00:00.0000000\",9]"}));
+    QStringList updated;
+    for (const int method : {0, 2, 3, 4, 5, 6, 7, 8, 9}) {
+        updated.append(QStringLiteral("[\"2020-07-%1T08:00:00.0000000\",%2]")
+                           .arg(method + 1, 2, 10, QLatin1Char('0'))
+                           .arg(method));
+    }
+    EXPECT_EQ(updates(), updated);
     // Method n stops the chain: rows I2..I9 asked 0, then 2..n; the last two rows asked all nine.
     const int queries =
         int(sent.filter(QRegularExpression(QStringLiteral("^(select |SELECT  TRANSDATE)"))).size());
@@ -160,8 +167,8 @@ TEST_F(FixTransDateTest, anEmptyConditionBecomesAllRowsAndStopDoesNotEndTheRun) 
     m_window->cmdStop_Click();
     run();
     EXPECT_EQ(control<QLineEdit>("txtWhere")->text(), QStringLiteral("1=1"));
-    EXPECT_TRUE(
-        m_server->statements().filter(QStringLiteral("FOR SELECT * FROM Billing..tbBill WHERE 1=1")).size() ==
+    EXPECT_EQ(
+        m_server->statements().filter(QStringLiteral("FOR SELECT * FROM Billing..tbBill WHERE 1=1")).size(),
         1);
     EXPECT_EQ(updates().size(), 9);
     EXPECT_EQ(control<QPlainTextEdit>("txtLog")->toPlainText().trimmed(), QStringLiteral("Done."));
@@ -201,24 +208,10 @@ protected:
         const QString type = QLatin1String(GetParam().type);
         const QJsonValue found =
             GetParam().found ? QJsonValue(QLatin1String(GetParam().found)) : QJsonValue();
-        const QJsonArray columns{"IDNum:varchar(10)",  "RevenueID:int",     "itemid:int",
-                                 "refnum:varchar(10)", "TransDate:" + type, "TransDateFixed:int"};
-        const QJsonArray rules{
-            QJsonObject{
-                {"exact", Statements::methodQuery(0, backup, TransDateKeys::of("I0", "R0", 10, 20))},
-                {"response", QJsonObject{{"result", QJsonObject{{"columns", QJsonArray{"d:" + type}},
-                                                                {"rows", QJsonArray{QJsonArray{found}}}}}}}},
-            QJsonObject{
-                {"prefix", QStringLiteral("SELECT * FROM ") + damaged},
-                {"response",
-                 QJsonObject{{"result", QJsonObject{{"columns", columns},
-                                                    {"rows", QJsonArray{QJsonArray{"I0", 10, 20, "R0",
-                                                                                   "2020-07-17", 0}}}}}}}},
-            QJsonObject{
-                {"exact", Statements::rowCountQuery()},
-                {"response", QJsonObject{{"result", QJsonObject{{"columns", QJsonArray{"X:bigint"}},
-                                                                {"rows", QJsonArray{QJsonArray{1}}}}}}}}};
-        return QJsonDocument(QJsonObject{{"rules", rules}}).toJson();
+        const QJsonArray method0{
+            rule("exact", Statements::methodQuery(0, backup, TransDateKeys::of("I0", "R0", 10, 20)),
+                 answer(QJsonArray{"d:" + type}, QJsonArray{QJsonArray{found}}))};
+        return withTable(method0, type, QJsonArray{QJsonArray{"I0", 10, 20, "R0", "2020-07-17", 0}}, 1);
     }
 };
 

@@ -14,14 +14,6 @@ QString yearsAgo(int years) {
     return QDate::currentDate().addYears(-years).toString(QStringLiteral("yyyyMMdd"));
 }
 
-TEST_F(HistoricalWindowTest, mainWindowButtonsOpenBothWindows) {
-    run(QStringLiteral("page 14\nclick cmdEclaims\nclick cmdHistorical\n"));
-    ASSERT_NE(subsidiary(QStringLiteral("frmTransferDB")), nullptr);
-    ASSERT_NE(subsidiary(QStringLiteral("frmHistorical")), nullptr);
-    EXPECT_EQ(subsidiary(QStringLiteral("frmHistorical"))->windowTitle(),
-              QStringLiteral("Transfer to History"));
-}
-
 // Every column goes, "ID" included, into the HISTORY table of the same name; no claims update
 // and no closing message.
 TEST_F(HistoricalWindowTest, movesRowsOlderThanTheYearsWithEveryColumn) {

@@ -139,39 +139,36 @@ TEST_F(MigrateDataTest, readsTheSourceWhereServerConn1Counted) {
     EXPECT_EQ(inserts().size(), 2);
 }
 
-struct RunCase {
-    const char* name;
-    const char* setting; // the check box ticked for the run
-    int inserts;
-    const char* current;
-};
-
-class MigrateRunTest : public MigrateDataTest, public ::testing::WithParamInterface<RunCase> {};
+// Simulate copies nothing; twenty records reads the top of the source only.
+class MigrateRunTest : public MigrateDataTest, public ::testing::WithParamInterface<const char*> {};
 
 TEST_P(MigrateRunTest, simulateCopiesNothingAndTwentyRecordsReadsTheTop) {
-    const RunCase& c = GetParam();
-    control<QCheckBox>(c.setting)->setChecked(true);
+    const QByteArray setting(GetParam());
+    control<QCheckBox>(GetParam())->setChecked(true);
     writeFile("#New..tbPatient|Old..tbPat\n*PatientID|PatID\n.\n");
     start();
-    EXPECT_EQ(inserts().size(), c.inserts);
-    EXPECT_EQ(control<QLabel>("lblCurrent")->text(), QString::fromUtf8(c.current));
+    EXPECT_EQ(inserts().size(), setting == "chkTop20" ? 2 : 0);
+    EXPECT_EQ(control<QLabel>("lblCurrent")->text(), QStringLiteral("Done."));
     const bool top = m_server->statements().contains(QStringLiteral("SELECT TOP 20 * FROM Old..tbPat"));
-    EXPECT_EQ(top, QByteArray(c.setting) == "chkTop20");
+    EXPECT_EQ(top, setting == "chkTop20");
 }
 
-INSTANTIATE_TEST_SUITE_P(Settings, MigrateRunTest,
-                         ::testing::Values(RunCase{"simulate", "chkSimulate", 0, "Done."},
-                                           RunCase{"top20", "chkTop20", 2, "Done."}),
-                         [](const auto& caseInfo) { return std::string(caseInfo.param.name); });
+INSTANTIATE_TEST_SUITE_P(Settings, MigrateRunTest, ::testing::Values("chkSimulate", "chkTop20"),
+                         [](const auto& caseInfo) { return std::string(caseInfo.param); });
 
-TEST_F(MigrateDataTest, simulateWithoutDestinationFieldsSaysSoBeforeDone) {
+// A missing file says where it was looked for; without destination fields (the block ended or
+// not) nothing is sent either.
+TEST_F(MigrateDataTest, aMissingFileOrNoDestinationFieldsSendNothing) {
+    start();
+    EXPECT_TRUE(m_boxOutput.contains(QStringLiteral("MSGBOX: Cannot read ")));
+    EXPECT_TRUE(log().front().contains(QStringLiteral("migrate.txt")));
     control<QCheckBox>("chkSimulate")->setChecked(true);
     writeFile("#New..tbPatient|Old..tbPat\n*|PatID\n");
-    start();
+    m_window->findChild<QPushButton*>(QStringLiteral("cmdStart"))->click();
     writeFile("#New..tbPatient|Old..tbPat\n*|PatID\n.\n");
     m_window->findChild<QPushButton*>(QStringLiteral("cmdStart"))->click();
     EXPECT_TRUE(m_server->statements().isEmpty());
-    EXPECT_EQ(log(), (QStringList{"No destination fields", "Simulate: No destination fields "}));
+    EXPECT_EQ(log().mid(1), (QStringList{"No destination fields", "Simulate: No destination fields "}));
 }
 
 struct AnswerCase {
@@ -204,13 +201,6 @@ INSTANTIATE_TEST_SUITE_P(
                       AnswerCase{
                           "no", platform::MessageBoxAnswer::No, {"[PatientID], [LastName] [1,\"Ann\"]"}}),
     [](const auto& caseInfo) { return std::string(caseInfo.param.name); });
-
-TEST_F(MigrateDataTest, aMissingFileSaysWhereItWasLookedFor) {
-    start();
-    EXPECT_TRUE(m_server->statements().isEmpty());
-    EXPECT_TRUE(m_boxOutput.contains(QStringLiteral("MSGBOX: Cannot read ")));
-    EXPECT_TRUE(log().front().contains(QStringLiteral("migrate.txt")));
-}
 
 // Untrusted files: random bytes, a huge line, NULs; the run ends with every refused line named.
 TEST_F(MigrateDataTest, binaryAndHugeFilesEndWithoutHarm) {

@@ -26,12 +26,6 @@ TEST(MigrateStatementsTest, statementAndStatusTextsAreTheQuotedOnes) {
     EXPECT_EQ(Statements::simulateNoDestinationFields, QStringLiteral("Simulate: No destination fields "));
 }
 
-TEST(MigrateStatementsTest, keysWithAQuoteOrNothingAreNotUsed) {
-    EXPECT_TRUE(Statements::keyUsable(QStringLiteral("12")));
-    EXPECT_FALSE(Statements::keyUsable(QString()));
-    EXPECT_FALSE(Statements::keyUsable(QStringLiteral("O'Brien")));
-}
-
 struct RemainderCase {
     const char* name;
     QVariant value;
@@ -60,7 +54,11 @@ INSTANTIATE_TEST_SUITE_P(
         RemainderCase{"words", QVariant(QStringLiteral("abc")), "LEFT 2", QStringLiteral("abc"), false}),
     [](const auto& caseInfo) { return std::string(caseInfo.param.name); });
 
-TEST(MigrateStatementsTest, constantsAreTheTextAfterTheFirstCharacter) {
+// Keys with a quote or nothing are not used; a constant is the text after its first character.
+TEST(MigrateStatementsTest, keysAndConstants) {
+    EXPECT_TRUE(Statements::keyUsable(QStringLiteral("12")));
+    EXPECT_FALSE(Statements::keyUsable(QString()));
+    EXPECT_FALSE(Statements::keyUsable(QStringLiteral("O'Brien")));
     EXPECT_TRUE(Statements::isConstant(QStringLiteral("=A")));
     EXPECT_EQ(Statements::constantOf(QStringLiteral("=A")), QStringLiteral("A"));
     EXPECT_EQ(Statements::constantOf(QStringLiteral("X=1")), QStringLiteral("=1"));

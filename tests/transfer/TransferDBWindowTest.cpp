@@ -27,8 +27,11 @@ const QString identityHint = QStringLiteral("   drop any identity columns and cl
 
 using TransferDBWindowTest = TransferWindowFixture;
 
+// The main window's buttons open both transfer windows.
 TEST_F(TransferDBWindowTest, opensWithTheDefaultJobAndKeepsItsBoxesInTheMainSection) {
-    run(QStringLiteral("open frmTransferDB\n"));
+    run(QStringLiteral("page 14\nclick cmdEclaims\nclick cmdHistorical\n"));
+    EXPECT_EQ(subsidiary(QStringLiteral("frmHistorical"))->windowTitle(),
+              QStringLiteral("Transfer to History"));
     EXPECT_EQ(subsidiary(QStringLiteral("frmTransferDB"))->windowTitle(), QStringLiteral("Transfer DB"));
     EXPECT_EQ(text(QStringLiteral("frmTransferDB.txtToDatabase")), QStringLiteral("Patient_Files_2020"));
     EXPECT_EQ(text(QStringLiteral("frmTransferDB.txtEndDate")), QStringLiteral("12/31/2020"));
@@ -113,50 +116,43 @@ TEST_F(TransferDBWindowTest, tableButtonsSendTheirStatements) {
     const BatchResult result = run(QStringLiteral(
         "open frmTransferDB\nclick frmTransferDB.cmdCreateTable\nclick frmTransferDB.cmdDeleteDestTable\n"
         "click frmTransferDB.cmdCreateIndex\nclick frmTransferDB.cmdSyncStructure\n"));
-    EXPECT_EQ(
-        changes(),
-        QStringList(
-            {"SELECT *  INTO Patient_Files_2020..tbPatientDocs FROM Patient_Files..tbPatientDocs where 1=2",
-             "DROP TABLE Patient_Files_2020..tbPatientDocs",
-             "CREATE NONCLUSTERED INDEX by_ConversionTime ON Patient_Files..tbPatientDocs (ConversionTime)",
-             "CREATE NONCLUSTERED INDEX by_ConversionTime ON Patient_Files_2020..tbPatientDocs "
-             "(ConversionTime)",
-             "ALTER TABLE Patient_Files_2020..tbPatientDocs ADD FileName VarWChar (60)",
-             "ALTER TABLE Patient_Files_2020..tbPatientDocs ADD Scanned DateTime",
-             "ALTER TABLE Patient_Files_2020..tbPatientDocs ADD Kind Char (4)",
-             "ALTER TABLE Patient_Files_2020..tbPatientDocs ADD Fee Currency",
-             "ALTER TABLE Patient_Files_2020..tbPatientDocs ADD Stamp VarWChar (27)"}));
-    EXPECT_EQ(
-        windowLog(QStringLiteral("frmTransferDB")).mid(0, 5),
-        QStringList(
-            {"Missing  FileName 202 script: ALTER TABLE Patient_Files_2020..tbPatientDocs ADD FileName "
-             "VarWChar (60)",
-             "Missing  Scanned 135 script: ALTER TABLE Patient_Files_2020..tbPatientDocs ADD Scanned "
-             "DateTime",
-             "Missing  Kind 129 script: ALTER TABLE Patient_Files_2020..tbPatientDocs ADD Kind Char (4)",
-             "Missing  Fee 6 script: ALTER TABLE Patient_Files_2020..tbPatientDocs ADD Fee Currency",
-             "Missing  Stamp 202 script: ALTER TABLE Patient_Files_2020..tbPatientDocs ADD Stamp VarWChar "
-             "(27)"}));
+    // Each missing column's line names its type code and the script that added it.
+    const std::pair<const char*, const char*> missing[] = {{"FileName 202", "FileName VarWChar (60)"},
+                                                           {"Scanned 135", "Scanned DateTime"},
+                                                           {"Kind 129", "Kind Char (4)"},
+                                                           {"Fee 6", "Fee Currency"},
+                                                           {"Stamp 202", "Stamp VarWChar (27)"}};
+    QStringList expected{
+        "SELECT *  INTO Patient_Files_2020..tbPatientDocs FROM Patient_Files..tbPatientDocs where 1=2",
+        "DROP TABLE Patient_Files_2020..tbPatientDocs",
+        "CREATE NONCLUSTERED INDEX by_ConversionTime ON Patient_Files..tbPatientDocs (ConversionTime)",
+        "CREATE NONCLUSTERED INDEX by_ConversionTime ON Patient_Files_2020..tbPatientDocs (ConversionTime)"};
+    QStringList lines;
+    for (const auto& [column, added] : missing) {
+        expected << QStringLiteral("ALTER TABLE Patient_Files_2020..tbPatientDocs ADD ") +
+                        QLatin1String(added);
+        lines << QStringLiteral("Missing  %1 script: %2").arg(QLatin1String(column), expected.last());
+    }
+    EXPECT_EQ(changes(), expected);
+    EXPECT_EQ(windowLog(QStringLiteral("frmTransferDB")).mid(0, 5), lines);
     EXPECT_TRUE(result.output.contains(QStringLiteral("MSGBOX: OK")));
 }
 
-TEST_F(TransferDBWindowTest, badNamesAreRefusedBeforeAnythingIsSent) {
-    run(QStringLiteral("open frmTransferDB\nset frmTransferDB.txtToDatabase Patient Files\n"
-                       "click frmTransferDB.cmdTransfer\nclick frmTransferDB.cmdCreateTable\n"
-                       "set frmTransferDB.txtToDatabase 2020Files\nclick frmTransferDB.cmdTransfer\n"));
+TEST_F(TransferDBWindowTest, namesDatesAndYearsThatDoNotReadAreRefusedBeforeAnythingIsSent) {
+    const BatchResult result =
+        run(QStringLiteral("open frmTransferDB\nset frmTransferDB.txtToDatabase Patient Files\n"
+                           "click frmTransferDB.cmdTransfer\nclick frmTransferDB.cmdCreateTable\n"
+                           "set frmTransferDB.txtToDatabase 2020Files\nclick frmTransferDB.cmdTransfer\n"
+                           "set frmTransferDB.txtToDatabase Patient_Files_2020\n"
+                           "set frmTransferDB.txtEndDate 31/12/2020\nclick frmTransferDB.cmdTransfer\n"
+                           "set frmTransferDB.txtEndDate \nset frmTransferDB.txtYears two\n"
+                           "click frmTransferDB.cmdTransfer\n"));
     EXPECT_EQ(statements(), QStringList());
     EXPECT_EQ(
-        windowLog(QStringLiteral("frmTransferDB")).mid(0, 2),
-        QStringList({"Refused database \"2020Files\": not a plain or bracketed name; nothing was sent",
+        windowLog(QStringLiteral("frmTransferDB")).mid(0, 4),
+        QStringList({"\"two\" is not a number of years.", "\"31/12/2020\" is not a date (month/day/year).",
+                     "Refused database \"2020Files\": not a plain or bracketed name; nothing was sent",
                      "Skipped \"Patient Files\": the name holds a blank and is not put into a statement"}));
-}
-
-TEST_F(TransferDBWindowTest, datesAndYearsThatDoNotReadAreRefusedBeforeAnythingIsSent) {
-    const BatchResult result =
-        run(QStringLiteral("open frmTransferDB\nset frmTransferDB.txtEndDate 31/12/2020\n"
-                           "click frmTransferDB.cmdTransfer\nset frmTransferDB.txtEndDate \n"
-                           "set frmTransferDB.txtYears two\nclick frmTransferDB.cmdTransfer\n"));
-    EXPECT_EQ(statements(), QStringList());
     EXPECT_TRUE(
         result.output.contains(QStringLiteral("MSGBOX: \"31/12/2020\" is not a date (month/day/year).")));
     EXPECT_TRUE(result.output.contains(QStringLiteral("MSGBOX: \"two\" is not a number of years.")));

@@ -6,84 +6,49 @@
 
 namespace {
 
-using qormin::transfer::TransferQuery;
 using Statements = qormin::transfer::TransferStatements;
 
 const QString docs = QStringLiteral("Patient_Files..tbPatientDocs");
 const QString conversion = QStringLiteral("ConversionTime");
 const QString phic = QStringLiteral("DocType = 'PHIC Docs'");
 
-struct QueryCase {
-    const char* name;
-    std::optional<QDate> olderThan;
-    std::optional<QDate> start;
-    std::optional<QDate> end;
-    QString where;
-    const char* expected;
-};
-
-class TransferQueryTest : public ::testing::TestWithParam<QueryCase> {};
-
-TEST_P(TransferQueryTest, buildsTheConditionsInOrderWithTheirBlanks) {
-    const QueryCase& c = GetParam();
-    const TransferQuery query{QStringLiteral("1000"), docs, conversion, c.where, c.olderThan, c.start, c.end};
-    EXPECT_EQ(Statements::transferQuery(query), QString::fromUtf8(c.expected));
+// The transfer's query for one set of bounds; the end day is included whole (strictly before the
+// next day).
+QString transferQuery(const QString& where, std::optional<QDate> olderThan = {},
+                      std::optional<QDate> start = {}, std::optional<QDate> end = {}) {
+    return Statements::transferQuery(
+        {QStringLiteral("1000"), docs, conversion, where, olderThan, start, end});
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Bounds, TransferQueryTest,
-    ::testing::Values(
-        QueryCase{
-            "noDates",
-            {},
-            {},
-            {},
-            phic,
-            "SELECT top 1000 * FROM Patient_Files..tbPatientDocs WHERE 1=1  AND DocType = 'PHIC Docs' ORDER "
-            "BY ConversionTime ASC"},
-        // The end day is included whole: strictly before the next day.
-        QueryCase{
-            "startAndEnd",
-            {},
-            QDate(2020, 1, 1),
-            QDate(2020, 12, 31),
-            phic,
-            "SELECT top 1000 * FROM Patient_Files..tbPatientDocs WHERE 1=1  AND ConversionTime >= "
-            "convert(datetime,'20200101')  AND ConversionTime < convert(datetime,'20210101')  AND DocType = "
-            "'PHIC Docs' ORDER BY ConversionTime ASC"},
-        QueryCase{"allThree", QDate(2024, 2, 29), QDate(2020, 1, 1), QDate(2020, 2, 28), phic,
-                  "SELECT top 1000 * FROM Patient_Files..tbPatientDocs WHERE 1=1  AND ConversionTime < "
-                  "convert(datetime,'20240229')  AND ConversionTime >= convert(datetime,'20200101')  AND "
-                  "ConversionTime < convert(datetime,'20200229')  AND DocType = 'PHIC Docs' ORDER BY "
-                  "ConversionTime ASC"},
-        // Kept as it always was: the server refuses this text.
-        QueryCase{
-            "emptyWhere",
-            {},
-            {},
-            {},
-            QString(),
-            "SELECT top 1000 * FROM Patient_Files..tbPatientDocs WHERE 1=1  AND  ORDER BY ConversionTime "
-            "ASC"}),
-    [](const auto& testCase) { return std::string(testCase.param.name); });
-
-TEST(TransferStatementsTest, historyStatementsMatchTheirTexts) {
-    EXPECT_EQ(Statements::historyQuery(QStringLiteral("500"), QStringLiteral("Station..tbNurseLogBook"),
-                                       QStringLiteral("RequestDate"), QDate(2024, 11, 23)),
-              QStringLiteral("SELECT top 500 * FROM Station..tbNurseLogBook WHERE RequestDate < "
-                             "convert(datetime,'20241123')  ORDER BY RequestDate ASC"));
-    EXPECT_EQ(Statements::historyDestinationTable(QStringLiteral("Station..tbNurseLogBook")),
-              QStringLiteral("HISTORY..tbNurseLogBook"));
-    EXPECT_EQ(Statements::destinationTable(QStringLiteral("Patient_Files_2020"), docs),
-              QStringLiteral("Patient_Files_2020..tbPatientDocs"));
-    EXPECT_EQ(Statements::destinationTable(QStringLiteral("X"), QStringLiteral("tbLoose")),
-              QStringLiteral("X..bLoose"));
-}
-
-TEST(TransferStatementsTest, tableStatementsMatchTheirTexts) {
+TEST(TransferStatementsTest, statementsMatchTheirTexts) {
     const QString dest = QStringLiteral("Patient_Files_2020..tbPatientDocs");
     const QDate cutOff(2022, 3, 4);
+    const QString table = QStringLiteral("H..t");
     const std::pair<QString, const char*> cases[] = {
+        {transferQuery(phic), "SELECT top 1000 * FROM Patient_Files..tbPatientDocs WHERE 1=1  AND DocType = "
+                              "'PHIC Docs' ORDER BY ConversionTime ASC"},
+        {transferQuery(phic, {}, QDate(2020, 1, 1), QDate(2020, 12, 31)),
+         "SELECT top 1000 * FROM Patient_Files..tbPatientDocs WHERE 1=1  AND ConversionTime >= "
+         "convert(datetime,'20200101')  AND ConversionTime < convert(datetime,'20210101')  AND DocType = "
+         "'PHIC Docs' ORDER BY ConversionTime ASC"},
+        {transferQuery(phic, QDate(2024, 2, 29), QDate(2020, 1, 1), QDate(2020, 2, 28)),
+         "SELECT top 1000 * FROM Patient_Files..tbPatientDocs WHERE 1=1  AND ConversionTime < "
+         "convert(datetime,'20240229')  AND ConversionTime >= convert(datetime,'20200101')  AND "
+         "ConversionTime < convert(datetime,'20200229')  AND DocType = 'PHIC Docs' ORDER BY "
+         "ConversionTime ASC"},
+        // Kept as it always was: the server refuses this text.
+        {transferQuery(QString()),
+         "SELECT top 1000 * FROM Patient_Files..tbPatientDocs WHERE 1=1  AND  ORDER "
+         "BY ConversionTime ASC"},
+        {Statements::historyQuery(QStringLiteral("500"), QStringLiteral("Station..tbNurseLogBook"),
+                                  QStringLiteral("RequestDate"), QDate(2024, 11, 23)),
+         "SELECT top 500 * FROM Station..tbNurseLogBook WHERE RequestDate < convert(datetime,'20241123')  "
+         "ORDER BY RequestDate ASC"},
+        {Statements::historyDestinationTable(QStringLiteral("Station..tbNurseLogBook")),
+         "HISTORY..tbNurseLogBook"},
+        {Statements::destinationTable(QStringLiteral("Patient_Files_2020"), docs),
+         "Patient_Files_2020..tbPatientDocs"},
+        {Statements::destinationTable(QStringLiteral("X"), QStringLiteral("tbLoose")), "X..bLoose"},
         {Statements::purgeStatement(docs, conversion, cutOff),
          "DELETE FROM  Patient_Files..tbPatientDocs WHERE ConversionTime < convert(datetime,'20220304')  "},
         {Statements::purgeStatement(QStringLiteral("Medicare..Medic_LogBook"), QString(), cutOff),
@@ -105,15 +70,6 @@ TEST(TransferStatementsTest, tableStatementsMatchTheirTexts) {
          "UPDATE Medicare..tbMedSupportingDocuments SET DatabaseName = 'P' WHERE RawFileName = 'O''Neil'"},
         {Statements::errorBranchMessage(QStringLiteral("Invalid column name 'x'.")),
          "Invalid column name 'x'.   drop any identity columns and click sync structure."},
-    };
-    for (const auto& [built, expected] : cases) {
-        EXPECT_EQ(built, QString::fromUtf8(expected));
-    }
-}
-
-TEST(TransferStatementsTest, addColumnScriptNamesTheTypeAndSizesOnlyLengthTypes) {
-    const QString table = QStringLiteral("H..t");
-    const std::pair<QString, const char*> cases[] = {
         {Statements::addColumnScript(table, QStringLiteral("Name"), 202, 50),
          "ALTER TABLE H..t ADD Name VarWChar (50)"},
         {Statements::addColumnScript(table, QStringLiteral("n"), 3, 4), "ALTER TABLE H..t ADD n Integer"},
@@ -145,15 +101,13 @@ TEST(TransferStatementsTest, typeCodesHaveTheirAdoNames) {
         EXPECT_EQ(Statements::typeCodeName(code), QString::fromUtf8(name)) << code;
     }
     // The codes a table's columns are reported with: nvarchar, int, datetime, tinyint, money.
-    EXPECT_EQ(Statements::typeCodeOf(-9), 202);
-    EXPECT_EQ(Statements::typeCodeOf(4), 3);
-    EXPECT_EQ(Statements::typeCodeOf(93), 135);
-    EXPECT_EQ(Statements::typeCodeOf(-6), 17);
-    EXPECT_EQ(Statements::typeCodeOf(3, QStringLiteral("money")), 6);
     // The newer date and time types reached the classic provider as text.
-    EXPECT_EQ(Statements::typeCodeOf(93, QStringLiteral("datetime2")), 202);
-    EXPECT_EQ(Statements::typeCodeOf(-154, QStringLiteral("time")), 202);
-    EXPECT_EQ(Statements::typeCodeOf(93, QStringLiteral("datetime")), 135);
+    const std::tuple<int, const char*, int> codes[] = {
+        {-9, "", 202},          {4, "", 3},          {93, "", 135},        {-6, "", 17}, {3, "money", 6},
+        {93, "datetime2", 202}, {-154, "time", 202}, {93, "datetime", 135}};
+    for (const auto& [sqlType, typeName, code] : codes) {
+        EXPECT_EQ(Statements::typeCodeOf(sqlType, QString::fromUtf8(typeName)), code) << sqlType << typeName;
+    }
 }
 
 TEST(TransferStatementsTest, datesAndYearsReadOneWayOnly) {
@@ -169,21 +123,13 @@ TEST(TransferStatementsTest, datesAndYearsReadOneWayOnly) {
 }
 
 TEST(TransferStatementsTest, onlyPlainOrBracketedNamesPass) {
-    const std::pair<const char*, bool> names[] = {{"Patient_Files..tbPatientDocs", true},
-                                                  {"[Patient Files]..[tb Docs]", true},
-                                                  {"ConversionTime", true},
-                                                  {"Billing.dbo.tbCash", true},
-                                                  {"Patient_Files_2020", true},
-                                                  {"", false},
-                                                  {"tb Docs", false},
-                                                  {"Billing..tbCash;DROP TABLE x", false},
-                                                  {"tb(1)", false},
-                                                  {"Billing..", false},
-                                                  {"a..[b]c", false},
-                                                  {"1stTable", false},
-                                                  {"[a[b]", false}};
-    for (const auto& [name, plain] : names) {
-        EXPECT_EQ(Statements::isPlainName(QString::fromUtf8(name)), plain) << name;
+    for (const char* name : {"Patient_Files..tbPatientDocs", "[Patient Files]..[tb Docs]", "ConversionTime",
+                             "Billing.dbo.tbCash", "Patient_Files_2020"}) {
+        EXPECT_TRUE(Statements::isPlainName(QString::fromUtf8(name))) << name;
+    }
+    for (const char* name : {"", "tb Docs", "Billing..tbCash;DROP TABLE x", "tb(1)", "Billing..", "a..[b]c",
+                             "1stTable", "[a[b]"}) {
+        EXPECT_FALSE(Statements::isPlainName(QString::fromUtf8(name))) << name;
     }
 }
 

@@ -80,15 +80,11 @@ QString held(const QJsonValue& value, const char* type) {
 // The source row: the value under test beside the columns the transfer itself reads (the
 // date it logs, the file name of the claims update).
 QJsonArray tableColumns(const char* type) {
-    return {QStringLiteral("ID:int"),
-            QStringLiteral("ConversionTime:datetime"),
-            QStringLiteral("Value:") + QLatin1String(type),
-            QStringLiteral("PatientID:int"),
-            QStringLiteral("DocType:varchar(20)"),
-            QStringLiteral("Pages:int"),
-            QStringLiteral("Scanner:varchar(20)"),
-            QStringLiteral("Size:int"),
-            QStringLiteral("FileName:varchar(50)")};
+    return QJsonArray::fromStringList(
+        QStringLiteral("ID:int ConversionTime:datetime Value:%1 PatientID:int DocType:varchar(20) Pages:int "
+                       "Scanner:varchar(20) Size:int FileName:varchar(50)")
+            .arg(QLatin1String(type))
+            .split(u' '));
 }
 
 QJsonObject result(const QJsonArray& columns, const QJsonArray& rows) {
