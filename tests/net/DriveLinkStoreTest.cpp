@@ -13,11 +13,7 @@ using qormin::net::ShareAddress;
 
 class DriveLinkStoreTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        ASSERT_TRUE(QDir(m_folder.path()).mkpath(QStringLiteral("share/MIR")));
-        QFile file(m_share + QStringLiteral("/MIR/SERVER1.cer"));
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    }
+    void SetUp() override { ASSERT_TRUE(QDir(m_folder.path()).mkpath(QStringLiteral("share"))); }
 
     QTemporaryDir m_folder;
     const QString m_share = m_folder.filePath(QStringLiteral("share"));

@@ -14,12 +14,16 @@ struct Step {
     bool expectedClose;
 };
 
-struct ConversationCase {
+struct Outcome {
     const char* name;
     const char* domain;
-    std::vector<Step> steps;
     bool refused;
     bool unexpected;
+};
+
+struct ConversationCase {
+    Outcome is;
+    std::vector<Step> steps;
 };
 
 class GioPromptResponderTest : public ::testing::TestWithParam<ConversationCase> {};
@@ -27,14 +31,14 @@ class GioPromptResponderTest : public ::testing::TestWithParam<ConversationCase>
 TEST_P(GioPromptResponderTest, answersEachPromptOnce) {
     const ConversationCase& c = GetParam();
     GioPromptResponder responder(ShareCredentials{QStringLiteral("administrator"),
-                                                  QString::fromUtf8(c.domain), QStringLiteral("pä ss")});
+                                                  QString::fromUtf8(c.is.domain), QStringLiteral("pä ss")});
     for (const Step& step : c.steps) {
         const auto answer = responder.read(QByteArray(step.output));
         EXPECT_EQ(answer.input, QByteArray(step.expectedInput)) << step.output;
         EXPECT_EQ(answer.closeInput, step.expectedClose) << step.output;
     }
-    EXPECT_EQ(responder.credentialsRefused(), c.refused);
-    EXPECT_EQ(responder.unexpectedQuestion(), c.unexpected);
+    EXPECT_EQ(responder.credentialsRefused(), c.is.refused);
+    EXPECT_EQ(responder.unexpectedQuestion(), c.is.unexpected);
 }
 
 constexpr const char* header = "Authentication Required\nEnter user and password for share \xe2\x80\x9c"
@@ -43,51 +47,30 @@ constexpr const char* header = "Authentication Required\nEnter user and password
 INSTANTIATE_TEST_SUITE_P(
     Conversations, GioPromptResponderTest,
     ::testing::Values(
-        ConversationCase{"userDomainPassword",
-                         "HOSP",
+        ConversationCase{{"userDomainPassword", "HOSP", false, false},
                          {{header, "", false},
                           {"User [guest]: ", "administrator\n", false},
                           {"Domain [WORKGROUP]: ", "HOSP\n", false},
-                          {"Password: ", "p\xc3\xa4 ss\n", false}},
-                         false,
-                         false},
-        ConversationCase{"emptyDomainKeepsTheDefault",
-                         "",
+                          {"Password: ", "p\xc3\xa4 ss\n", false}}},
+        ConversationCase{{"emptyDomainKeepsTheDefault", "", false, false},
                          {{"User: ", "administrator\n", false},
                           {"Domain [WORKGROUP]: ", "\n", false},
-                          {"Password: ", "p\xc3\xa4 ss\n", false}},
-                         false,
-                         false},
-        ConversationCase{"promptInPieces",
-                         "",
+                          {"Password: ", "p\xc3\xa4 ss\n", false}}},
+        ConversationCase{{"promptInPieces", "", false, false},
                          {{"Kerberos auth with 'guest@WORKGROUP' not possible\nUs", "", false},
-                          {"er [guest]: ", "administrator\n", false}},
-                         false,
-                         false},
-        ConversationCase{"secondRoundMeansRefused",
-                         "",
+                          {"er [guest]: ", "administrator\n", false}}},
+        ConversationCase{{"secondRoundMeansRefused", "", true, false},
                          {{"User [guest]: ", "administrator\n", false},
                           {"Domain [WORKGROUP]: ", "\n", false},
                           {"Password: ", "p\xc3\xa4 ss\n", false},
                           {header, "", false},
-                          {"User [administrator]: ", "", true}},
-                         true,
-                         false},
-        ConversationCase{"passwordAskedTwiceMeansRefused",
-                         "",
-                         {{"Password: ", "p\xc3\xa4 ss\n", false}, {"\nPassword: ", "", true}},
-                         true,
-                         false},
-        ConversationCase{"questionWithChoicesIsNotAnswered",
-                         "",
-                         {{"Can't verify the identity\n[1] Connect anyway\n[2] Cancel\nChoice: ", "", true}},
-                         false,
-                         true},
-        ConversationCase{"plainOutputIsNoPrompt",
-                         "",
-                         {{"Mounted smb://srv/backup\n", "", false}, {"User: someone\n", "", false}},
-                         false,
-                         false}),
-    [](const auto& testInfo) { return std::string(testInfo.param.name); });
+                          {"User [administrator]: ", "", true}}},
+        ConversationCase{{"passwordAskedTwiceMeansRefused", "", true, false},
+                         {{"Password: ", "p\xc3\xa4 ss\n", false}, {"\nPassword: ", "", true}}},
+        ConversationCase{{"questionWithChoicesIsNotAnswered", "", false, true},
+                         {{"Can't verify the identity\n[1] Connect anyway\n[2] Cancel\nChoice: ", "", true}}},
+        ConversationCase{{"plainOutputIsNoPrompt", "", false, false},
+                         {{"Mounted smb://srv/backup\n", "", false}, {"User: someone\n", "", false}}}),
+    [](const auto& testInfo) { return std::string(testInfo.param.is.name); });
 
 } // namespace

@@ -40,10 +40,6 @@ QString missingPiece() {
 
 } // namespace
 
-GvfsTestSession::~GvfsTestSession() {
-    stop();
-}
-
 QString GvfsTestSession::gvfsFolder() const {
     return m_folder.filePath(QStringLiteral("runtime/gvfs"));
 }
@@ -63,14 +59,10 @@ bool GvfsTestSession::start(QString& whyNot) {
     return true;
 }
 
-void GvfsTestSession::stop() {
-    m_bus.stop();
-    releaseFuseMount();
-}
-
 // gvfsd-fuse leaves when its bus goes; until its folder is unmounted the temporary folder
 // must not be removed, or removing it would walk into the share.
-void GvfsTestSession::releaseFuseMount() {
+GvfsTestSession::~GvfsTestSession() {
+    m_bus.stop();
     const QString folder = gvfsFolder();
     const QDeadlineTimer deadline(std::chrono::seconds(10));
     while (isMounted(folder) && !deadline.hasExpired())

@@ -25,9 +25,6 @@ public:
     QString gvfsFolder() const;
 
 private:
-    void stop();
-    void releaseFuseMount();
-
     QTemporaryDir m_folder;
     PrivateSessionBus m_bus{m_folder.path()};
     QProcessEnvironment m_environment;

@@ -45,10 +45,6 @@ struct ResultCase {
     const char* text;
 };
 
-void PrintTo(const ResultCase& c, std::ostream* out) {
-    *out << c.code;
-}
-
 class NetErrorTextTest : public ::testing::TestWithParam<ResultCase> {};
 
 // A failure first, so that the values of the case under test must also clear what it left.

@@ -35,6 +35,7 @@ struct SharedServers {
 };
 
 std::unique_ptr<SharedServers> servers;
+const QByteArray certificate = "left server certificate";
 
 class ShareMappingTest : public ::testing::Test {
 public:
@@ -43,9 +44,9 @@ public:
         if (!servers->samba.start(servers->sambaProblem))
             return;
         QDir(servers->samba.backupFolder()).mkpath(QStringLiteral("MIR"));
-        QFile certificate(servers->samba.backupFolder() + QStringLiteral("/MIR/SERVER1.cer"));
-        if (certificate.open(QIODevice::WriteOnly))
-            certificate.write("left server certificate");
+        QFile file(servers->samba.backupFolder() + QStringLiteral("/MIR/SERVER1.cer"));
+        if (file.open(QIODevice::WriteOnly))
+            file.write(certificate);
         servers->gvfs.start(servers->gvfsProblem);
     }
     static void TearDownTestSuite() { servers.reset(); }
@@ -81,11 +82,6 @@ protected:
     void TearDown() override {
         if (m_connector)
             m_connector->cancelAllConnections();
-    }
-
-    void map(const QString& share, const QString& drive, const QString& password) {
-        m_net->NetUseConnect(servers->samba.serverText() + u'\\' + share, drive, servers->samba.user(),
-                             password);
     }
 
     QByteArray readThroughDrive(const QString& path) const {
@@ -133,7 +129,7 @@ TEST_P(ShareMappingResultTest, reportsTheWindowsCodeAndLinksOnlyAMappedShare) {
     const bool linked = c.code == 0 || c.code == 85;
     EXPECT_EQ(m_links->hasEntry(u'x'), linked);
     EXPECT_EQ(readThroughDrive(QStringLiteral("x:\\MIR\\SERVER1.cer")),
-              QByteArray(linked ? "left server certificate" : "<unreadable>"));
+              linked ? certificate : QByteArray("<unreadable>"));
 }
 
 const ResultCase resultCases[] = {
@@ -162,6 +158,11 @@ protected:
         return servers->gvfs.gvfsFolder() + QStringLiteral("/smb-share:port=") +
                QString::number(servers->samba.port()) + QStringLiteral(",server=127.0.0.1,share=backup");
     }
+    std::int32_t mapBackup(const char* drive) {
+        m_net->NetUseConnect(servers->samba.serverText() + QStringLiteral("\\backup"),
+                             QString::fromUtf8(drive), servers->samba.user(), servers->samba.password());
+        return m_net->NetLastResult();
+    }
     net::ShareAddress backupShare() const {
         return *net::ShareAddress::parse(QStringLiteral("\\\\") + servers->samba.serverText() +
                                          QStringLiteral("\\backup"));
@@ -169,23 +170,20 @@ protected:
 };
 
 TEST_F(GvfsShareMappingTest, dropRemovesEveryDriveLinkAndTheLetterMapsAgain) {
-    map(QStringLiteral("backup"), QStringLiteral("X:"), servers->samba.password());
-    map(QStringLiteral("backup"), QStringLiteral("Y:"), servers->samba.password());
+    mapBackup("X:");
+    mapBackup("Y:");
     ASSERT_EQ(m_links->letters().size(), 2) << m_connector->lastDetail();
     EXPECT_EQ(m_connector->cancelAllConnections(), 0u) << m_connector->lastDetail();
     EXPECT_TRUE(m_links->letters().isEmpty());
     EXPECT_EQ(readThroughDrive(QStringLiteral("y:\\MIR\\SERVER1.cer")), QByteArray("<unreadable>"));
-    map(QStringLiteral("backup"), QStringLiteral("Y:"), servers->samba.password());
-    EXPECT_EQ(m_net->NetLastResult(), 0) << m_connector->lastDetail();
+    EXPECT_EQ(mapBackup("Y:"), 0) << m_connector->lastDetail();
 }
 
 TEST_F(GvfsShareMappingTest, dropUnmountsOnlyAfterTheLastLetterOfTheShare) {
-    map(QStringLiteral("backup"), QStringLiteral("X:"), servers->samba.password());
-    map(QStringLiteral("backup"), QStringLiteral("Y:"), servers->samba.password());
-    ASSERT_EQ(m_net->NetLastResult(), 0) << m_connector->lastDetail();
+    mapBackup("X:");
+    ASSERT_EQ(mapBackup("Y:"), 0) << m_connector->lastDetail();
     EXPECT_EQ(m_connector->cancelConnection("X:"), 0u);
-    EXPECT_EQ(readThroughDrive(QStringLiteral("y:\\MIR\\SERVER1.cer")),
-              QByteArray("left server certificate"));
+    EXPECT_EQ(readThroughDrive(QStringLiteral("y:\\MIR\\SERVER1.cer")), certificate);
     EXPECT_EQ(m_connector->cancelConnection("Y:"), 0u);
     EXPECT_FALSE(QFileInfo::exists(mountFolder()));
 }
@@ -194,21 +192,17 @@ TEST_F(GvfsShareMappingTest, dropLeavesAMountTheDesktopMadeAlone) {
     ASSERT_EQ(
         m_mounter->mount(backupShare(), {servers->samba.user(), QString(), servers->samba.password()}).code,
         0u);
-    map(QStringLiteral("backup"), QStringLiteral("X:"), servers->samba.password());
-    ASSERT_EQ(m_net->NetLastResult(), 0) << m_connector->lastDetail();
+    ASSERT_EQ(mapBackup("X:"), 0) << m_connector->lastDetail();
     EXPECT_EQ(m_connector->cancelAllConnections(), 0u);
     EXPECT_TRUE(QFileInfo::exists(mountFolder() + QStringLiteral("/MIR/SERVER1.cer")));
     EXPECT_EQ(m_mounter->unmount(backupShare()), 0u);
 }
 
 TEST_F(GvfsShareMappingTest, letterWhoseMountEndedIsMappedAgain) {
-    map(QStringLiteral("backup"), QStringLiteral("X:"), servers->samba.password());
-    ASSERT_EQ(m_net->NetLastResult(), 0) << m_connector->lastDetail();
+    ASSERT_EQ(mapBackup("X:"), 0) << m_connector->lastDetail();
     ASSERT_EQ(m_mounter->unmount(backupShare()), 0u);
-    map(QStringLiteral("backup"), QStringLiteral("X:"), servers->samba.password());
-    EXPECT_EQ(m_net->NetLastResult(), 0) << m_connector->lastDetail();
-    EXPECT_EQ(readThroughDrive(QStringLiteral("x:\\MIR\\SERVER1.cer")),
-              QByteArray("left server certificate"));
+    EXPECT_EQ(mapBackup("X:"), 0) << m_connector->lastDetail();
+    EXPECT_EQ(readThroughDrive(QStringLiteral("x:\\MIR\\SERVER1.cer")), certificate);
 }
 
 } // namespace

@@ -50,17 +50,15 @@ QString OdbcClient::Outcome::messageText(int number) const {
 
 QStringList OdbcClient::Outcome::texts() const {
     QStringList result;
-    for (const auto& message : messages) {
+    for (const auto& message : messages)
         result.append(message.text);
-    }
     return result;
 }
 
 QStringList OdbcClient::Outcome::column(qsizetype index) const {
     QStringList cells;
-    for (const auto& row : tables.empty() ? std::vector<QStringList>() : tables[0].rows) {
+    for (const auto& row : tables.empty() ? std::vector<QStringList>() : tables[0].rows)
         cells.append(row.value(index));
-    }
     return cells;
 }
 
@@ -82,9 +80,8 @@ bool OdbcClient::connect(const QString& connectionString) {
     const SQLRETURN result = SQLDriverConnectW(m_connection, nullptr, sqlText(text), SQL_NTS, nullptr, 0,
                                                nullptr, SQL_DRIVER_NOPROMPT);
     m_login = {succeeded(result), {}, {}, diagnostics(SQL_HANDLE_DBC, m_connection)};
-    if (m_login.succeeded) {
+    if (m_login.succeeded)
         SQLAllocHandle(SQL_HANDLE_STMT, m_connection, &m_statement);
-    }
     return m_login.succeeded;
 }
 
@@ -123,9 +120,8 @@ void OdbcClient::drain(SQLRETURN result, Outcome& outcome) {
             outcome.messages.push_back(std::move(message));
         }
         outcome.succeeded = outcome.succeeded && result != SQL_ERROR && !connectionLost;
-        if (connectionLost || !(succeeded(result) || result == SQL_ERROR)) {
+        if (connectionLost || !(succeeded(result) || result == SQL_ERROR))
             return;
-        }
         SQLSMALLINT columns = 0;
         SQLLEN count = -1;
         if (succeeded(result) && succeeded(SQLNumResultCols(m_statement, &columns)) && columns > 0) {
@@ -135,9 +131,8 @@ void OdbcClient::drain(SQLRETURN result, Outcome& outcome) {
             outcome.rowCounts.push_back(count);
         }
         result = SQLMoreResults(m_statement);
-        if (result == SQL_NO_DATA) {
+        if (result == SQL_NO_DATA)
             return;
-        }
     }
 }
 
@@ -155,9 +150,8 @@ OdbcClient::Table OdbcClient::readTable(SQLSMALLINT columnCount) {
     }
     while (succeeded(SQLFetch(m_statement))) {
         QStringList row;
-        for (SQLUSMALLINT column = 1; column <= columnCount; ++column) {
+        for (SQLUSMALLINT column = 1; column <= columnCount; ++column)
             row.append(readCell(column, types[column - 1]));
-        }
         table.rows.push_back(row);
     }
     return table;
@@ -170,16 +164,13 @@ QString OdbcClient::readCell(SQLUSMALLINT column, SQLSMALLINT sqlType) {
     SQLLEN indicator = 0;
     const SQLRETURN result = SQLGetData(m_statement, column, binary ? SQL_C_BINARY : SQL_C_WCHAR, data.data(),
                                         data.size(), &indicator);
-    if (result == SQL_SUCCESS_WITH_INFO || !succeeded(result)) {
+    if (result == SQL_SUCCESS_WITH_INFO || !succeeded(result))
         return QStringLiteral("<truncated or unreadable>");
-    }
-    if (indicator == SQL_NULL_DATA) {
+    if (indicator == SQL_NULL_DATA)
         return QString::fromLatin1(nullText);
-    }
     data.truncate(indicator);
-    if (binary) {
+    if (binary)
         return QString::fromLatin1(data.toHex().toUpper());
-    }
     return QString::fromUtf16(reinterpret_cast<const char16_t*>(data.constData()), data.size() / 2);
 }
 

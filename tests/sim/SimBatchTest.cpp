@@ -34,19 +34,6 @@ protected:
     void SetUp() override { start(SimTestServer::fromJson(scenario), QStringLiteral("demo")); }
 };
 
-TEST_F(SimBatchTest, transcriptRecordsLoginAndDisconnect) {
-    client.disconnect();
-    // The server notices the closed socket on its own thread; stop() joins it.
-    server->server().stop();
-    const auto transcript = server->transcript();
-    ASSERT_FALSE(transcript.empty());
-    EXPECT_EQ(transcript.front().kind, QStringLiteral("login"));
-    EXPECT_EQ(transcript.front().json.value(QLatin1String("user")).toString(), QStringLiteral("sa"));
-    EXPECT_EQ(transcript.front().database, QStringLiteral("master"));
-    EXPECT_EQ(transcript.back().kind, QStringLiteral("disconnect"));
-    EXPECT_TRUE(server->statements().isEmpty()) << "the driver sent statements of its own at connect";
-}
-
 struct ReplyCase {
     const char* name;
     const char* statement;
@@ -116,14 +103,24 @@ INSTANTIATE_TEST_SUITE_P(
                       UseCase{"use MSDB", "msdb", 0}, UseCase{"use Nowhere", "master", 911}),
     [](const auto& parameter) { return caseName(parameter.param.statement, parameter.index); });
 
-TEST_F(SimBatchTest, transcriptKeepsTheExactTextsInOrder) {
+TEST_F(SimBatchTest, transcriptHoldsLoginExactTextsInOrderAndDisconnect) {
+    EXPECT_TRUE(server->statements().isEmpty()) << "the driver sent statements of its own at connect";
     const QString multiLine = QStringLiteral("select 1\r\nselect 2  ");
     client.execute(QStringLiteral("update t set a = 1"));
     client.execute(multiLine);
+    client.disconnect();
+    // The server notices the closed socket on its own thread; stop() joins it.
+    server->server().stop();
     EXPECT_EQ(server->statements(), (QStringList{QStringLiteral("update t set a = 1"), multiLine}));
     const auto requests = server->requests();
     EXPECT_EQ(requests[0].kind, QStringLiteral("batch"));
     EXPECT_TRUE(requests[1].json.value(QLatin1String("previousResponseComplete")).toBool());
+    const auto transcript = server->transcript();
+    ASSERT_FALSE(transcript.empty());
+    EXPECT_EQ(transcript.front().kind, QStringLiteral("login"));
+    EXPECT_EQ(transcript.front().json.value(QLatin1String("user")).toString(), QStringLiteral("sa"));
+    EXPECT_EQ(transcript.front().database, QStringLiteral("master"));
+    EXPECT_EQ(transcript.back().kind, QStringLiteral("disconnect"));
 }
 
 struct LoginCase {
@@ -164,16 +161,7 @@ INSTANTIATE_TEST_SUITE_P(
                       LoginCase{"SA", "demo", "patient_data", 0, "Patient_Data"}),
     [](const auto& parameter) { return caseName(parameter.param.text, parameter.index); });
 
-TEST_F(SimBatchTest, responsesComeInTurnAcrossConnectionsAndTheLastRepeats) {
-    OdbcClient second;
-    ASSERT_TRUE(second.connect(connectionString));
-    const QString ask = QStringLiteral("select progress");
-    EXPECT_EQ(client.execute(ask).column(0), QStringList{QStringLiteral("10")});
-    EXPECT_EQ(second.execute(ask).column(0), QStringList{QStringLiteral("45")});
-    EXPECT_EQ(client.execute(ask).column(0), QStringList{QStringLiteral("45")});
-}
-
-TEST_F(SimBatchTest, severalConnectionsAreServedAtOnce) {
+TEST_F(SimBatchTest, connectionsAreServedAtOnceAndResponsesComeInTurnAcrossThem) {
     OdbcClient second;
     ASSERT_TRUE(second.connect(connectionString));
     second.execute(QStringLiteral("use Billing"));
@@ -184,6 +172,10 @@ TEST_F(SimBatchTest, severalConnectionsAreServedAtOnce) {
     EXPECT_NE(requests[0].connection, requests[1].connection);
     EXPECT_EQ(requests[1].database, QStringLiteral("master"));
     EXPECT_EQ(requests[2].database, QStringLiteral("Billing"));
+    const QString ask = QStringLiteral("select progress");
+    EXPECT_EQ(client.execute(ask).column(0), QStringList{QStringLiteral("10")});
+    EXPECT_EQ(second.execute(ask).column(0), QStringList{QStringLiteral("45")});
+    EXPECT_EQ(client.execute(ask).column(0), QStringList{QStringLiteral("45")});
 }
 
 } // namespace

@@ -115,9 +115,8 @@ class SimCursorFailureTest : public SimCursorTest, public ::testing::WithParamIn
 
 TEST_P(SimCursorFailureTest, misuseGivesTheServerError) {
     ASSERT_TRUE(client.execute(declare(3, GetParam().kind)).succeeded);
-    if (GetParam().fetched > 0) {
+    if (GetParam().fetched > 0)
         client.execute(fetch(3, GetParam().fetched));
-    }
     const auto outcome = client.execute(QString::fromUtf8(GetParam().batch));
     EXPECT_FALSE(outcome.succeeded);
     EXPECT_EQ(outcome.messageText(GetParam().number), QString::fromUtf8(GetParam().text));

@@ -38,9 +38,8 @@ TEST_F(SimDemoScenarioTest, everyHospitalDatabaseListsItsTablesLargestFirstWithM
         ASSERT_EQ(sizes.tables.size(), 1u);
         const auto& tables = sizes.tables[0].rows;
         ASSERT_FALSE(tables.empty()) << database.toStdString();
-        for (size_t i = 1; i < tables.size(); ++i) {
+        for (size_t i = 1; i < tables.size(); ++i)
             EXPECT_GE(tables[i - 1].at(3).toLongLong(), tables[i].at(3).toLongLong());
-        }
         const auto count = client.execute(
             QStringLiteral(
                 "SELECT CONVERT(bigint, rows) as RCNT from sysindexes WHERE id = OBJECT_ID('%1') AND "

@@ -30,9 +30,8 @@ protected:
     std::vector<bool> attentionsDuringResponse() const {
         std::vector<bool> result;
         for (const auto& entry : server->transcript()) {
-            if (entry.kind == QLatin1String("attention")) {
+            if (entry.kind == QLatin1String("attention"))
                 result.push_back(entry.json.value(QLatin1String("duringResponse")).toBool());
-            }
         }
         return result;
     }
@@ -51,9 +50,8 @@ TEST_P(SimCancelTest, cancelInTheMiddleOfTheAnswerIsRecordedAndTheConnectionGoes
     if (GetParam().whileWaiting) {
         std::thread canceller([this] {
             // Bounded wait until the server has the request: the cancel must not race ahead of it.
-            for (int attempt = 0; attempt < 6000 && server->requests().empty(); ++attempt) {
+            for (int attempt = 0; attempt < 6000 && server->requests().empty(); ++attempt)
                 QThread::msleep(5);
-            }
             SQLCancel(client.statement());
         });
         EXPECT_FALSE(client.execute(statement).succeeded);
@@ -88,9 +86,8 @@ TEST_F(SimStreamTest, hangWithALimitGoesOnWithTheRest) {
 
 TEST_F(SimStreamTest, requestSplitOverManyPacketsArrivesWhole) {
     QString text = QStringLiteral("select 1 /*");
-    for (int i = 0; i < 20000; ++i) {
+    for (int i = 0; i < 20000; ++i)
         text += QStringLiteral(" %1 é日").arg(i);
-    }
     text += QStringLiteral(" */");
     EXPECT_TRUE(client.execute(text).succeeded);
     EXPECT_EQ(server->statements().back(), text);

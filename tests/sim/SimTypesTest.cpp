@@ -57,9 +57,8 @@ const OdbcClient::Table& typedTable() {
             columns.join(',') + "], \"rows\": [[" + values.join(',') + "], [" +
             QByteArrayList(columnCount, "null").join(',') + "]]}}}]}");
         OdbcClient client;
-        if (!server || !client.connect(server->connectionString())) {
+        if (!server || !client.connect(server->connectionString()))
             return OdbcClient::Table();
-        }
         const auto outcome = client.execute(QStringLiteral("select typed"));
         return outcome.tables.empty() ? OdbcClient::Table() : outcome.tables[0];
     }();
