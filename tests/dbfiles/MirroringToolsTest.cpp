@@ -25,10 +25,10 @@ QStringList makeOnline(const QString& db) {
             QStringLiteral("ALTER DATABASE ") + db + QStringLiteral(" SET RECOVERY FULL")};
 }
 
-QStringList setPartner(const QString& db, const QString& partner) {
-    return {QStringLiteral("ALTER DATABASE [") + db + QStringLiteral("] SET PARTNER = 'TCP://") + partner +
+QStringList setPartner(const QString& partner) {
+    return {QStringLiteral("ALTER DATABASE [Billing] SET PARTNER = 'TCP://") + partner +
                 QStringLiteral(":5024'  "),
-            QStringLiteral("ALTER DATABASE [") + db + QStringLiteral("] SET SAFETY OFF  ")};
+            QStringLiteral("ALTER DATABASE [Billing] SET SAFETY OFF  ")};
 }
 
 class MirroringToolsTest : public DatabaseFileFixture {
@@ -65,12 +65,12 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         StatementCase{"setPartnerLeftNamesTheRightServer",
                       "click cmdSetPartner(0)\n",
-                      setPartner(QStringLiteral("Billing"), QStringLiteral("%R")),
+                      setPartner(QStringLiteral("%R")),
                       {}},
         StatementCase{"setPartnerRightNamesTheLeftServer",
                       "click cmdSetPartner(1)\n",
                       {},
-                      setPartner(QStringLiteral("Billing"), QStringLiteral("%L"))},
+                      setPartner(QStringLiteral("%L"))},
         StatementCase{"makeOnlineSendsAllThreeWhateverTheyReturn",
                       "click cmdMakeOnline(1)\n",
                       {},
@@ -125,10 +125,9 @@ TEST_F(MirroringToolsTest, scriptsRunOnTheirServersAndAcceptLowerCaseGo) {
 }
 
 TEST_F(MirroringToolsTest, attachAllTriesThreeLogNamesPerDataFileOnTheRight) {
-    QFile(harness().folder(QStringLiteral("drives/d/att")) + QStringLiteral("/Billing.mdf"))
-        .open(QIODevice::WriteOnly);
-    QFile(harness().folder(QStringLiteral("drives/d/att")) + QStringLiteral("/Bad'x.mdf"))
-        .open(QIODevice::WriteOnly);
+    for (const char* file : {"/Billing.mdf", "/Bad'x.mdf"})
+        QFile(harness().folder(QStringLiteral("drives/d/att")) + QLatin1String(file))
+            .open(QIODevice::WriteOnly);
     run(QStringLiteral("set txtRestoreDir d:\\\\att\\\\\nclick cmdAttachAll\n"));
     const QString prefix =
         QStringLiteral("EXEC sp_attach_db @dbname = N'Billing', @filename1=N'd:\\att\\\\Billing.mdf'  "
@@ -184,8 +183,8 @@ TEST_F(MirroringToolsTest, mirrorAllFromTwoCopiesRestoresAndPairsMirrorFirstWith
     EXPECT_TRUE(right.at(0).startsWith(QStringLiteral(" RESTORE FILELISTONLY ")));
     EXPECT_TRUE(right.at(1).startsWith(QStringLiteral("RESTORE DATABASE  Billing ")));
     EXPECT_TRUE(right.at(2).endsWith(QStringLiteral(" NORECOVERY  ")));
-    EXPECT_EQ(right.mid(4), setPartner(QStringLiteral("Billing"), server(0).address()));
-    EXPECT_EQ(statements(0), setPartner(QStringLiteral("Billing"), server(1).address()));
+    EXPECT_EQ(right.mid(4), setPartner(server(0).address()));
+    EXPECT_EQ(statements(0), setPartner(server(1).address()));
     // The copy came first: both files were missing on the left share, and the pass went on.
     EXPECT_TRUE(logLines().contains(QStringLiteral("not copied, the file is missing: x:\\MIR\\Billing.BAK")));
 }
