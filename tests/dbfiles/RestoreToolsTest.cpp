@@ -88,16 +88,16 @@ TEST_P(RestoreOneDatabaseTest, readsTheFileListThenRestoresDatabaseAndLogAndRefr
 // left server gets the MOVE list's trailing comma; no log drive set, so the log follows the data.
 INSTANTIATE_TEST_SUITE_P(
     Sides, RestoreOneDatabaseTest,
-    testing::Values(
-        SideCase{1,
-                 {fileListQuery(mir, QStringLiteral("Billing")),
-                  restoreDb + moves("Billing", "E:\\db", "L:\\LDF") + QStringLiteral(" NORECOVERY   "),
-                  restoreLog + moves("Billing", "E:\\db", "L:\\LDF") + QStringLiteral(" NORECOVERY  "),
-                  databaseList}},
-        SideCase{0,
-                 {fileListQuery(mir, QStringLiteral("Billing")),
-                  restoreDb + moves("Billing", "F:\\db", "F:\\db"),
-                  restoreLog + moves("Billing", "F:\\db", "F:\\db"), databaseList}}),
+    testing::Values(SideCase{1, QStringList{fileListQuery(mir, QStringLiteral("Billing")),
+                                            restoreDb + moves("Billing", "E:\\db", "L:\\LDF") +
+                                                QStringLiteral(" NORECOVERY   "),
+                                            restoreLog + moves("Billing", "E:\\db", "L:\\LDF") +
+                                                QStringLiteral(" NORECOVERY  "),
+                                            databaseList}},
+                    SideCase{0,
+                             QStringList{fileListQuery(mir, QStringLiteral("Billing")),
+                                         restoreDb + moves("Billing", "F:\\db", "F:\\db"),
+                                         restoreLog + moves("Billing", "F:\\db", "F:\\db"), databaseList}}),
     [](const auto& test) { return "side" + std::to_string(test.param.side); });
 
 struct AllFilesCase {
