@@ -6,11 +6,8 @@
 #include "db/ServerMessageLog.h"
 #include "dbfiles/DatabaseFileTools.h"
 #include "dbfiles/ProgressWatch.h"
-#include "dbfiles/RunLogRecorder.h"
 
 #include <QCheckBox>
-#include <QFile>
-#include <QRegularExpression>
 #include <QThread>
 
 namespace qormin::test {
@@ -177,22 +174,6 @@ protected:
     QByteArray extraRules() const override {
         return R"json({"prefix": "BACKUP DATABASE Patient_Data ", "response": [
             {"error": {"number": 3201, "text": "Cannot open backup device 'p:\\backup\\MIR\\Patient_Data.BAK', \"no space\"."}}]},)json";
-    }
-    QStringList runLogLines() {
-        QFile file(dbfiles::RunLogRecorder::path(window()));
-        if (!file.open(QIODevice::ReadOnly))
-            return {};
-        QStringList lines = QString::fromUtf8(file.readAll()).split(QStringLiteral("\r\n"));
-        // The times vary from run to run; their form is checked, the rest is compared.
-        static const QRegularExpression times(
-            QStringLiteral(R"(^\d{4}-\d\d-\d\d \d\d:\d\d:\d\d,\d{4}-\d\d-\d\d \d\d:\d\d:\d\d,\d+\.\d,)"));
-        for (qsizetype index = 1; index < lines.size(); ++index) {
-            if (lines[index].isEmpty())
-                continue;
-            EXPECT_TRUE(times.match(lines[index]).hasMatch()) << lines[index].toStdString();
-            lines[index].replace(times, QString());
-        }
-        return lines;
     }
 };
 

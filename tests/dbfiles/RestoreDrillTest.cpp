@@ -2,7 +2,6 @@
 #include "QStringPrinter.h"
 
 #include "db/ServerAccess.h"
-#include "dbfiles/RunLogRecorder.h"
 
 #include <QCheckBox>
 #include <QDir>
@@ -78,13 +77,8 @@ protected:
     }
     virtual QByteArray caseRules() const { return QByteArray(); }
     QString lastRunLogLine() {
-        QFile file(dbfiles::RunLogRecorder::path(window()));
-        if (!file.open(QIODevice::ReadOnly))
-            return QString();
-        const QStringList lines =
-            QString::fromUtf8(file.readAll()).split(QStringLiteral("\r\n"), Qt::SkipEmptyParts);
-        // Times vary: start, end and duration are the first three fields.
-        return lines.last().section(QLatin1Char(','), 3);
+        const QStringList lines = runLogLines();
+        return lines.size() > 1 ? lines.at(lines.size() - 2) : QString();
     }
 };
 
