@@ -144,7 +144,7 @@ TEST_F(RestoreFixture, scriptOnlyRestorePassSendsOnlyTheReadOnlyStatements) {
 struct StopCase {
     const char* name;
     const char* script;
-    QString (*listName)();
+    const char* listName;
     int side;
     bool stopStaysTicked;
 };
@@ -153,7 +153,7 @@ class RestoreStopTest : public RestoreFixture, public testing::WithParamInterfac
 
 TEST_P(RestoreStopTest, stopEndsThePassAfterTheCurrentDatabase) {
     const StopCase& param = GetParam();
-    auto* list = window().findChild<controls::FileListBox*>(param.listName());
+    auto* list = window().findChild<controls::FileListBox*>(QLatin1String(param.listName));
     ASSERT_NE(list, nullptr);
     showFiles(list, {QStringLiteral("Billing.bak"), QStringLiteral("Patient_Data.bak"),
                      QStringLiteral("Station.bak")});
@@ -165,15 +165,14 @@ TEST_P(RestoreStopTest, stopEndsThePassAfterTheCurrentDatabase) {
     EXPECT_EQ(window().chkStop()->isChecked(), param.stopStaysTicked);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Buttons, RestoreStopTest,
-    testing::Values(StopCase{"restoreToSideLeavesStopTicked", "set chkALL 1\nclick cmdRestore(1)\n",
-                             [] { return QStringLiteral("FileB"); }, 1, true},
-                    StopCase{"restoreAllToMainClearsStop", "click cmdRestoreMain\n",
-                             [] { return QStringLiteral("File1"); }, 0, false},
-                    StopCase{"restoreSourceFolderToMainClearsStop", "click cmdRestoretoMain\n",
-                             [] { return QStringLiteral("File2"); }, 0, false}),
-    [](const auto& test) { return std::string(test.param.name); });
+INSTANTIATE_TEST_SUITE_P(Buttons, RestoreStopTest,
+                         testing::Values(StopCase{"restoreToSideLeavesStopTicked",
+                                                  "set chkALL 1\nclick cmdRestore(1)\n", "FileB", 1, true},
+                                         StopCase{"restoreAllToMainClearsStop", "click cmdRestoreMain\n",
+                                                  "File1", 0, false},
+                                         StopCase{"restoreSourceFolderToMainClearsStop",
+                                                  "click cmdRestoretoMain\n", "File2", 0, false}),
+                         [](const auto& test) { return std::string(test.param.name); });
 
 TEST_F(RestoreFixture, restoreToMainReadsTheMainFolderIgnoresTheLogDriveAndSwitchesTheFolderBack) {
     showFiles(window().File1(), {QStringLiteral("Billing.bak")});
