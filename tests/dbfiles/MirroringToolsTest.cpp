@@ -90,12 +90,6 @@ INSTANTIATE_TEST_SUITE_P(
                                   QStringLiteral("ALTER ENDPOINT Endpoint_Mirroring STATE=STARTED\r")}}),
     [](const auto& test) { return std::string(test.param.name); });
 
-TEST_F(MirroringToolsTest, refusedNameIsLoggedWithWhatItHolds) {
-    run(QStringLiteral("set txtDB Bill'ing\nclick cmdMakeOnline(1)\n"));
-    EXPECT_EQ(logLines().first(),
-              QStringLiteral("Skipped \"Bill'ing\": the name holds a quote and is not put into a statement"));
-}
-
 TEST_F(MirroringToolsTest, scriptsRunOnTheirServersAndAcceptLowerCaseGo) {
     run(QStringLiteral("click cmdRunScript(0)\nclick cmdRunScript(1)\nclick cmdRunScript(3)\n"));
     const QStringList left = statements(0);
