@@ -23,7 +23,6 @@ struct CopyCase {
     const char* duringFirstCopy; // "stop", "cancel" or nothing
     QStringList leftFiles;
     QStringList expectedRight;
-    QString expectedNewestLog;
 };
 
 class BackupCopyTest : public DatabaseFileFixture, public testing::WithParamInterface<CopyCase> {
@@ -47,7 +46,7 @@ TEST_P(BackupCopyTest, copiesWhatIsThereAndHonoursStopAndCancel) {
         file.write(name.toUtf8().repeated(1000));
     }
     share("y");
-    const QString during = QLatin1String(param.duringFirstCopy ? param.duringFirstCopy : "");
+    const QString during = QLatin1String(param.duringFirstCopy);
     bool first = true;
     QObject::connect(&runner(), &dbfiles::FileCopyRunner::copyStarted, &window(), [&, this] {
         if (!std::exchange(first, false))
@@ -59,7 +58,7 @@ TEST_P(BackupCopyTest, copiesWhatIsThereAndHonoursStopAndCancel) {
     });
     run(QLatin1String(param.script));
     EXPECT_EQ(QDir(share("y")).entryList(QDir::Files | QDir::Hidden, QDir::Name), param.expectedRight);
-    EXPECT_EQ(logLines().first(), param.expectedNewestLog);
+    EXPECT_EQ(logLines().first(), QStringLiteral("Copied"));
     for (const QString& name : param.expectedRight) {
         QFile copied(share("y") + u'/' + name);
         ASSERT_TRUE(copied.open(QIODevice::ReadOnly));
@@ -70,49 +69,27 @@ TEST_P(BackupCopyTest, copiesWhatIsThereAndHonoursStopAndCancel) {
 
 INSTANTIATE_TEST_SUITE_P(
     Cases, BackupCopyTest,
-    testing::Values(CopyCase{"copiesFullAndLogBackupOfTxtDB",
-                             "set txtDB Billing\nclick cmdCopy(1)\n",
-                             nullptr,
-                             {"Billing.BAK", "Billing_log.BAK", "Station.BAK"},
-                             {"Billing.BAK", "Billing_log.BAK"},
-                             "Copied"},
-                    CopyCase{"logOnlyCopiesTheLogBackup",
-                             "set txtDB Billing\nset chkLogOnly 1\nclick cmdCopy(0)\n",
-                             nullptr,
-                             {"Billing.BAK", "Billing_log.BAK"},
-                             {"Billing_log.BAK"},
-                             "Copied"},
-                    CopyCase{"missingFileIsLoggedAndThePassGoesOn",
-                             "set chkALL 1\nset chkLogOnly 1\nclick cmdCopy(0)\n",
-                             nullptr,
-                             {"Billing_log.BAK", "Station_log.BAK"},
-                             {"Billing_log.BAK", "Station_log.BAK"},
-                             "Copied"},
-                    // A STOP left ticked must not part a full backup from its log.
-                    CopyCase{"stopIsNotRead",
-                             "set txtDB Billing\nclick cmdCopy(0)\n",
-                             "stop",
-                             {"Billing.BAK", "Billing_log.BAK"},
-                             {"Billing.BAK", "Billing_log.BAK"},
-                             "Copied"},
-                    CopyCase{"stopIsNotReadForAllDatabases",
-                             "set chkStop 1\nset chkALL 1\nclick cmdCopy(0)\n",
-                             nullptr,
-                             {"Billing.BAK", "Billing_log.BAK", "Station.BAK", "Station_log.BAK"},
-                             {"Billing.BAK", "Billing_log.BAK", "Station.BAK", "Station_log.BAK"},
-                             "Copied"},
-                    CopyCase{"cancelLeavesNoPartOfTheFileAndTheNextOneIsCopied",
-                             "set txtDB Billing\nclick cmdCopy(0)\n",
-                             "cancel",
-                             {"Billing.BAK", "Billing_log.BAK"},
-                             {"Billing_log.BAK"},
-                             "Copied"},
-                    CopyCase{"scriptOnlyListsTheCopiesAndMakesNone",
-                             "set chkScriptOnly 1\nset txtDB Billing\nclick cmdCopy(0)\n",
-                             nullptr,
-                             {"Billing.BAK", "Billing_log.BAK"},
-                             {},
-                             "Copied"}),
+    testing::Values(
+        CopyCase{"copiesFullAndLogBackupOfTxtDB", "set txtDB Billing\nclick cmdCopy(1)\n", "",
+                 QStringList{"Billing.BAK", "Billing_log.BAK", "Station.BAK"},
+                 QStringList{"Billing.BAK", "Billing_log.BAK"}},
+        CopyCase{"logOnlyCopiesTheLogBackup", "set txtDB Billing\nset chkLogOnly 1\nclick cmdCopy(0)\n", "",
+                 QStringList{"Billing.BAK", "Billing_log.BAK"}, QStringList{"Billing_log.BAK"}},
+        CopyCase{"missingFileIsLoggedAndThePassGoesOn", "set chkALL 1\nset chkLogOnly 1\nclick cmdCopy(0)\n",
+                 "", QStringList{"Billing_log.BAK", "Station_log.BAK"},
+                 QStringList{"Billing_log.BAK", "Station_log.BAK"}},
+        // A STOP left ticked must not part a full backup from its log.
+        CopyCase{"stopIsNotRead", "set txtDB Billing\nclick cmdCopy(0)\n", "stop",
+                 QStringList{"Billing.BAK", "Billing_log.BAK"},
+                 QStringList{"Billing.BAK", "Billing_log.BAK"}},
+        CopyCase{"stopIsNotReadForAllDatabases", "set chkStop 1\nset chkALL 1\nclick cmdCopy(0)\n", "",
+                 QStringList{"Billing.BAK", "Billing_log.BAK", "Station.BAK", "Station_log.BAK"},
+                 QStringList{"Billing.BAK", "Billing_log.BAK", "Station.BAK", "Station_log.BAK"}},
+        CopyCase{"cancelLeavesNoPartOfTheFileAndTheNextOneIsCopied", "set txtDB Billing\nclick cmdCopy(0)\n",
+                 "cancel", QStringList{"Billing.BAK", "Billing_log.BAK"}, QStringList{"Billing_log.BAK"}},
+        CopyCase{"scriptOnlyListsTheCopiesAndMakesNone",
+                 "set chkScriptOnly 1\nset txtDB Billing\nclick cmdCopy(0)\n", "",
+                 QStringList{"Billing.BAK", "Billing_log.BAK"}, QStringList()}),
     [](const auto& test) { return std::string(test.param.name); });
 
 using MissingBackupTest = DatabaseFileFixture;

@@ -10,54 +10,6 @@
 namespace qormin::test {
 namespace {
 
-struct SingleCase {
-    const char* name;
-    const char* script;
-    QStringList left;
-    QStringList right;
-};
-
-class BackupOneDatabaseTest : public DatabaseFileFixture, public testing::WithParamInterface<SingleCase> {};
-
-TEST_P(BackupOneDatabaseTest, sendsTheStatementsOfTxtDBToItsSide) {
-    run(QStringLiteral("set txtDB Billing\n") + QLatin1String(GetParam().script));
-    EXPECT_EQ(statements(0), GetParam().left);
-    EXPECT_EQ(statements(1), GetParam().right);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Buttons, BackupOneDatabaseTest,
-    testing::Values(
-        SingleCase{
-            "backupWritesFullThenLog",
-            "click cmdBackup(0)\n",
-            {QStringLiteral("BACKUP DATABASE Billing TO DISK = 'p:\\backup\\MIR\\Billing.BAK'   WITH FORMAT"),
-             QStringLiteral(
-                 "BACKUP Log  Billing TO DISK = 'p:\\backup\\MIR\\Billing_log.BAK'   WITH FORMAT")},
-            {}},
-        SingleCase{
-            "logOnlyWritesOnlyTheLogBackup",
-            "set chkLogOnly 1\nset txtBackupDrive q:\\\\bak\\\\\nclick cmdBackup(1)\n",
-            {},
-            {QStringLiteral("BACKUP Log  Billing TO DISK = 'q:\\bak\\Billing_log.BAK'   WITH FORMAT")}},
-        SingleCase{"fullRecoveryOnTheButtonsSide",
-                   "click cmdFullRecovery(1)\n",
-                   {},
-                   {QStringLiteral("ALTER DATABASE Billing  SET RECOVERY FULL ")}},
-        SingleCase{"makeSimpleAlwaysOnTheRight",
-                   "click cmdMakeSimple\n",
-                   {},
-                   {QStringLiteral("ALTER DATABASE Billing SET RECOVERY SIMPLE")}},
-        SingleCase{"singleUserAlwaysOnTheLeft",
-                   "click Command1\n",
-                   {QStringLiteral("ALTER DATABaSE Billing SET SINGLE_USER WITH ROLLBACK IMMEDIATE")},
-                   {}},
-        SingleCase{"multiUserAlwaysOnTheLeft",
-                   "click Command2\n",
-                   {QStringLiteral("ALTER DATABaSE Billing SET MULTI_USER ")},
-                   {}}),
-    [](const auto& test) { return std::string(test.param.name); });
-
 // One statement per database, header row included; %1 is the database.
 QStringList perDatabase(const char* pattern, const QStringList& databases) {
     QStringList texts;
@@ -68,13 +20,79 @@ QStringList perDatabase(const char* pattern, const QStringList& databases) {
 
 const char* const fullRecovery = "ALTER DATABASE %1  SET RECOVERY FULL ";
 const char* const simpleRecovery = "ALTER DATABASE %1 SET RECOVERY SIMPLE";
-const char* const logBackup = "BACKUP Log  %1 TO DISK = 'p:\\backup\\MIR\\%1_log.BAK'   WITH FORMAT";
+const char* const logBackups = "BACKUP Log  %1 TO DISK = 'p:\\backup\\MIR\\%1_log.BAK'   WITH FORMAT";
+
+const QString folder = QStringLiteral("p:\\backup\\MIR\\");
+
+QString verify(const char* database, const char* suffix) {
+    return QStringLiteral("RESTORE VERIFYONLY FROM DISK = '") + folder + QLatin1String(database) +
+           QLatin1String(suffix) + QLatin1Char('\'');
+}
+
+QString fullBackup(const char* database, const char* options) {
+    return QStringLiteral("BACKUP DATABASE %1 TO DISK = '%2%1.BAK'   WITH FORMAT%3")
+        .arg(QLatin1String(database), folder, QLatin1String(options));
+}
+
+QString logBackup(const char* database, const char* options) {
+    return QStringLiteral("BACKUP Log  %1 TO DISK = '%2%1_log.BAK'   WITH FORMAT%3")
+        .arg(QLatin1String(database), folder, QLatin1String(options));
+}
+
+struct ButtonCase {
+    const char* name;
+    const char* script; // after "set txtDB Billing"
+    int side;
+    QStringList expected;
+};
+
+class BackupButtonTest : public DatabaseFileFixture, public testing::WithParamInterface<ButtonCase> {};
+
+TEST_P(BackupButtonTest, sendsExactlyTheseStatementsToTheSide) {
+    run(QStringLiteral("set txtDB Billing\n") + QLatin1String(GetParam().script));
+    EXPECT_EQ(statements(GetParam().side), GetParam().expected);
+    EXPECT_TRUE(statements(1 - GetParam().side).isEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Buttons, BackupButtonTest,
+    testing::Values(
+        ButtonCase{"verifyReadsBothBackupFiles", "click cmdVerify(0)\n", 0,
+                   QStringList{verify("Billing", ".BAK"), verify("Billing", "_log.BAK")}},
+        ButtonCase{"verifyWithLogOnlyReadsTheLogBackup", "set chkLogOnly 1\nclick cmdVerify(1)\n", 1,
+                   QStringList{verify("Billing", "_log.BAK")}},
+        ButtonCase{"verifyAllWalksTheGridLikeBackup", "set chkALL 1\nset chkLogOnly 1\nclick cmdVerify(1)\n",
+                   1,
+                   QStringList{verify("name", "_log.BAK"), verify("Billing", "_log.BAK"),
+                               verify("Patient_Data", "_log.BAK"), verify("Station", "_log.BAK")}},
+        ButtonCase{"backupWritesFullThenLog", "click cmdBackup(0)\n", 0,
+                   QStringList{fullBackup("Billing", ""), logBackup("Billing", "")}},
+        ButtonCase{"logOnlyWritesOnlyTheLogBackup",
+                   "set chkLogOnly 1\nset txtBackupDrive q:\\\\bak\\\\\nclick cmdBackup(1)\n", 1,
+                   QStringList{QStringLiteral(
+                       "BACKUP Log  Billing TO DISK = 'q:\\bak\\Billing_log.BAK'   WITH FORMAT")}},
+        ButtonCase{"fullRecoveryOnTheButtonsSide", "click cmdFullRecovery(1)\n", 1,
+                   perDatabase(fullRecovery, {"Billing"})},
+        ButtonCase{"makeSimpleAlwaysOnTheRight", "click cmdMakeSimple\n", 1,
+                   perDatabase(simpleRecovery, {"Billing"})},
+        ButtonCase{
+            "singleUserAlwaysOnTheLeft", "click Command1\n", 0,
+            QStringList{QStringLiteral("ALTER DATABaSE Billing SET SINGLE_USER WITH ROLLBACK IMMEDIATE")}},
+        ButtonCase{"multiUserAlwaysOnTheLeft", "click Command2\n", 0,
+                   QStringList{QStringLiteral("ALTER DATABaSE Billing SET MULTI_USER ")}},
+        ButtonCase{"checksumOffKeepsTheBackupTexts", "set chkChecksum 0\nclick cmdBackup(0)\n", 0,
+                   QStringList{fullBackup("Billing", ""), logBackup("Billing", "")}},
+        ButtonCase{"checksumOnExtendsBothBackups", "set chkChecksum 1\nclick cmdBackup(1)\n", 1,
+                   QStringList{fullBackup("Billing", ", CHECKSUM"), logBackup("Billing", ", CHECKSUM")}},
+        ButtonCase{"checksumLeavesVerifyAlone", "set chkChecksum 1\nset chkLogOnly 1\nclick cmdVerify(0)\n",
+                   0, QStringList{verify("Billing", "_log.BAK")}}),
+    [](const auto& test) { return std::string(test.param.name); });
 
 using BackupAllDatabasesTest = DatabaseFileFixture;
 
 TEST_F(BackupAllDatabasesTest, passStartsWithTheHeaderRowAndWalksEveryRow) {
     run(QStringLiteral("set chkALL 1\nset chkLogOnly 1\nclick cmdBackup(1)\n"));
-    EXPECT_EQ(statements(1), perDatabase(logBackup, {"name", "Billing", "Patient_Data", "Station"}));
+    EXPECT_EQ(statements(1), perDatabase(logBackups, {"name", "Billing", "Patient_Data", "Station"}));
     EXPECT_TRUE(statements(0).isEmpty());
     EXPECT_EQ(window().txtDB()->text(), QStringLiteral("Station"));
 }

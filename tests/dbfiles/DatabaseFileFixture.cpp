@@ -3,9 +3,12 @@
 #include "controls/FlexGrid.h"
 #include "db/LogBuffer.h"
 #include "db/ServerAccess.h"
+#include "dbfiles/RunLogRecorder.h"
 #include "platform/SettingsStore.h"
 
+#include <QFile>
 #include <QLineEdit>
+#include <QRegularExpression>
 
 namespace qormin::test {
 
@@ -62,6 +65,23 @@ void DatabaseFileFixture::whenStatementStartsFor(const QString& database, std::f
 
 QStringList DatabaseFileFixture::logLines() {
     return window().serverAccess().log().text().split(QStringLiteral("\r\n"));
+}
+
+QStringList DatabaseFileFixture::runLogLines() {
+    QFile file(dbfiles::RunLogRecorder::path(window()));
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    QStringList lines = QString::fromUtf8(file.readAll()).split(QStringLiteral("\r\n"));
+    // The times vary from run to run; their form is checked, the rest is compared.
+    static const QRegularExpression times(
+        QStringLiteral(R"(^\d{4}-\d\d-\d\d \d\d:\d\d:\d\d,\d{4}-\d\d-\d\d \d\d:\d\d:\d\d,\d+\.\d,)"));
+    for (qsizetype index = 1; index < lines.size(); ++index) {
+        if (lines[index].isEmpty())
+            continue;
+        EXPECT_TRUE(times.match(lines[index]).hasMatch()) << lines[index].toStdString();
+        lines[index].replace(times, QString());
+    }
+    return lines;
 }
 
 } // namespace qormin::test

@@ -28,6 +28,8 @@ protected:
     void whenStatementStartsFor(const QString& database, std::function<void()> action);
     // Newest line first, as txtLog shows it.
     QStringList logLines();
+    // The run log's lines, header first, each line's times checked for form and cut off.
+    QStringList runLogLines();
 
     WindowHarness& harness() { return *m_harness; }
     app::frmMain& window() { return m_harness->window(); }

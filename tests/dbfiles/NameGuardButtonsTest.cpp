@@ -39,6 +39,7 @@ INSTANTIATE_TEST_SUITE_P(
         RefusedNameCase{"restoreFileList", "Bill\\r\\ning", "cmdRestoreFileList(0)", "Bill\\x0D\\x0Aing",
                         "a control character"},
         RefusedNameCase{"restore", "Bill'ing", "cmdRestore(1)", "Bill'ing", "a quote"},
+        RefusedNameCase{"makeOnline", "Bill'ing", "cmdMakeOnline(1)", "Bill'ing", "a quote"},
         RefusedNameCase{"restoreDrill", "Billing;x", "cmdRestoreDrill(0)", "Billing;x", "a semicolon"},
         RefusedNameCase{"clearConnections", "Bill'ing", "cmdClearConnections(0)", "Bill'ing", "a quote"}),
     [](const auto& test) { return std::string(test.param.name); });

@@ -2,7 +2,6 @@
 #include "QStringPrinter.h"
 
 #include "db/ServerAccess.h"
-#include "dbfiles/RunLogRecorder.h"
 
 #include <QCheckBox>
 #include <QDir>
@@ -19,32 +18,29 @@ const QString fileList =
     QStringLiteral(" RESTORE FILELISTONLY  FROM DISK = 'p:\\backup\\MIR\\Billing.bak' WITH FILE = 1");
 const QString moves = QStringLiteral(
     "MOVE 'Billing' TO 'E:\\db\\Billing_drill.mdf', MOVE 'Billing_log' TO 'L:\\LDF\\Billing_log_drill.ldf'");
-const QString restoreThenLog =
-    QStringLiteral(
-        "RESTORE DATABASE Billing_drill FROM DISK = 'p:\\backup\\MIR\\Billing.bak' WITH %1, NORECOVERY")
-        .arg(moves);
-const QString restoreAlone =
-    QStringLiteral(
-        "RESTORE DATABASE Billing_drill FROM DISK = 'p:\\backup\\MIR\\Billing.bak' WITH %1, RECOVERY")
-        .arg(moves);
+QString restoreWith(const char* recovery) {
+    return QStringLiteral(
+               "RESTORE DATABASE Billing_drill FROM DISK = 'p:\\backup\\MIR\\Billing.bak' WITH %1, %2")
+        .arg(moves, QLatin1String(recovery));
+}
+const QString restoreThenLog = restoreWith("NORECOVERY");
+const QString restoreAlone = restoreWith("RECOVERY");
 const QString restoreLog =
     QStringLiteral("RESTORE LOG Billing_drill FROM DISK = 'p:\\backup\\MIR\\Billing_log.bak' WITH RECOVERY");
 const QString checkDb = QStringLiteral("DBCC CHECKDB (Billing_drill) WITH NO_INFOMSGS");
 const QString figures = QStringLiteral(
     "SELECT (SELECT COUNT(*) FROM Billing_drill.sys.tables), (SELECT SUM(p.rows) FROM "
     "Billing_drill.sys.partitions p JOIN Billing_drill.sys.tables t ON t.object_id = p.object_id WHERE "
-    "p.index_id IN (0, 1)), (SELECT SUM(CAST(size AS bigint)) / 128 FROM sys.master_files WHERE database_id "
-    "= "
-    "DB_ID('Billing_drill'))");
+    "p.index_id IN (0, 1)), (SELECT SUM(CAST(size AS bigint)) / 128 FROM sys.master_files WHERE "
+    "database_id = DB_ID('Billing_drill'))");
 const QString drop = QStringLiteral("DROP DATABASE Billing_drill");
 
 const char* const existsRow =
-    R"json({"result": {"columns": ["name:nvarchar(128)"], "rows": [["Billing_drill"]]
-}
-})json";
+    R"json({"result": {"columns": ["name:nvarchar(128)"], "rows": [["Billing_drill"]]}})json";
 const char* const corruption =
     "Table error: Object ID 2105058535 index ID 0. Page (1:157) could not be processed.";
-const char* const refused = "RESTORE DATABASE is terminating abnormally.";
+const QByteArray refused =
+    R"json({"prefix": "RESTORE DATABASE Billing_drill", "response": {"error": "RESTORE DATABASE is terminating abnormally."}},)json";
 
 struct DrillCase {
     const char* name;
@@ -52,7 +48,7 @@ struct DrillCase {
     QByteArray rules;
     QStringList expected; // sent to the right server
     int exitCode;
-    const char* logLine;   // the drill's line in txtLog starts so
+    const char* logLine;   // the drill's line in txtLog starts so, after "Drill Billing (right): "
     const char* runResult; // the run log row's result and error; empty: no row
 };
 
@@ -75,21 +71,14 @@ protected:
         window().txtLogDrive(1)->setText(QStringLiteral("L"));
     }
     QByteArray extraRules() const override {
-        return QByteArray(R"json({"prefix": "SELECT (SELECT COUNT(*)", "response": {
-        "result" : {
-            "columns" : [ "tables:int", "rows:bigint", "mb:bigint" ], "rows" : [[ 12, 3400, 250 ]]
-        }}},)json") +
+        return QByteArray(R"json({"prefix": "SELECT (SELECT COUNT(*)", "response": {"result": {
+            "columns": ["tables:int", "rows:bigint", "mb:bigint"], "rows": [[12, 3400, 250]]}}},)json") +
                caseRules();
     }
     virtual QByteArray caseRules() const { return QByteArray(); }
     QString lastRunLogLine() {
-        QFile file(dbfiles::RunLogRecorder::path(window()));
-        if (!file.open(QIODevice::ReadOnly))
-            return QString();
-        const QStringList lines =
-            QString::fromUtf8(file.readAll()).split(QStringLiteral("\r\n"), Qt::SkipEmptyParts);
-        // Times vary: start, end and duration are the first three fields.
-        return lines.last().section(QLatin1Char(','), 3);
+        const QStringList lines = runLogLines();
+        return lines.size() > 1 ? lines.at(lines.size() - 2) : QString();
     }
 };
 
@@ -110,7 +99,7 @@ TEST_P(RestoreDrillTest, sendsTheDrillsStatementsAndDropsWhateverItCreated) {
     EXPECT_TRUE(statements(0).isEmpty());
     EXPECT_TRUE(logLines().filter(QStringLiteral("could not be listed")).isEmpty());
     // "#" stands for the restore's seconds; other lines are compared by their start.
-    const QString line = QString::fromUtf8(param.logLine);
+    const QString line = QStringLiteral("Drill Billing (right): ") + QString::fromUtf8(param.logLine);
     const QString pattern =
         QRegularExpression::escape(line).replace(QStringLiteral("\\#"), QStringLiteral("\\d+\\.\\d"));
     EXPECT_TRUE(line.contains(u'#') ? QRegularExpression(QLatin1Char('^') + pattern + QLatin1Char('$'))
@@ -119,78 +108,47 @@ TEST_P(RestoreDrillTest, sendsTheDrillsStatementsAndDropsWhateverItCreated) {
                                     : logLines().front().startsWith(line))
         << logLines().front().toStdString();
     const QString result = QString::fromUtf8(param.runResult);
-    EXPECT_EQ(lastRunLogLine(), result.isEmpty()
-                                    ? QString()
-                                    : QStringLiteral("drill,Billing,%1Billing.bak%2,%3")
-                                          .arg(folder,
-                                               param.logBackup ? QStringLiteral("; ") + folder +
-                                                                     QStringLiteral("Billing_log.bak")
-                                                               : QString(),
-                                               result));
+    const QString files =
+        folder + QStringLiteral("Billing.bak") +
+        (param.logBackup ? QStringLiteral("; ") + folder + QStringLiteral("Billing_log.bak") : QString());
+    EXPECT_EQ(lastRunLogLine(),
+              result.isEmpty() ? QString() : QStringLiteral("drill,Billing,") + files + u',' + result);
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Cases, RestoreDrillTest,
     testing::Values(
-        DrillCase{"fullAndLogBackup",
-                  true,
-                  "",
-                  {exists, fileList, restoreThenLog, restoreLog, checkDb, figures, drop},
-                  0,
-                  "Drill Billing (right): restored in # s, checks clean, 12 tables, 3400 rows, 250 MB",
-                  "OK,"},
-        DrillCase{"fullBackupAlone",
-                  false,
-                  "",
-                  {exists, fileList, restoreAlone, checkDb, figures, drop},
-                  0,
-                  "Drill Billing (right): restored in # s, checks clean, 12 tables, 3400 rows, 250 MB",
-                  "OK,"},
-        DrillCase{"scratchNameTaken",
-                  true,
-                  existsAnswers(existsRow, existsRow),
-                  {exists},
-                  0,
-                  "Drill Billing (right): skipped, a database Billing_drill exists",
-                  ""},
+        DrillCase{"fullAndLogBackup", true, "",
+                  QStringList{exists, fileList, restoreThenLog, restoreLog, checkDb, figures, drop}, 0,
+                  "restored in # s, checks clean, 12 tables, 3400 rows, 250 MB", "OK,"},
+        DrillCase{"fullBackupAlone", false, "",
+                  QStringList{exists, fileList, restoreAlone, checkDb, figures, drop}, 0,
+                  "restored in # s, checks clean, 12 tables, 3400 rows, 250 MB", "OK,"},
+        DrillCase{"scratchNameTaken", true, existsAnswers(existsRow, existsRow), QStringList{exists}, 0,
+                  "skipped, a database Billing_drill exists", ""},
         DrillCase{
-            "checkDbReportsCorruption",
-            false,
+            "checkDbReportsCorruption", false,
             QByteArray(
                 R"json({"prefix": "DBCC CHECKDB", "response": {"error": {"number": 8928, "text": ")json") +
                 corruption + "\"}}},",
-            {exists, fileList, restoreAlone, checkDb, drop},
-            1,
-            "Drill Billing (right): failed at DBCC CHECKDB: Table error",
+            QStringList{exists, fileList, restoreAlone, checkDb, drop}, 1,
+            "failed at DBCC CHECKDB: Table error",
             "failed,Table error: Object ID 2105058535 index ID 0. Page (1:157) could not be processed."},
-        DrillCase{"restoreRefusedHalfWayDropsTheScratchCopy",
-                  false,
-                  existsAnswers(R"json({"done": {}})json", existsRow) +
-                      QByteArray(
-                          R"json({"prefix": "RESTORE DATABASE Billing_drill", "response": {"error": ")json") +
-                      refused + "\"}},",
-                  {exists, fileList, restoreAlone, exists, drop},
-                  1,
-                  "Drill Billing (right): failed at RESTORE DATABASE: RESTORE DATABASE is terminating",
+        DrillCase{"restoreRefusedHalfWayDropsTheScratchCopy", false,
+                  existsAnswers(R"json({"done": {}})json", existsRow) + refused,
+                  QStringList{exists, fileList, restoreAlone, exists, drop}, 1,
+                  "failed at RESTORE DATABASE: RESTORE DATABASE is terminating",
+                  "failed,RESTORE DATABASE is terminating abnormally."},
+        DrillCase{"restoreRefusedBeforeCreatingDropsNothing", false, refused,
+                  QStringList{exists, fileList, restoreAlone, exists}, 1,
+                  "failed at RESTORE DATABASE: RESTORE DATABASE is terminating",
                   "failed,RESTORE DATABASE is terminating abnormally."},
         DrillCase{
-            "restoreRefusedBeforeCreatingDropsNothing",
-            false,
-            QByteArray(R"json({"prefix": "RESTORE DATABASE Billing_drill", "response": {"error": ")json") +
-                refused + "\"}},",
-            {exists, fileList, restoreAlone, exists},
-            1,
-            "Drill Billing (right): failed at RESTORE DATABASE: RESTORE DATABASE is terminating",
-            "failed,RESTORE DATABASE is terminating abnormally."},
-        DrillCase{
-            "logRestoreRefusedDropsTheScratchCopy",
-            true,
+            "logRestoreRefusedDropsTheScratchCopy", true,
             QByteArray(
                 R"json({"prefix": "RESTORE LOG Billing_drill", "response": {"error": "The log is too late."}},)json"),
-            {exists, fileList, restoreThenLog, restoreLog, drop},
-            1,
-            "Drill Billing (right): failed at RESTORE LOG: The log is too late.",
-            "failed,The log is too late."}),
+            QStringList{exists, fileList, restoreThenLog, restoreLog, drop}, 1,
+            "failed at RESTORE LOG: The log is too late.", "failed,The log is too late."}),
     [](const auto& test) { return std::string(test.param.name); });
 
 // "RESTORE DATABASE x_drill|DROP DATABASE x_drill|...": what each database's drill did, in order.

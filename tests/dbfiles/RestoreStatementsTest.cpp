@@ -52,15 +52,14 @@ TEST_P(MoveClausesTest, relocatesEachFileKeepingItsName) {
 
 INSTANTIATE_TEST_SUITE_P(
     Files, MoveClausesTest,
-    ::testing::Values(MovesCase{"upperCaseLdfIsALogFile",
-                                {RestoreFile::fromFileListRow("Lab_log", R"(D:\x\LAB_LOG.LDF)")},
-                                "L",
-                                R"( MOVE  'Lab_log' TO 'L:\LDF\LAB_LOG.LDF', )"},
-                      MovesCase{"secondaryDataFileStaysOnDataDrive",
-                                {RestoreFile::fromFileListRow("Lab_2", R"(D:\x\Lab_2.ndf)")},
-                                "L",
-                                R"( MOVE  'Lab_2' TO 'E:\db\Lab_2.ndf', )"},
-                      MovesCase{"noFilesNoClauses", {}, "L", ""}),
+    ::testing::Values(
+        MovesCase{"upperCaseLdfIsALogFile",
+                  QList<RestoreFile>{RestoreFile::fromFileListRow("Lab_log", R"(D:\x\LAB_LOG.LDF)")}, "L",
+                  R"( MOVE  'Lab_log' TO 'L:\LDF\LAB_LOG.LDF', )"},
+        MovesCase{"secondaryDataFileStaysOnDataDrive",
+                  QList<RestoreFile>{RestoreFile::fromFileListRow("Lab_2", R"(D:\x\Lab_2.ndf)")}, "L",
+                  R"( MOVE  'Lab_2' TO 'E:\db\Lab_2.ndf', )"},
+        MovesCase{"noFilesNoClauses", {}, "L", ""}),
     [](const auto& caseInfo) { return std::string(caseInfo.param.name); });
 
 // The window tests check every restore statement against the simulated servers; a backup whose

@@ -37,6 +37,17 @@ void createFiles(const QString& folder, const QStringList& names) {
     }
 }
 
+const QString mir = QStringLiteral("p:\\backup\\MIR\\");
+const QString restoreDb =
+    QStringLiteral("RESTORE DATABASE  Billing FROM DISK = 'p:\\backup\\MIR\\Billing.bak' With    ");
+const QString restoreLog =
+    QStringLiteral("RESTORE LOG  Billing FROM DISK = 'p:\\backup\\MIR\\Billing_log.bak' With   ");
+
+QString moves(const char* db, const char* data, const char* log) {
+    return QStringLiteral("MOVE  '%1' TO '%2\\%1.mdf',  MOVE  '%1_log' TO '%3\\%1_log.ldf', ")
+        .arg(QLatin1String(db), QLatin1String(data), QLatin1String(log));
+}
+
 class RestoreFixture : public DatabaseFileFixture {
 protected:
     void SetUp() override {
@@ -73,34 +84,20 @@ TEST_P(RestoreOneDatabaseTest, readsTheFileListThenRestoresDatabaseAndLogAndRefr
     EXPECT_TRUE(logLines().contains(arguments));
 }
 
+// The right server keeps both restores open for mirroring; log files go to the log drive. The
+// left server gets the MOVE list's trailing comma; no log drive set, so the log follows the data.
 INSTANTIATE_TEST_SUITE_P(
     Sides, RestoreOneDatabaseTest,
-    testing::Values(
-        // The right server keeps both restores open for mirroring; log files go to the log drive.
-        SideCase{1,
-                 {fileListQuery(QStringLiteral("p:\\backup\\MIR\\"), QStringLiteral("Billing")),
-                  QStringLiteral(
-                      "RESTORE DATABASE  Billing FROM DISK = 'p:\\backup\\MIR\\Billing.bak' With    MOVE  "
-                      "'Billing' TO 'E:\\db\\Billing.mdf',  MOVE  'Billing_log' TO "
-                      "'L:\\LDF\\Billing_log.ldf',  NORECOVERY   "),
-                  QStringLiteral(
-                      "RESTORE LOG  Billing FROM DISK = 'p:\\backup\\MIR\\Billing_log.bak' With   MOVE  "
-                      "'Billing' TO 'E:\\db\\Billing.mdf',  MOVE  'Billing_log' TO "
-                      "'L:\\LDF\\Billing_log.ldf',  NORECOVERY  "),
-                  databaseList}},
-        // The left server gets the statements with the MOVE list's trailing comma; no log drive
-        // set, so the log file follows the data drive.
-        SideCase{0,
-                 {fileListQuery(QStringLiteral("p:\\backup\\MIR\\"), QStringLiteral("Billing")),
-                  QStringLiteral(
-                      "RESTORE DATABASE  Billing FROM DISK = 'p:\\backup\\MIR\\Billing.bak' With    MOVE  "
-                      "'Billing' TO 'F:\\db\\Billing.mdf',  MOVE  'Billing_log' TO "
-                      "'F:\\db\\Billing_log.ldf', "),
-                  QStringLiteral(
-                      "RESTORE LOG  Billing FROM DISK = 'p:\\backup\\MIR\\Billing_log.bak' With   MOVE  "
-                      "'Billing' TO 'F:\\db\\Billing.mdf',  MOVE  'Billing_log' TO "
-                      "'F:\\db\\Billing_log.ldf', "),
-                  databaseList}}),
+    testing::Values(SideCase{1, QStringList{fileListQuery(mir, QStringLiteral("Billing")),
+                                            restoreDb + moves("Billing", "E:\\db", "L:\\LDF") +
+                                                QStringLiteral(" NORECOVERY   "),
+                                            restoreLog + moves("Billing", "E:\\db", "L:\\LDF") +
+                                                QStringLiteral(" NORECOVERY  "),
+                                            databaseList}},
+                    SideCase{0,
+                             QStringList{fileListQuery(mir, QStringLiteral("Billing")),
+                                         restoreDb + moves("Billing", "F:\\db", "F:\\db"),
+                                         restoreLog + moves("Billing", "F:\\db", "F:\\db"), databaseList}}),
     [](const auto& test) { return "side" + std::to_string(test.param.side); });
 
 struct AllFilesCase {
@@ -136,9 +133,8 @@ INSTANTIATE_TEST_SUITE_P(
 TEST_F(RestoreFixture, scriptOnlyRestorePassSendsOnlyTheReadOnlyStatements) {
     showFiles(window().FileB(), {QStringLiteral("Billing.bak"), QStringLiteral("Station.bak")});
     run(QStringLiteral("set chkScriptOnly 1\nset chkALL 1\nclick cmdRestore(1)\n"));
-    const QString folder = QStringLiteral("p:\\backup\\MIR\\");
-    EXPECT_EQ(statements(1), (QStringList{fileListQuery(folder, QStringLiteral("Billing")), databaseList,
-                                          fileListQuery(folder, QStringLiteral("Station")), databaseList}));
+    EXPECT_EQ(statements(1), (QStringList{fileListQuery(mir, QStringLiteral("Billing")), databaseList,
+                                          fileListQuery(mir, QStringLiteral("Station")), databaseList}));
     const QStringList withheld = window().serverAccess().withheldStatements();
     EXPECT_EQ(restoreHeads(withheld), QStringLiteral("RESTORE DATABASE  Billing|RESTORE LOG  Billing|"
                                                      "RESTORE DATABASE  Station|RESTORE LOG  Station"));
@@ -148,7 +144,7 @@ TEST_F(RestoreFixture, scriptOnlyRestorePassSendsOnlyTheReadOnlyStatements) {
 struct StopCase {
     const char* name;
     const char* script;
-    QString (*listName)();
+    const char* listName;
     int side;
     bool stopStaysTicked;
 };
@@ -157,7 +153,7 @@ class RestoreStopTest : public RestoreFixture, public testing::WithParamInterfac
 
 TEST_P(RestoreStopTest, stopEndsThePassAfterTheCurrentDatabase) {
     const StopCase& param = GetParam();
-    auto* list = window().findChild<controls::FileListBox*>(param.listName());
+    auto* list = window().findChild<controls::FileListBox*>(QLatin1String(param.listName));
     ASSERT_NE(list, nullptr);
     showFiles(list, {QStringLiteral("Billing.bak"), QStringLiteral("Patient_Data.bak"),
                      QStringLiteral("Station.bak")});
@@ -169,27 +165,25 @@ TEST_P(RestoreStopTest, stopEndsThePassAfterTheCurrentDatabase) {
     EXPECT_EQ(window().chkStop()->isChecked(), param.stopStaysTicked);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Buttons, RestoreStopTest,
-    testing::Values(StopCase{"restoreToSideLeavesStopTicked", "set chkALL 1\nclick cmdRestore(1)\n",
-                             [] { return QStringLiteral("FileB"); }, 1, true},
-                    StopCase{"restoreAllToMainClearsStop", "click cmdRestoreMain\n",
-                             [] { return QStringLiteral("File1"); }, 0, false},
-                    StopCase{"restoreSourceFolderToMainClearsStop", "click cmdRestoretoMain\n",
-                             [] { return QStringLiteral("File2"); }, 0, false}),
-    [](const auto& test) { return std::string(test.param.name); });
+INSTANTIATE_TEST_SUITE_P(Buttons, RestoreStopTest,
+                         testing::Values(StopCase{"restoreToSideLeavesStopTicked",
+                                                  "set chkALL 1\nclick cmdRestore(1)\n", "FileB", 1, true},
+                                         StopCase{"restoreAllToMainClearsStop", "click cmdRestoreMain\n",
+                                                  "File1", 0, false},
+                                         StopCase{"restoreSourceFolderToMainClearsStop",
+                                                  "click cmdRestoretoMain\n", "File2", 0, false}),
+                         [](const auto& test) { return std::string(test.param.name); });
 
 TEST_F(RestoreFixture, restoreToMainReadsTheMainFolderIgnoresTheLogDriveAndSwitchesTheFolderBack) {
     showFiles(window().File1(), {QStringLiteral("Billing.bak")});
     window().txtLogDrive(0)->setText(QStringLiteral("L"));
     run(QStringLiteral("set txtBackupDrive x:\\\\other\\\\\ndblclick File1 0\n"));
     EXPECT_EQ(statements(0),
-              (QStringList{fileListQuery(QStringLiteral("p:\\backup\\"), QStringLiteral("Billing")),
-                           QStringLiteral(
-                               "RESTORE DATABASE  Billing FROM DISK = 'p:\\backup\\Billing.bak' With   MOVE  "
-                               "'Billing' TO 'F:\\db\\Billing.mdf',  MOVE  'Billing_log' TO "
-                               "'F:\\db\\Billing_log.ldf',  Replace "),
-                           databaseList}));
+              (QStringList{
+                  fileListQuery(QStringLiteral("p:\\backup\\"), QStringLiteral("Billing")),
+                  QStringLiteral("RESTORE DATABASE  Billing FROM DISK = 'p:\\backup\\Billing.bak' With   ") +
+                      moves("Billing", "F:\\db", "F:\\db") + QStringLiteral(" Replace "),
+                  databaseList}));
     EXPECT_EQ(window().txtBackupDrive()->text(), QStringLiteral("p:\\backup\\MIR\\"));
 }
 
@@ -197,12 +191,11 @@ TEST_F(RestoreFixture, restoreFromSourceFolderUsesTheLogDriveAndLeavesTheFolderS
     createFiles(harness().folder(QStringLiteral("drives/d/src")), {QStringLiteral("Billing_x.bak")});
     window().txtLogDrive(0)->setText(QStringLiteral("L"));
     run(QStringLiteral("set txtRestoreDir d:\\\\src\\\\\nclick cmdRestoretoMain\n"));
-    EXPECT_EQ(
-        statements(0),
-        (QStringList{fileListQuery(QStringLiteral("d:\\src\\"), QStringLiteral("Billing_x")),
-                     QStringLiteral("RESTORE DATABASE  Billing_x FROM DISK = 'd:\\src\\Billing_x.bak' With   "
-                                    "MOVE  'Billing_x' TO 'F:\\db\\Billing_x.mdf',  MOVE  'Billing_x_log' TO "
-                                    "'L:\\LDF\\Billing_x_log.ldf',  Replace ")}));
+    EXPECT_EQ(statements(0),
+              (QStringList{
+                  fileListQuery(QStringLiteral("d:\\src\\"), QStringLiteral("Billing_x")),
+                  QStringLiteral("RESTORE DATABASE  Billing_x FROM DISK = 'd:\\src\\Billing_x.bak' With   ") +
+                      moves("Billing_x", "F:\\db", "L:\\LDF") + QStringLiteral(" Replace ")}));
     EXPECT_EQ(window().txtBackupDrive()->text(), QStringLiteral("d:\\src\\"));
 }
 
