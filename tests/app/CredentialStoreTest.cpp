@@ -1,13 +1,13 @@
 #include "KeyringTestSession.h"
 #include "QStringPrinter.h"
 #include "SimTestServer.h"
+#include "ToolRun.h"
 
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QLocalServer>
-#include <QProcess>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
@@ -16,24 +16,13 @@ namespace {
 
 using qormin::test::KeyringTestSession;
 
-struct ToolRun {
-    int exitCode = -1;
-    QString output;
-    QString errors;
-};
+using qormin::test::ToolRun;
 
 // The real program in batch mode on the user's own settings store (no --settings), as a
 // desktop session or a scheduler would start it.
 ToolRun runTool(const QProcessEnvironment& environment, const QString& commands) {
-    QProcess tool;
-    tool.setProcessEnvironment(environment);
-    tool.start(QStringLiteral(QORMIN_DBTOOLS_PATH), {QStringLiteral("--batch"), QStringLiteral("-")});
-    EXPECT_TRUE(tool.waitForStarted());
-    tool.write(commands.toUtf8());
-    tool.closeWriteChannel();
-    EXPECT_TRUE(tool.waitForFinished(120000));
-    return {tool.exitCode(), QString::fromUtf8(tool.readAllStandardOutput()),
-            QString::fromUtf8(tool.readAllStandardError())};
+    return qormin::test::runTool({QStringLiteral("--batch"), QStringLiteral("-")}, commands.toUtf8(),
+                                 environment);
 }
 
 QString readAll(const QString& path) {

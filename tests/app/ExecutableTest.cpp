@@ -1,10 +1,10 @@
 #include "QStringPrinter.h"
 #include "SimTestServer.h"
+#include "ToolRun.h"
 #include "WindowHarness.h"
 
 #include "platform/SettingsStore.h"
 
-#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QProcess>
@@ -13,39 +13,12 @@
 #include <QTest>
 #include <array>
 #include <csignal>
-#include <functional>
 #include <gtest/gtest.h>
 
 namespace {
 
-struct Finished {
-    int exitCode = -1;
-    QString output;
-    QString errors;
-};
-
-Finished runTool(const QStringList& arguments, const QByteArray& input,
-                 const QProcessEnvironment& environment = QProcessEnvironment::systemEnvironment()) {
-    QProcess process;
-    process.setProcessEnvironment(environment);
-    process.start(QStringLiteral(QORMIN_DBTOOLS_PATH), arguments);
-    EXPECT_TRUE(process.waitForStarted());
-    process.write(input);
-    process.closeWriteChannel();
-    EXPECT_TRUE(process.waitForFinished(120000));
-    return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
-            QString::fromUtf8(process.readAllStandardError())};
-}
-
-bool waitFor(const std::function<bool()>& condition) {
-    const QDeadlineTimer deadline(60000);
-    while (!condition()) {
-        if (deadline.hasExpired())
-            return false;
-        QTest::qWait(20);
-    }
-    return true;
-}
+using qormin::test::runTool;
+using Finished = qormin::test::ToolRun;
 
 // The process named so whose parent is parent (from /proc), or 0.
 qint64 childProcess(qint64 parent, const QString& name) {
@@ -161,8 +134,9 @@ TEST(ExecutableTest, terminationCancelsTheRunningStatementAndEndsTheDemoSimulato
             .toUtf8());
     tool.closeWriteChannel();
     tool.waitForBytesWritten();
-    ASSERT_TRUE(waitFor(
-        [&] { return server->statements().join(u'\n').contains(QStringLiteral("BACKUP DATABASE Hung")); }));
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] { return server->statements().join(u'\n').contains(QStringLiteral("BACKUP DATABASE Hung")); },
+        60000));
     const qint64 simulator = childProcess(tool.processId(), QStringLiteral("qormin-sim"));
     ASSERT_NE(simulator, 0);
     ::kill(static_cast<pid_t>(tool.processId()), SIGTERM);
@@ -180,7 +154,7 @@ TEST(ExecutableTest, terminationCancelsTheRunningStatementAndEndsTheDemoSimulato
     EXPECT_FALSE(output.contains(QStringLiteral("\nHung\n"))) << output.toStdString();
     EXPECT_TRUE(output.trimmed().section(u'\n', -1).endsWith(QStringLiteral("exit status 4")))
         << output.toStdString();
-    EXPECT_TRUE(waitFor([&] { return !processRuns(simulator); }));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !processRuns(simulator); }, 60000));
 }
 
 // Two instances saving fields into one settings file at the same time lose none of each

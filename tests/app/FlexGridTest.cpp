@@ -23,7 +23,7 @@ std::shared_ptr<const ResultTable> databases() {
 }
 
 // Row 0 is the header row, as loops that start at row 0 expect to see it; cells outside read empty.
-TEST(FlexGridTest, boundGridCountsHeaderRowAndStartsOnFirstDataRow) {
+TEST(FlexGridTest, boundGridCountsHeaderRowAndStartsOnFirstDataRowEvenWhenEmpty) {
     FlexGrid grid;
     EXPECT_EQ(grid.Rows(), 0);
     ASSERT_TRUE(grid.bind(databases()));
@@ -38,13 +38,10 @@ TEST(FlexGridTest, boundGridCountsHeaderRowAndStartsOnFirstDataRow) {
     // A closed recordset leaves the grid as it was.
     EXPECT_FALSE(grid.bind(nullptr));
     EXPECT_EQ(grid.TextMatrix(1, 0), QStringLiteral("Billing"));
-}
-
-TEST(FlexGridTest, emptyResultLeavesOnlyTheHeaderRow) {
-    FlexGrid grid;
-    auto table = std::make_shared<ResultTable>();
-    table->columns = {{QStringLiteral("name"), 0, 0, 0, true}};
-    grid.bind(table);
+    // An empty result leaves only the header row.
+    auto empty = std::make_shared<ResultTable>();
+    empty->columns = {{QStringLiteral("name"), 0, 0, 0, true}};
+    grid.bind(empty);
     EXPECT_EQ(grid.Rows(), 1);
     EXPECT_EQ(grid.Row(), 0);
 }
@@ -75,7 +72,7 @@ TEST(FlexGridTest, addItemSplitsTabsAndStartsBelowHeaderRow) {
     EXPECT_EQ(grid.Rows(), 0);
 }
 
-TEST(FlexGridTest, columnWidthIsInTwips) {
+TEST(FlexGridTest, columnWidthIsInTwipsAndRowOutsideTheGridIsIgnored) {
     FlexGrid grid;
     grid.bind(databases());
     grid.setColWidth(0, 3000);
@@ -86,11 +83,7 @@ TEST(FlexGridTest, columnWidthIsInTwips) {
     EXPECT_EQ(grid.ColWidth(1), 2300);
     grid.setColumnWidth(1, 100); // resized by the user
     EXPECT_EQ(grid.ColWidth(1), 1500);
-}
-
-TEST(FlexGridTest, rowOutsideTheGridIsIgnored) {
-    FlexGrid grid;
-    grid.bind(databases());
+    // A row outside the grid is ignored.
     grid.setRow(3);
     grid.setRow(4);
     grid.setRow(-1);

@@ -269,10 +269,6 @@ const CloseCase closeCases[] = {
 INSTANTIATE_TEST_SUITE_P(Close, CloseWhileRunningTest, testing::ValuesIn(closeCases),
                          [](const auto& testInfo) { return std::string(testInfo.param.name); });
 
-} // namespace qormin::test
-
-namespace qormin::test {
-
 // A handler that takes no notice of Cancel or STOP: after Yes the window waits for it no longer
 // than the stopper's limit, says so in the log and closes anyway.
 TEST_F(HandlerGateTest, handlerThatDoesNotEndAfterItsCancelIsLoggedAndTheWindowClosesAnyway) {
