@@ -13,18 +13,10 @@ using qormin::test::WindowHarness;
 TEST(BatchModeTest, setFiresTheChangeHandlerAndPrintShowsTheText) {
     WindowHarness harness;
     harness.load();
-    const auto result = harness.runBatch(QStringLiteral("# a comment\n"
-                                                        "\n"
-                                                        "set txtDB Patient_Data\n"
-                                                        "set chkALL 1\n"
-                                                        "set txtServer(1) a\\tb\n"
-                                                        "print txtDB\n"
-                                                        "print chkALL\n"
-                                                        "print chkStop\n"
-                                                        "print txtServer(1)\n"
-                                                        "print cmdConnect(0)\n"
-                                                        "page 2\n"
-                                                        "print SSTab1\n"));
+    const auto result = harness.runBatch(QStringLiteral("# a comment\n\nset txtDB Patient_Data\n"
+                                                        "set chkALL 1\nset txtServer(1) a\\tb\nprint txtDB\n"
+                                                        "print chkALL\nprint chkStop\nprint txtServer(1)\n"
+                                                        "print cmdConnect(0)\npage 2\nprint SSTab1\n"));
     EXPECT_EQ(result.exitCode, 0) << result.errors.toStdString();
     EXPECT_EQ(result.output, QStringLiteral("Patient_Data\n1\n0\na\tb\nConnect\n2\n"));
     EXPECT_TRUE(harness.window().chkALL()->isChecked());
@@ -35,8 +27,7 @@ TEST(BatchModeTest, setFiresTheChangeHandlerAndPrintShowsTheText) {
 TEST(BatchModeTest, messageBoxIsPrintedWithTheAnswerUsed) {
     WindowHarness harness;
     harness.load();
-    const auto result = harness.runBatch(QStringLiteral("click cmdSaveScript\n"
-                                                        "answer yes\n"
+    const auto result = harness.runBatch(QStringLiteral("click cmdSaveScript\nanswer yes\n"
                                                         "click cmdSaveScript\n"));
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.output, QStringLiteral("MSGBOX: No statements have been withheld yet. -> ok\n"
@@ -54,8 +45,7 @@ TEST(BatchModeTest, subsidiaryWindowControlsAreNamedAfterTheWindow) {
         (new QVBoxLayout(window))->addWidget(years);
         return window;
     });
-    const auto result = harness.runBatch(QStringLiteral("open frmHistorical\n"
-                                                        "set frmHistorical.txtYears 5\n"
+    const auto result = harness.runBatch(QStringLiteral("open frmHistorical\nset frmHistorical.txtYears 5\n"
                                                         "print frmHistorical.txtYears\n"));
     EXPECT_EQ(result.exitCode, 0) << result.errors.toStdString();
     EXPECT_EQ(result.output, QStringLiteral("5\n"));

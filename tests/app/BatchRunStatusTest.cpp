@@ -105,10 +105,8 @@ TEST_F(BatchRunStatusTest, logLinesAndServerMessagesReachTheOutputInOrder) {
 
 TEST_F(BatchRunStatusTest, scriptOnlyRunSavesTheWithheldStatementsWhereTheBatchSays) {
     const QString path = m_harness.folder(QStringLiteral("out")) + QStringLiteral("/night.sql");
-    const BatchResult result = m_harness.runBatch(QStringLiteral("set chkScriptOnly 1\n"
-                                                                 "set txtDB Billing\n"
-                                                                 "click cmdBackup(0)\n"
-                                                                 "answer file %1\n"
+    const BatchResult result = m_harness.runBatch(QStringLiteral("set chkScriptOnly 1\nset txtDB Billing\n"
+                                                                 "click cmdBackup(0)\nanswer file %1\n"
                                                                  "click cmdSaveScript\n")
                                                       .arg(path));
     EXPECT_EQ(result.exitCode, 0) << result.errors.toStdString();

@@ -58,12 +58,9 @@ void writeProgram(const QString& path, const QByteArray& body) {
 void writeShareTools(const QString& programs, const QString& folder) {
     writeProgram(programs + QStringLiteral("/smbclient"), "cat >> \"$0.input\"\n");
     writeProgram(programs + QStringLiteral("/gio"),
-                 QStringLiteral("case \"$1 $2\" in\n"
-                                "'mount -u'*) rmdir '%1';;\n"
+                 QStringLiteral("case \"$1 $2\" in\n'mount -u'*) rmdir '%1';;\n"
                                 "mount*) printf 'Password: '; read answer; echo \"$answer\" >> \"$0.input\"; "
-                                "mkdir -p '%1';;\n"
-                                "info*) echo 'local path: %1';;\n"
-                                "esac\n")
+                                "mkdir -p '%1';;\ninfo*) echo 'local path: %1';;\nesac\n")
                      .arg(folder)
                      .toUtf8());
 }

@@ -86,8 +86,7 @@ TEST(DatabaseListTest, rightGridDoubleClickListsTablesThroughTheLeftServer) {
     harness.storeConnection(0, left->address(), QStringLiteral("secret"));
     harness.storeConnection(1, right->address(), QStringLiteral("secret"));
     harness.load();
-    const auto result = harness.runBatch(QStringLiteral("dblclick GridDB(1) 1\n"
-                                                        "print lblcount\n"
+    const auto result = harness.runBatch(QStringLiteral("dblclick GridDB(1) 1\nprint lblcount\n"
                                                         "select Grid2 2\n"));
     ASSERT_EQ(result.exitCode, 0) << result.errors.toStdString();
     EXPECT_EQ(result.output, QStringLiteral("2\n"));
@@ -130,10 +129,8 @@ TEST(DatabaseListTest, failedLoginShowsTheServersMessageAndTheConnectButtonRetri
     EXPECT_FALSE(harness.window().serverAccess().IsConnected(0));
     // Start-up went on after the box.
     EXPECT_TRUE(harness.window().serverAccess().log().text().startsWith(QStringLiteral("checking path ")));
-    const auto result = harness.runBatch(QStringLiteral("set txtPW(0) secret\n"
-                                                        "click cmdConnect(0)\n"
-                                                        "click cmdRefreshDB(0)\n"
-                                                        "print lblDBCount(0)\n"));
+    const auto result = harness.runBatch(QStringLiteral("set txtPW(0) secret\nclick cmdConnect(0)\n"
+                                                        "click cmdRefreshDB(0)\nprint lblDBCount(0)\n"));
     ASSERT_EQ(result.exitCode, 0) << result.errors.toStdString();
     EXPECT_EQ(result.output, QStringLiteral("4\n"));
     EXPECT_TRUE(harness.window().serverAccess().IsConnected(0));

@@ -67,18 +67,11 @@ TEST(ExecutableTest, batchFromStandardInputDrivesTheRealProgram) {
     file.write("Lab..tbResults\r\n");
     file.close();
     const QByteArray commands =
-        QStringLiteral("set txtServer(0) %1\n"
-                       "set txtPW(0) secret\n"
-                       "click cmdRefreshDB(0)\n"
-                       "print lblDBCount(0)\n"
-                       "print GridDB(0)\n"
-                       "click cmdInit\n"
-                       "print ctlExclue.lblFile\n"
+        QStringLiteral("set txtServer(0) %1\nset txtPW(0) secret\nclick cmdRefreshDB(0)\n"
+                       "print lblDBCount(0)\nprint GridDB(0)\nclick cmdInit\nprint ctlExclue.lblFile\n"
                        "print ctlExclue.txtFileVal\n"
                        "set ctlExclue.txtFileVal Lab..tbResults\\r\\nBilling..tbAudit\\r\\n\n"
-                       "click ctlExclue.cmdSaveFile\n"
-                       "select GridDB(0) 9\n"
-                       "print txtDB\n")
+                       "click ctlExclue.cmdSaveFile\nselect GridDB(0) 9\nprint txtDB\n")
             .arg(server->address())
             .toUtf8();
     const Finished run =
