@@ -30,17 +30,11 @@ QString readAll(const QString& path) {
     return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
 }
 
-QString escaped(QString value) {
-    return value.replace(u'\\', QStringLiteral("\\\\"));
-}
-
-constexpr auto privateMode = QFileDevice::ReadOwner | QFileDevice::WriteOwner;
-
 bool isPrivate(const QString& path) {
     constexpr auto everyone = QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner |
                               QFileDevice::ReadGroup | QFileDevice::WriteGroup | QFileDevice::ExeGroup |
                               QFileDevice::ReadOther | QFileDevice::WriteOther | QFileDevice::ExeOther;
-    return (QFileInfo(path).permissions() & everyone) == privateMode;
+    return (QFileInfo(path).permissions() & everyone) == (QFileDevice::ReadOwner | QFileDevice::WriteOwner);
 }
 
 const QString notice = QStringLiteral("Passwords are kept in the settings file ");
@@ -102,7 +96,8 @@ TEST(CredentialStoreTest, passwordsLiveInTheKeyringAndNowhereElse) {
                     "set txtMountRoot %1\nclick cmdNetworkConnect(1)\nset txtDB master\n"
                     "set txtTESTConnection Provider=SQLOLEDB;Server=%3;UID=sa;Database=MASTER;Password=%4\n"
                     "click cmdTest(0)\n")
-                    .arg(escaped(mountRoot), sharePassword, server->address(), sqlPassword));
+                    .arg(QString(mountRoot).replace(u'\\', QStringLiteral("\\\\")), sharePassword,
+                         server->address(), sqlPassword));
     EXPECT_EQ(night.exitCode, 0) << night.errors.toStdString() << night.output.toStdString();
     EXPECT_TRUE(night.output.contains(QStringLiteral(" left log: Connected."))) << night.output.toStdString();
     EXPECT_FALSE(night.output.contains(notice)) << night.output.toStdString();

@@ -44,11 +44,6 @@ bool processRuns(qint64 pid) {
     return !text.mid(text.lastIndexOf(')') + 2).startsWith('Z');
 }
 
-QByteArray readFile(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
-}
-
 // One run of the real program: settings and data folder from the command line, a server
 // reached from typed texts, a panel saved into the data folder, and a faulty line ending it.
 TEST(ExecutableTest, batchFromStandardInputDrivesTheRealProgram) {
@@ -98,7 +93,8 @@ TEST(ExecutableTest, batchFromStandardInputDrivesTheRealProgram) {
     EXPECT_TRUE(logged.last().endsWith(QStringLiteral("exit status 2"))) << logged.last().toStdString();
     EXPECT_TRUE(run.errors.contains(QStringLiteral("batch line 11: row 9 is out of range")))
         << run.errors.toStdString();
-    EXPECT_EQ(readFile(list), QByteArray("Lab..tbResults\r\nBilling..tbAudit\r\n"));
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_EQ(file.readAll(), QByteArray("Lab..tbResults\r\nBilling..tbAudit\r\n"));
 }
 
 // --demo starts the simulator as a program of its own.
