@@ -184,7 +184,7 @@ TEST(ExecutableTest, twoInstancesSavingAtOnceLoseNothing) {
 // The version comes from one place in the build: the option prints it, the caption shows it,
 // and it is the project's version (which the package takes as well). The option works where
 // there is no display at all, as on a server's shell.
-TEST(ExecutableTest, versionOptionsAndCaptionShowTheProjectVersion) {
+TEST(ExecutableTest, versionOptionsAndCaptionShowTheProjectVersionAndAMissingBatchFileIsStatusTwo) {
     const QString version = QStringLiteral(QORMIN_PROJECT_VERSION);
     QProcessEnvironment noDisplay = QProcessEnvironment::systemEnvironment();
     for (const char* name : {"QT_QPA_PLATFORM", "DISPLAY", "WAYLAND_DISPLAY"})
@@ -197,9 +197,7 @@ TEST(ExecutableTest, versionOptionsAndCaptionShowTheProjectVersion) {
     qormin::test::WindowHarness harness;
     harness.load();
     EXPECT_EQ(harness.window().windowTitle(), QStringLiteral("QORMIN DB Tools v.") + version);
-}
-
-TEST(ExecutableTest, missingBatchFileIsReportedWithStatusTwo) {
+    // A batch file that cannot be read ends the run with status 2.
     QTemporaryDir folder;
     const Finished run = runTool({QStringLiteral("--settings"), folder.filePath(QStringLiteral("s.ini")),
                                   QStringLiteral("--batch"), folder.filePath(QStringLiteral("missing.txt"))},
