@@ -46,18 +46,6 @@ TEST(FlexGridTest, boundGridCountsHeaderRowAndStartsOnFirstDataRowEvenWhenEmpty)
     EXPECT_EQ(grid.Row(), 0);
 }
 
-TEST(FlexGridTest, changingACellKeepsTheBoundResultUntouched) {
-    const auto table = databases();
-    FlexGrid grid;
-    grid.bind(table);
-    grid.setTextMatrix(1, 0, QStringLiteral("Billing2"));
-    grid.setTextMatrix(0, 1, QStringLiteral("KB"));
-    EXPECT_EQ(grid.TextMatrix(1, 0), QStringLiteral("Billing2"));
-    EXPECT_EQ(grid.TextMatrix(3, 0), QStringLiteral("Station"));
-    EXPECT_EQ(grid.model()->headerData(1, Qt::Horizontal).toString(), QStringLiteral("KB"));
-    EXPECT_EQ(table->rows[0][0].toString(), QStringLiteral("Billing"));
-}
-
 TEST(FlexGridTest, addItemSplitsTabsAndStartsBelowHeaderRow) {
     FlexGrid grid;
     grid.AddItem(QStringLiteral("Patient_Files..tbPatientDocs\tConversionTime"));
@@ -72,9 +60,10 @@ TEST(FlexGridTest, addItemSplitsTabsAndStartsBelowHeaderRow) {
     EXPECT_EQ(grid.Rows(), 0);
 }
 
-TEST(FlexGridTest, columnWidthIsInTwipsAndRowOutsideTheGridIsIgnored) {
+TEST(FlexGridTest, columnWidthIsInTwipsRowOutsideTheGridIsIgnoredAndCellsChangeOnlyTheGrid) {
+    const auto table = databases();
     FlexGrid grid;
-    grid.bind(databases());
+    grid.bind(table);
     grid.setColWidth(0, 3000);
     EXPECT_EQ(grid.columnWidth(0), 200);
     EXPECT_EQ(grid.ColWidth(0), 3000);
@@ -83,6 +72,13 @@ TEST(FlexGridTest, columnWidthIsInTwipsAndRowOutsideTheGridIsIgnored) {
     EXPECT_EQ(grid.ColWidth(1), 2300);
     grid.setColumnWidth(1, 100); // resized by the user
     EXPECT_EQ(grid.ColWidth(1), 1500);
+    // Changing a cell keeps the bound result untouched.
+    grid.setTextMatrix(1, 0, QStringLiteral("Billing2"));
+    grid.setTextMatrix(0, 1, QStringLiteral("KB"));
+    EXPECT_EQ(grid.TextMatrix(1, 0), QStringLiteral("Billing2"));
+    EXPECT_EQ(grid.TextMatrix(3, 0), QStringLiteral("Station"));
+    EXPECT_EQ(grid.model()->headerData(1, Qt::Horizontal).toString(), QStringLiteral("KB"));
+    EXPECT_EQ(table->rows[0][0].toString(), QStringLiteral("Billing"));
     // A row outside the grid is ignored.
     grid.setRow(3);
     grid.setRow(4);
