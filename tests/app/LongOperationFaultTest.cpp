@@ -227,10 +227,6 @@ const Operation operations[] = {
      checkRepair},
 };
 
-void PrintTo(const FaultCase& fault, std::ostream* out) {
-    *out << fault.operation->name << ' ' << fault.point->name << ' ' << fault.place;
-}
-
 std::vector<FaultCase> faultCases() {
     std::vector<FaultCase> cases;
     for (const Operation& operation : operations) {
