@@ -10,43 +10,26 @@ namespace {
 
 using qormin::test::WindowHarness;
 
-TEST(BatchModeTest, setFiresTheChangeHandlerAndPrintShowsTheText) {
+TEST(BatchModeTest, setFiresTheChangeHandlerPrintShowsTheTextAndMessageBoxesAndSubsidiaryWindowsWork) {
     WindowHarness harness;
     harness.load();
-    const auto result = harness.runBatch(QStringLiteral("# a comment\n"
-                                                        "\n"
-                                                        "set txtDB Patient_Data\n"
-                                                        "set chkALL 1\n"
-                                                        "set txtServer(1) a\\tb\n"
-                                                        "print txtDB\n"
-                                                        "print chkALL\n"
-                                                        "print chkStop\n"
-                                                        "print txtServer(1)\n"
-                                                        "print cmdConnect(0)\n"
-                                                        "page 2\n"
-                                                        "print SSTab1\n"));
+    const auto result = harness.runBatch(QStringLiteral("# a comment\n\nset txtDB Patient_Data\n"
+                                                        "set chkALL 1\nset txtServer(1) a\\tb\nprint txtDB\n"
+                                                        "print chkALL\nprint chkStop\nprint txtServer(1)\n"
+                                                        "print cmdConnect(0)\npage 2\nprint SSTab1\n"));
     EXPECT_EQ(result.exitCode, 0) << result.errors.toStdString();
     EXPECT_EQ(result.output, QStringLiteral("Patient_Data\n1\n0\na\tb\nConnect\n2\n"));
     EXPECT_TRUE(harness.window().chkALL()->isChecked());
     EXPECT_EQ(harness.settings().getSetting(QStringLiteral("MIR"), QStringLiteral("txtServer1")),
               QStringLiteral("a\tb"));
-}
-
-TEST(BatchModeTest, messageBoxIsPrintedWithTheAnswerUsed) {
-    WindowHarness harness;
-    harness.load();
-    const auto result = harness.runBatch(QStringLiteral("click cmdSaveScript\n"
-                                                        "answer yes\n"
-                                                        "click cmdSaveScript\n"));
-    EXPECT_EQ(result.exitCode, 0);
-    EXPECT_EQ(result.output, QStringLiteral("MSGBOX: No statements have been withheld yet. -> ok\n"
-                                            "MSGBOX: No statements have been withheld yet. -> ok\n"));
-    EXPECT_TRUE(result.errors.contains(QStringLiteral("has no yes button"))) << result.errors.toStdString();
-}
-
-TEST(BatchModeTest, subsidiaryWindowControlsAreNamedAfterTheWindow) {
-    WindowHarness harness;
-    harness.load();
+    // A message box is printed with the answer used.
+    const auto boxes = harness.runBatch(QStringLiteral("click cmdSaveScript\nanswer yes\n"
+                                                       "click cmdSaveScript\n"));
+    EXPECT_EQ(boxes.exitCode, 0);
+    EXPECT_EQ(boxes.output, QStringLiteral("MSGBOX: No statements have been withheld yet. -> ok\n"
+                                           "MSGBOX: No statements have been withheld yet. -> ok\n"));
+    EXPECT_TRUE(boxes.errors.contains(QStringLiteral("has no yes button"))) << boxes.errors.toStdString();
+    // A subsidiary window's controls are named after the window.
     harness.window().registerWindow(QStringLiteral("frmHistorical"), [](QWidget* parent) {
         auto* window = new QWidget(parent);
         auto* years = new QLineEdit(window);
@@ -54,11 +37,11 @@ TEST(BatchModeTest, subsidiaryWindowControlsAreNamedAfterTheWindow) {
         (new QVBoxLayout(window))->addWidget(years);
         return window;
     });
-    const auto result = harness.runBatch(QStringLiteral("open frmHistorical\n"
-                                                        "set frmHistorical.txtYears 5\n"
-                                                        "print frmHistorical.txtYears\n"));
-    EXPECT_EQ(result.exitCode, 0) << result.errors.toStdString();
-    EXPECT_EQ(result.output, QStringLiteral("5\n"));
+    const auto subsidiary =
+        harness.runBatch(QStringLiteral("open frmHistorical\nset frmHistorical.txtYears 5\n"
+                                        "print frmHistorical.txtYears\n"));
+    EXPECT_EQ(subsidiary.exitCode, 0) << subsidiary.errors.toStdString();
+    EXPECT_EQ(subsidiary.output, QStringLiteral("5\n"));
 }
 
 struct FailureCase {

@@ -12,15 +12,13 @@ namespace {
 
 // The header row's "name" and the database "Broken" cannot be backed up; Billing reports progress.
 const QByteArray scenario = R"json({
-  "login": {"user": "sa", "password": "demo"},
-  "rules": [
+  "login": {"user": "sa", "password": "demo"}, "rules": [
     {"exact": "SELECT name FROM sys.databases where database_id >= 5 order by name ",
      "response": {"result": {"columns": ["name:nvarchar(128)"], "rows": [["Billing"], ["Patient_Data"]]}}},
     {"regex": "^BACKUP \\w+\\s+(name|Broken) ", "response": [
       {"error": {"number": 911, "text": "Database '{1}' does not exist. Make sure that the name is entered correctly."}},
       {"error": {"number": 3013, "text": "BACKUP DATABASE is terminating abnormally."}}]},
-    {"prefix": "BACKUP DATABASE Billing ", "response": {"progress": {"every": 50, "pace": 1}}}
-  ]
+    {"prefix": "BACKUP DATABASE Billing ", "response": {"progress": {"every": 50, "pace": 1}}} ]
 })json";
 
 } // namespace
@@ -105,10 +103,8 @@ TEST_F(BatchRunStatusTest, logLinesAndServerMessagesReachTheOutputInOrder) {
 
 TEST_F(BatchRunStatusTest, scriptOnlyRunSavesTheWithheldStatementsWhereTheBatchSays) {
     const QString path = m_harness.folder(QStringLiteral("out")) + QStringLiteral("/night.sql");
-    const BatchResult result = m_harness.runBatch(QStringLiteral("set chkScriptOnly 1\n"
-                                                                 "set txtDB Billing\n"
-                                                                 "click cmdBackup(0)\n"
-                                                                 "answer file %1\n"
+    const BatchResult result = m_harness.runBatch(QStringLiteral("set chkScriptOnly 1\nset txtDB Billing\n"
+                                                                 "click cmdBackup(0)\nanswer file %1\n"
                                                                  "click cmdSaveScript\n")
                                                       .arg(path));
     EXPECT_EQ(result.exitCode, 0) << result.errors.toStdString();

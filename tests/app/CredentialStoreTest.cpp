@@ -1,13 +1,13 @@
 #include "KeyringTestSession.h"
 #include "QStringPrinter.h"
 #include "SimTestServer.h"
+#include "ToolRun.h"
 
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QLocalServer>
-#include <QProcess>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
@@ -16,24 +16,13 @@ namespace {
 
 using qormin::test::KeyringTestSession;
 
-struct ToolRun {
-    int exitCode = -1;
-    QString output;
-    QString errors;
-};
+using qormin::test::ToolRun;
 
 // The real program in batch mode on the user's own settings store (no --settings), as a
 // desktop session or a scheduler would start it.
 ToolRun runTool(const QProcessEnvironment& environment, const QString& commands) {
-    QProcess tool;
-    tool.setProcessEnvironment(environment);
-    tool.start(QStringLiteral(QORMIN_DBTOOLS_PATH), {QStringLiteral("--batch"), QStringLiteral("-")});
-    EXPECT_TRUE(tool.waitForStarted());
-    tool.write(commands.toUtf8());
-    tool.closeWriteChannel();
-    EXPECT_TRUE(tool.waitForFinished(120000));
-    return {tool.exitCode(), QString::fromUtf8(tool.readAllStandardOutput()),
-            QString::fromUtf8(tool.readAllStandardError())};
+    return qormin::test::runTool({QStringLiteral("--batch"), QStringLiteral("-")}, commands.toUtf8(),
+                                 environment);
 }
 
 QString readAll(const QString& path) {
@@ -41,17 +30,11 @@ QString readAll(const QString& path) {
     return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
 }
 
-QString escaped(QString value) {
-    return value.replace(u'\\', QStringLiteral("\\\\"));
-}
-
-constexpr auto privateMode = QFileDevice::ReadOwner | QFileDevice::WriteOwner;
-
 bool isPrivate(const QString& path) {
     constexpr auto everyone = QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner |
                               QFileDevice::ReadGroup | QFileDevice::WriteGroup | QFileDevice::ExeGroup |
                               QFileDevice::ReadOther | QFileDevice::WriteOther | QFileDevice::ExeOther;
-    return (QFileInfo(path).permissions() & everyone) == privateMode;
+    return (QFileInfo(path).permissions() & everyone) == (QFileDevice::ReadOwner | QFileDevice::WriteOwner);
 }
 
 const QString notice = QStringLiteral("Passwords are kept in the settings file ");
@@ -69,12 +52,9 @@ void writeProgram(const QString& path, const QByteArray& body) {
 void writeShareTools(const QString& programs, const QString& folder) {
     writeProgram(programs + QStringLiteral("/smbclient"), "cat >> \"$0.input\"\n");
     writeProgram(programs + QStringLiteral("/gio"),
-                 QStringLiteral("case \"$1 $2\" in\n"
-                                "'mount -u'*) rmdir '%1';;\n"
+                 QStringLiteral("case \"$1 $2\" in\n'mount -u'*) rmdir '%1';;\n"
                                 "mount*) printf 'Password: '; read answer; echo \"$answer\" >> \"$0.input\"; "
-                                "mkdir -p '%1';;\n"
-                                "info*) echo 'local path: %1';;\n"
-                                "esac\n")
+                                "mkdir -p '%1';;\ninfo*) echo 'local path: %1';;\nesac\n")
                      .arg(folder)
                      .toUtf8());
 }
@@ -116,7 +96,8 @@ TEST(CredentialStoreTest, passwordsLiveInTheKeyringAndNowhereElse) {
                     "set txtMountRoot %1\nclick cmdNetworkConnect(1)\nset txtDB master\n"
                     "set txtTESTConnection Provider=SQLOLEDB;Server=%3;UID=sa;Database=MASTER;Password=%4\n"
                     "click cmdTest(0)\n")
-                    .arg(escaped(mountRoot), sharePassword, server->address(), sqlPassword));
+                    .arg(QString(mountRoot).replace(u'\\', QStringLiteral("\\\\")), sharePassword,
+                         server->address(), sqlPassword));
     EXPECT_EQ(night.exitCode, 0) << night.errors.toStdString() << night.output.toStdString();
     EXPECT_TRUE(night.output.contains(QStringLiteral(" left log: Connected."))) << night.output.toStdString();
     EXPECT_FALSE(night.output.contains(notice)) << night.output.toStdString();

@@ -16,10 +16,8 @@ using qormin::test::SimTestServer;
 using qormin::test::WindowHarness;
 
 const char* const hospitalScenario = R"json({
-  "login": {"user": "sa", "password": "secret"},
-  "databases": ["Billing", "Patient_Data", "Station"],
-  "rules": [
-    {"exact": "SELECT name FROM sys.databases where database_id >= 5 order by name ",
+  "login": {"user": "sa", "password": "secret"}, "databases": ["Billing", "Patient_Data", "Station"],
+  "rules": [ {"exact": "SELECT name FROM sys.databases where database_id >= 5 order by name ",
      "response": {"result": {"columns": ["name:nvarchar(128)"],
                              "rows": [["Billing"], ["Patient_Data"], ["Station"]]}}},
     {"prefix": " SELECT     t.NAME AS TableName,", "database": "Billing",
@@ -30,8 +28,7 @@ const char* const hospitalScenario = R"json({
     {"prefix": " SELECT     t.NAME AS TableName,", "database": "Station",
      "response": {"error": {"number": 229, "text": "The SELECT permission was denied on the object 'tables', database 'mssqlsystemresource', schema 'sys'."}}},
     {"exact": "SELECT CONVERT(bigint, rows) as RCNT from sysindexes WHERE id = OBJECT_ID('tbCashAssessment') AND indid < 2",
-     "response": {"result": {"columns": ["RCNT:bigint"], "rows": [[500]]}}}
-  ]
+     "response": {"result": {"columns": ["RCNT:bigint"], "rows": [[500]]}}} ]
 })json";
 
 std::unique_ptr<SimTestServer> startServer() {
@@ -60,7 +57,7 @@ TEST(DatabaseListTest, startUpConnectsOnlyTheSideWithAStoredPassword) {
     EXPECT_EQ(harness.output(), QString());
 }
 
-TEST(DatabaseListTest, countIncludesTheHeaderRowAndClickPicksTheDatabase) {
+TEST(DatabaseListTest, countIncludesTheHeaderRowClickPicksTheDatabaseAndARefusedTableListSaysWhy) {
     const auto server = startServer();
     WindowHarness harness;
     harness.storeConnection(0, server->address(), QStringLiteral("secret"));
@@ -75,6 +72,13 @@ TEST(DatabaseListTest, countIncludesTheHeaderRowAndClickPicksTheDatabase) {
     EXPECT_EQ(result.exitCode, 0) << result.errors.toStdString();
     // A click on the header row picks the column's name.
     EXPECT_EQ(result.output, QStringLiteral("Patient_Data\nname\nname\nBilling\nPatient_Data\nStation\n"));
+    // A refused table list says why and counts no tables.
+    const auto refused = harness.runBatch(QStringLiteral("dblclick GridDB(0) 3\nprint lblcount\n"));
+    ASSERT_EQ(refused.exitCode, 1) << refused.errors.toStdString();
+    EXPECT_EQ(refused.output, QStringLiteral("0\n"));
+    EXPECT_TRUE(harness.window().serverAccess().log().text().startsWith(QStringLiteral(
+        "The SELECT permission was denied on the object 'tables', database 'mssqlsystemresource', "
+        "schema 'sys'.\r\n")));
 }
 
 // The table list of a database picked in the right grid comes from the left server, whose
@@ -86,8 +90,7 @@ TEST(DatabaseListTest, rightGridDoubleClickListsTablesThroughTheLeftServer) {
     harness.storeConnection(0, left->address(), QStringLiteral("secret"));
     harness.storeConnection(1, right->address(), QStringLiteral("secret"));
     harness.load();
-    const auto result = harness.runBatch(QStringLiteral("dblclick GridDB(1) 1\n"
-                                                        "print lblcount\n"
+    const auto result = harness.runBatch(QStringLiteral("dblclick GridDB(1) 1\nprint lblcount\n"
                                                         "select Grid2 2\n"));
     ASSERT_EQ(result.exitCode, 0) << result.errors.toStdString();
     EXPECT_EQ(result.output, QStringLiteral("2\n"));
@@ -108,19 +111,6 @@ TEST(DatabaseListTest, rightGridDoubleClickListsTablesThroughTheLeftServer) {
     EXPECT_TRUE(window.serverAccess().log().text().startsWith(QStringLiteral("ROWS: 500\r\n")));
 }
 
-TEST(DatabaseListTest, refusedTableListSaysWhyAndCountsNoTables) {
-    const auto server = startServer();
-    WindowHarness harness;
-    harness.storeConnection(0, server->address(), QStringLiteral("secret"));
-    harness.load();
-    const auto result = harness.runBatch(QStringLiteral("dblclick GridDB(0) 3\nprint lblcount\n"));
-    ASSERT_EQ(result.exitCode, 1) << result.errors.toStdString();
-    EXPECT_EQ(result.output, QStringLiteral("0\n"));
-    EXPECT_TRUE(harness.window().serverAccess().log().text().startsWith(QStringLiteral(
-        "The SELECT permission was denied on the object 'tables', database 'mssqlsystemresource', "
-        "schema 'sys'.\r\n")));
-}
-
 TEST(DatabaseListTest, failedLoginShowsTheServersMessageAndTheConnectButtonRetriesWithTheCurrentTexts) {
     const auto server = startServer();
     WindowHarness harness;
@@ -130,10 +120,8 @@ TEST(DatabaseListTest, failedLoginShowsTheServersMessageAndTheConnectButtonRetri
     EXPECT_FALSE(harness.window().serverAccess().IsConnected(0));
     // Start-up went on after the box.
     EXPECT_TRUE(harness.window().serverAccess().log().text().startsWith(QStringLiteral("checking path ")));
-    const auto result = harness.runBatch(QStringLiteral("set txtPW(0) secret\n"
-                                                        "click cmdConnect(0)\n"
-                                                        "click cmdRefreshDB(0)\n"
-                                                        "print lblDBCount(0)\n"));
+    const auto result = harness.runBatch(QStringLiteral("set txtPW(0) secret\nclick cmdConnect(0)\n"
+                                                        "click cmdRefreshDB(0)\nprint lblDBCount(0)\n"));
     ASSERT_EQ(result.exitCode, 0) << result.errors.toStdString();
     EXPECT_EQ(result.output, QStringLiteral("4\n"));
     EXPECT_TRUE(harness.window().serverAccess().IsConnected(0));

@@ -1,10 +1,10 @@
 #include "QStringPrinter.h"
 #include "SimTestServer.h"
+#include "ToolRun.h"
 #include "WindowHarness.h"
 
 #include "platform/SettingsStore.h"
 
-#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QProcess>
@@ -13,39 +13,12 @@
 #include <QTest>
 #include <array>
 #include <csignal>
-#include <functional>
 #include <gtest/gtest.h>
 
 namespace {
 
-struct Finished {
-    int exitCode = -1;
-    QString output;
-    QString errors;
-};
-
-Finished runTool(const QStringList& arguments, const QByteArray& input,
-                 const QProcessEnvironment& environment = QProcessEnvironment::systemEnvironment()) {
-    QProcess process;
-    process.setProcessEnvironment(environment);
-    process.start(QStringLiteral(QORMIN_DBTOOLS_PATH), arguments);
-    EXPECT_TRUE(process.waitForStarted());
-    process.write(input);
-    process.closeWriteChannel();
-    EXPECT_TRUE(process.waitForFinished(120000));
-    return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
-            QString::fromUtf8(process.readAllStandardError())};
-}
-
-bool waitFor(const std::function<bool()>& condition) {
-    const QDeadlineTimer deadline(60000);
-    while (!condition()) {
-        if (deadline.hasExpired())
-            return false;
-        QTest::qWait(20);
-    }
-    return true;
-}
+using qormin::test::runTool;
+using Finished = qormin::test::ToolRun;
 
 // The process named so whose parent is parent (from /proc), or 0.
 qint64 childProcess(qint64 parent, const QString& name) {
@@ -71,11 +44,6 @@ bool processRuns(qint64 pid) {
     return !text.mid(text.lastIndexOf(')') + 2).startsWith('Z');
 }
 
-QByteArray readFile(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
-}
-
 // One run of the real program: settings and data folder from the command line, a server
 // reached from typed texts, a panel saved into the data folder, and a faulty line ending it.
 TEST(ExecutableTest, batchFromStandardInputDrivesTheRealProgram) {
@@ -94,18 +62,11 @@ TEST(ExecutableTest, batchFromStandardInputDrivesTheRealProgram) {
     file.write("Lab..tbResults\r\n");
     file.close();
     const QByteArray commands =
-        QStringLiteral("set txtServer(0) %1\n"
-                       "set txtPW(0) secret\n"
-                       "click cmdRefreshDB(0)\n"
-                       "print lblDBCount(0)\n"
-                       "print GridDB(0)\n"
-                       "click cmdInit\n"
-                       "print ctlExclue.lblFile\n"
+        QStringLiteral("set txtServer(0) %1\nset txtPW(0) secret\nclick cmdRefreshDB(0)\n"
+                       "print lblDBCount(0)\nprint GridDB(0)\nclick cmdInit\nprint ctlExclue.lblFile\n"
                        "print ctlExclue.txtFileVal\n"
                        "set ctlExclue.txtFileVal Lab..tbResults\\r\\nBilling..tbAudit\\r\\n\n"
-                       "click ctlExclue.cmdSaveFile\n"
-                       "select GridDB(0) 9\n"
-                       "print txtDB\n")
+                       "click ctlExclue.cmdSaveFile\nselect GridDB(0) 9\nprint txtDB\n")
             .arg(server->address())
             .toUtf8();
     const Finished run =
@@ -132,7 +93,8 @@ TEST(ExecutableTest, batchFromStandardInputDrivesTheRealProgram) {
     EXPECT_TRUE(logged.last().endsWith(QStringLiteral("exit status 2"))) << logged.last().toStdString();
     EXPECT_TRUE(run.errors.contains(QStringLiteral("batch line 11: row 9 is out of range")))
         << run.errors.toStdString();
-    EXPECT_EQ(readFile(list), QByteArray("Lab..tbResults\r\nBilling..tbAudit\r\n"));
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_EQ(file.readAll(), QByteArray("Lab..tbResults\r\nBilling..tbAudit\r\n"));
 }
 
 // --demo starts the simulator as a program of its own.
@@ -161,8 +123,9 @@ TEST(ExecutableTest, terminationCancelsTheRunningStatementAndEndsTheDemoSimulato
             .toUtf8());
     tool.closeWriteChannel();
     tool.waitForBytesWritten();
-    ASSERT_TRUE(waitFor(
-        [&] { return server->statements().join(u'\n').contains(QStringLiteral("BACKUP DATABASE Hung")); }));
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] { return server->statements().join(u'\n').contains(QStringLiteral("BACKUP DATABASE Hung")); },
+        60000));
     const qint64 simulator = childProcess(tool.processId(), QStringLiteral("qormin-sim"));
     ASSERT_NE(simulator, 0);
     ::kill(static_cast<pid_t>(tool.processId()), SIGTERM);
@@ -180,7 +143,7 @@ TEST(ExecutableTest, terminationCancelsTheRunningStatementAndEndsTheDemoSimulato
     EXPECT_FALSE(output.contains(QStringLiteral("\nHung\n"))) << output.toStdString();
     EXPECT_TRUE(output.trimmed().section(u'\n', -1).endsWith(QStringLiteral("exit status 4")))
         << output.toStdString();
-    EXPECT_TRUE(waitFor([&] { return !processRuns(simulator); }));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !processRuns(simulator); }, 60000));
 }
 
 // Two instances saving fields into one settings file at the same time lose none of each
@@ -221,7 +184,7 @@ TEST(ExecutableTest, twoInstancesSavingAtOnceLoseNothing) {
 // The version comes from one place in the build: the option prints it, the caption shows it,
 // and it is the project's version (which the package takes as well). The option works where
 // there is no display at all, as on a server's shell.
-TEST(ExecutableTest, versionOptionsAndCaptionShowTheProjectVersion) {
+TEST(ExecutableTest, versionOptionsAndCaptionShowTheProjectVersionAndAMissingBatchFileIsStatusTwo) {
     const QString version = QStringLiteral(QORMIN_PROJECT_VERSION);
     QProcessEnvironment noDisplay = QProcessEnvironment::systemEnvironment();
     for (const char* name : {"QT_QPA_PLATFORM", "DISPLAY", "WAYLAND_DISPLAY"})
@@ -234,9 +197,7 @@ TEST(ExecutableTest, versionOptionsAndCaptionShowTheProjectVersion) {
     qormin::test::WindowHarness harness;
     harness.load();
     EXPECT_EQ(harness.window().windowTitle(), QStringLiteral("QORMIN DB Tools v.") + version);
-}
-
-TEST(ExecutableTest, missingBatchFileIsReportedWithStatusTwo) {
+    // A batch file that cannot be read ends the run with status 2.
     QTemporaryDir folder;
     const Finished run = runTool({QStringLiteral("--settings"), folder.filePath(QStringLiteral("s.ini")),
                                   QStringLiteral("--batch"), folder.filePath(QStringLiteral("missing.txt"))},

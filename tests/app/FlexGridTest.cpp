@@ -23,7 +23,7 @@ std::shared_ptr<const ResultTable> databases() {
 }
 
 // Row 0 is the header row, as loops that start at row 0 expect to see it; cells outside read empty.
-TEST(FlexGridTest, boundGridCountsHeaderRowAndStartsOnFirstDataRow) {
+TEST(FlexGridTest, boundGridCountsHeaderRowAndStartsOnFirstDataRowEvenWhenEmpty) {
     FlexGrid grid;
     EXPECT_EQ(grid.Rows(), 0);
     ASSERT_TRUE(grid.bind(databases()));
@@ -38,27 +38,12 @@ TEST(FlexGridTest, boundGridCountsHeaderRowAndStartsOnFirstDataRow) {
     // A closed recordset leaves the grid as it was.
     EXPECT_FALSE(grid.bind(nullptr));
     EXPECT_EQ(grid.TextMatrix(1, 0), QStringLiteral("Billing"));
-}
-
-TEST(FlexGridTest, emptyResultLeavesOnlyTheHeaderRow) {
-    FlexGrid grid;
-    auto table = std::make_shared<ResultTable>();
-    table->columns = {{QStringLiteral("name"), 0, 0, 0, true}};
-    grid.bind(table);
+    // An empty result leaves only the header row.
+    auto empty = std::make_shared<ResultTable>();
+    empty->columns = {{QStringLiteral("name"), 0, 0, 0, true}};
+    grid.bind(empty);
     EXPECT_EQ(grid.Rows(), 1);
     EXPECT_EQ(grid.Row(), 0);
-}
-
-TEST(FlexGridTest, changingACellKeepsTheBoundResultUntouched) {
-    const auto table = databases();
-    FlexGrid grid;
-    grid.bind(table);
-    grid.setTextMatrix(1, 0, QStringLiteral("Billing2"));
-    grid.setTextMatrix(0, 1, QStringLiteral("KB"));
-    EXPECT_EQ(grid.TextMatrix(1, 0), QStringLiteral("Billing2"));
-    EXPECT_EQ(grid.TextMatrix(3, 0), QStringLiteral("Station"));
-    EXPECT_EQ(grid.model()->headerData(1, Qt::Horizontal).toString(), QStringLiteral("KB"));
-    EXPECT_EQ(table->rows[0][0].toString(), QStringLiteral("Billing"));
 }
 
 TEST(FlexGridTest, addItemSplitsTabsAndStartsBelowHeaderRow) {
@@ -75,9 +60,10 @@ TEST(FlexGridTest, addItemSplitsTabsAndStartsBelowHeaderRow) {
     EXPECT_EQ(grid.Rows(), 0);
 }
 
-TEST(FlexGridTest, columnWidthIsInTwips) {
+TEST(FlexGridTest, columnWidthIsInTwipsRowOutsideTheGridIsIgnoredAndCellsChangeOnlyTheGrid) {
+    const auto table = databases();
     FlexGrid grid;
-    grid.bind(databases());
+    grid.bind(table);
     grid.setColWidth(0, 3000);
     EXPECT_EQ(grid.columnWidth(0), 200);
     EXPECT_EQ(grid.ColWidth(0), 3000);
@@ -86,11 +72,14 @@ TEST(FlexGridTest, columnWidthIsInTwips) {
     EXPECT_EQ(grid.ColWidth(1), 2300);
     grid.setColumnWidth(1, 100); // resized by the user
     EXPECT_EQ(grid.ColWidth(1), 1500);
-}
-
-TEST(FlexGridTest, rowOutsideTheGridIsIgnored) {
-    FlexGrid grid;
-    grid.bind(databases());
+    // Changing a cell keeps the bound result untouched.
+    grid.setTextMatrix(1, 0, QStringLiteral("Billing2"));
+    grid.setTextMatrix(0, 1, QStringLiteral("KB"));
+    EXPECT_EQ(grid.TextMatrix(1, 0), QStringLiteral("Billing2"));
+    EXPECT_EQ(grid.TextMatrix(3, 0), QStringLiteral("Station"));
+    EXPECT_EQ(grid.model()->headerData(1, Qt::Horizontal).toString(), QStringLiteral("KB"));
+    EXPECT_EQ(table->rows[0][0].toString(), QStringLiteral("Billing"));
+    // A row outside the grid is ignored.
     grid.setRow(3);
     grid.setRow(4);
     grid.setRow(-1);

@@ -34,14 +34,12 @@ namespace {
 
 // "Hung" never backs up until cancelled; reading a backup's file list takes a while.
 const QByteArray scenario = R"json({
-  "hangLimitSeconds": 10,
-  "rules": [
+  "hangLimitSeconds": 10, "rules": [
     {"exact": "SELECT name FROM sys.databases where database_id >= 5 order by name ",
      "response": {"result": {"columns": ["name:nvarchar(128)"], "rows": [["Billing"], ["Patient_Data"]]}}},
     {"prefix": "BACKUP DATABASE Hung ", "response": {"hang": true}},
     {"prefix": "SELECT top 1000 * FROM Patient_Files..tbPatientDocs", "response": {"hang": true}},
-    {"prefix": " RESTORE FILELISTONLY ", "response": [{"delay": 300}, {"done": {}}]}
-  ]
+    {"prefix": " RESTORE FILELISTONLY ", "response": [{"delay": 300}, {"done": {}}]} ]
 })json";
 
 } // namespace
@@ -268,10 +266,6 @@ const CloseCase closeCases[] = {
 
 INSTANTIATE_TEST_SUITE_P(Close, CloseWhileRunningTest, testing::ValuesIn(closeCases),
                          [](const auto& testInfo) { return std::string(testInfo.param.name); });
-
-} // namespace qormin::test
-
-namespace qormin::test {
 
 // A handler that takes no notice of Cancel or STOP: after Yes the window waits for it no longer
 // than the stopper's limit, says so in the log and closes anyway.

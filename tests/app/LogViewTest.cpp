@@ -12,7 +12,6 @@
 #include <QScrollBar>
 #include <QTest>
 #include <QTimer>
-#include <functional>
 #include <gtest/gtest.h>
 
 namespace {
@@ -28,10 +27,28 @@ QStringList rowsOf(const LogModel& model) {
     return rows;
 }
 
+// One step on the buffer each: "^text" prepends, "$text" appends, "=text" sets the text,
+// "#n" limits the lines, "" clears.
+void apply(LogBuffer& buffer, const QStringList& steps) {
+    for (const QString& step : steps) {
+        const QString text = step.mid(1);
+        if (step.startsWith(u'^'))
+            buffer.prepend(text);
+        else if (step.startsWith(u'$'))
+            buffer.append(text);
+        else if (step.startsWith(u'='))
+            buffer.setText(text);
+        else if (step.startsWith(u'#'))
+            buffer.setLineLimit(text.toInt());
+        else
+            buffer.clear();
+    }
+}
+
 struct ModelCase {
     const char* name;
-    std::function<void(LogBuffer&)> before; // while no view exists
-    std::function<void(LogBuffer&)> after;  // followed line by line
+    QStringList before; // while no view exists
+    QStringList after;  // followed line by line
     QStringList rows;
 };
 
@@ -42,75 +59,39 @@ class LogModelTest : public testing::TestWithParam<ModelCase> {};
 TEST_P(LogModelTest, rowsAreTheLinesOfTheText) {
     const ModelCase& c = GetParam();
     LogBuffer buffer;
-    c.before(buffer);
+    apply(buffer, c.before);
     LogModel following(buffer);
-    c.after(buffer);
+    apply(buffer, c.after);
     EXPECT_EQ(rowsOf(following), c.rows);
     EXPECT_EQ(rowsOf(LogModel(buffer)), c.rows);
     EXPECT_EQ(c.rows, buffer.text().split(QRegularExpression(QStringLiteral("\r\n|\r|\n"))));
 }
 
 const ModelCase modelCases[] = {
-    {"emptyText", [](LogBuffer&) {}, [](LogBuffer&) {}, {""}},
-    {"newestOnTop",
-     [](LogBuffer& b) { b.prepend("first"); },
-     [](LogBuffer& b) {
-         b.prepend("second");
-         b.prepend("third");
-     },
-     {"third", "second", "first", ""}},
+    {"emptyText", {}, {}, {""}},
+    {"newestOnTop", {"^first"}, {"^second", "^third"}, {"third", "second", "first", ""}},
     {"everyLineOfAStatement",
-     [](LogBuffer& b) { b.prepend("Done"); },
-     [](LogBuffer& b) {
-         b.prepend("BACKUP DATABASE Billing\r\nTO DISK = 'x'\r\n\r\nGO");
-         b.prepend("cr\rlf\nend\r");
-         b.prepend("Running SQL..");
-     },
+     {"^Done"},
+     {"^BACKUP DATABASE Billing\r\nTO DISK = 'x'\r\n\r\nGO", "^cr\rlf\nend\r", "^Running SQL.."},
      {"Running SQL..", "cr", "lf", "end", "", "BACKUP DATABASE Billing", "TO DISK = 'x'", "", "GO", "Done",
       ""}},
     {"atEndBelowTheRest",
-     [](LogBuffer& b) { b.append("table a"); },
-     [](LogBuffer& b) {
-         b.append("table b\r\n  rows 3");
-         b.prepend("top");
-     },
+     {"$table a"},
+     {"$table b\r\n  rows 3", "^top"},
      {"top", "", "table a", "table b", "  rows 3"}},
     {"typedTextKeptInTheMiddle",
-     [](LogBuffer& b) { b.prepend("gone"); },
-     [](LogBuffer& b) {
-         b.setText("typed\r\ntext");
-         b.prepend("top");
-         b.append("end");
-     },
+     {"^gone"},
+     {"=typed\r\ntext", "^top", "$end"},
      {"top", "typed", "text", "end"}},
-    {"clearedThenAgain",
-     [](LogBuffer& b) { b.prepend("gone"); },
-     [](LogBuffer& b) {
-         b.clear();
-         b.prepend("again");
-     },
-     {"again", ""}},
+    {"clearedThenAgain", {"^gone"}, {"", "^again"}, {"again", ""}},
     // Past the limit plus a tenth, the oldest lines go and the limit's worth stays.
     {"oldestOnTopDroppedPastTheLimit",
-     [](LogBuffer& b) {
-         b.setLineLimit(10);
-         b.prepend("1");
-     },
-     [](LogBuffer& b) {
-         for (int line = 2; line <= 12; ++line)
-             b.prepend(line == 4 ? QStringLiteral("4a\r\n4b") : QString::number(line));
-     },
+     {"#10", "^1"},
+     {"^2", "^3", "^4a\r\n4b", "^5", "^6", "^7", "^8", "^9", "^10", "^11", "^12"},
      {"12", "11", "10", "9", "8", "7", "6", "5", "4a", "4b", "3", ""}},
     {"oldestAtEndDroppedBelowTheMiddle",
-     [](LogBuffer& b) {
-         b.setLineLimit(2);
-         b.setText("typed");
-     },
-     [](LogBuffer& b) {
-         for (const char* line : {"a", "b\r\nb2", "c", "d"})
-             b.append(line);
-         b.prepend("top");
-     },
+     {"#2", "=typed"},
+     {"$a", "$b\r\nb2", "$c", "$d", "^top"},
      {"top", "typed", "c", "d"}},
 };
 

@@ -34,8 +34,7 @@ const StatementCase statementCases[] = {
      "a ON p.partition_id = a.container_id LEFT OUTER JOIN     sys.schemas s ON t.schema_id = s.schema_id "
      "WHERE     "
      "t.NAME NOT LIKE 'dt%'     AND t.is_ms_shipped = 0    AND i.OBJECT_ID > 255  GROUP BY     t.Name, "
-     "s.Name, "
-     "p.Rows ORDER BY     TotalSpaceKB desc"},
+     "s.Name, p.Rows ORDER BY     TotalSpaceKB desc"},
     {"tableRowCount", Statements::tableRowCount(QStringLiteral("tbPatient")),
      "SELECT CONVERT(bigint, rows) as RCNT from sysindexes WHERE id = OBJECT_ID('tbPatient') AND indid < 2"},
 };

@@ -88,7 +88,7 @@ INSTANTIATE_TEST_SUITE_P(Fields, FieldTest, testing::ValuesIn(fieldCases), [](co
     return name.remove(u'(').remove(u')').toStdString();
 });
 
-TEST(StartupTest, firstRunContactsNoServerLogsTheFolderChecksAndShowsTheTabsInOrder) {
+TEST(StartupTest, firstRunContactsNoServerLogsTheFolderChecksShowsTheTabsInOrderAndRunsTheirHooks) {
     WindowHarness harness;
     harness.load();
     auto& access = harness.window().serverAccess();
@@ -107,6 +107,23 @@ TEST(StartupTest, firstRunContactsNoServerLogsTheFolderChecksAndShowsTheTabsInOr
     ASSERT_EQ(tabs->count(), captions.size());
     for (int i = 0; i < tabs->count(); ++i)
         EXPECT_EQ(tabs->tabText(i), captions[i]) << i;
+    // Each page hook fires on the page that holds its controls: Restore Dir refreshes its lists.
+    const QString source = harness.folder(QStringLiteral("source"));
+    touch(source + QStringLiteral("/Payroll.bak"));
+    touch(source + QStringLiteral("/Payroll.mdf"));
+    auto& window = harness.window();
+    window.txtRestoreDir()->blockSignals(true);
+    window.txtRestoreDir()->setText(source);
+    window.txtRestoreDir()->blockSignals(false);
+    int hookRuns = 0;
+    window.addPageHook(9, [&] { ++hookRuns; });
+    ASSERT_EQ(harness.runBatch(QStringLiteral("page 5\npage 9\n")).exitCode, 0);
+    EXPECT_EQ(window.File2()->ListCount(), 0);
+    EXPECT_EQ(hookRuns, 1);
+    ASSERT_EQ(harness.runBatch(QStringLiteral("page 4\n")).exitCode, 0);
+    EXPECT_EQ(window.File2()->Path(), source);
+    EXPECT_EQ(window.File2()->List(0), QStringLiteral("Payroll.bak"));
+    EXPECT_EQ(window.fileAttach()->List(0), QStringLiteral("Payroll.mdf"));
 }
 
 // Default paths are stored where start-up reads them; a typed path is not (see the field table).
@@ -210,29 +227,6 @@ TEST(StartupTest, hungBackupFolderLeavesTheWindowWorkingAndIsNamedInTheStatusBar
     EXPECT_TRUE(QTest::qWaitFor([&] { return status->text().isEmpty(); }, 20000))
         << status->text().toStdString();
     EXPECT_EQ(window.FileB()->ListCount(), 2);
-}
-
-// Each page hook fires on the page that holds its controls: Restore Dir refreshes its lists.
-TEST(StartupTest, restoreDirectoryHookRunsOnTheRestoreDirPageOnly) {
-    WindowHarness harness;
-    harness.load();
-    const QString source = harness.folder(QStringLiteral("source"));
-    touch(source + QStringLiteral("/Payroll.bak"));
-    touch(source + QStringLiteral("/Payroll.mdf"));
-    auto& window = harness.window();
-    window.txtRestoreDir()->blockSignals(true);
-    window.txtRestoreDir()->setText(source);
-    window.txtRestoreDir()->blockSignals(false);
-    int hookRuns = 0;
-    window.addPageHook(9, [&] { ++hookRuns; });
-    ASSERT_EQ(harness.runBatch(QStringLiteral("page 5\npage 9\n")).exitCode, 0);
-    EXPECT_EQ(window.File2()->ListCount(), 0);
-    EXPECT_EQ(hookRuns, 1);
-    ASSERT_EQ(harness.runBatch(QStringLiteral("page 4\n")).exitCode, 0);
-    EXPECT_EQ(window.SSTab1()->tabText(4), QStringLiteral("Restore Dir"));
-    EXPECT_EQ(window.File2()->Path(), source);
-    EXPECT_EQ(window.File2()->List(0), QStringLiteral("Payroll.bak"));
-    EXPECT_EQ(window.fileAttach()->List(0), QStringLiteral("Payroll.mdf"));
 }
 
 } // namespace
