@@ -62,51 +62,21 @@ TEST(DefaultTablesTest, areTheFortyLinesInOrder) {
     EXPECT_EQ(lines[39], QStringLiteral("payroll..tbcmaster LastName FirstName MiddleName"));
 }
 
-struct ExcludeCase {
-    const char* name;
-    const char* excluded;
-    bool expected;
-};
-
-class ExcludeTest : public ::testing::TestWithParam<ExcludeCase> {};
-
-TEST_P(ExcludeTest, matchesOnlyANameFollowedByCrLf) {
-    EXPECT_EQ(Statements::isExcluded(QString::fromLatin1(GetParam().excluded), "Billing", "tbCash"),
-              GetParam().expected);
+TEST(NameListTest, excludesOnlyANameFollowedByCrLfAndCutsListsAtEachCrLf) {
+    const std::pair<const char*, bool> excluded[] = {{"Lab..tbLog\r\nBilling..tbCash\r\n", true},
+                                                     {"Lab..tbLog\r\nBilling..tbCash", false},
+                                                     {"Billing..tbCash\n", false},
+                                                     {"XBilling..tbCash\r\n", true},
+                                                     {"billing..tbcash\r\n", false}};
+    for (const auto& [list, expected] : excluded)
+        EXPECT_EQ(Statements::isExcluded(QString::fromLatin1(list), "Billing", "tbCash"), expected) << list;
+    const std::pair<const char*, QStringList> lists[] = {{"Smith\r\nJones\r\n", {"Smith", "Jones"}},
+                                                         {"Smith\r\nJones", {"Smith", "Jones"}},
+                                                         {"Smith\r\n\r\nJones\r\n", {"Smith", "", "Jones"}},
+                                                         {"", {}}};
+    for (const auto& [text, entries] : lists)
+        EXPECT_EQ(Statements::nameListEntries(QString::fromLatin1(text)), entries) << text;
 }
-
-const ExcludeCase excludeCases[] = {
-    {"endedLine", "Lab..tbLog\r\nBilling..tbCash\r\n", true},
-    {"lastLineWithoutLineEnd", "Lab..tbLog\r\nBilling..tbCash", false},
-    {"lineFeedOnly", "Billing..tbCash\n", false},
-    {"longerNameContainsIt", "XBilling..tbCash\r\n", true},
-    {"otherCase", "billing..tbcash\r\n", false},
-};
-
-INSTANTIATE_TEST_SUITE_P(Lines, ExcludeTest, testing::ValuesIn(excludeCases),
-                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
-
-struct ListCase {
-    const char* name;
-    const char* text;
-    QStringList entries;
-};
-
-class NameListTest : public ::testing::TestWithParam<ListCase> {};
-
-TEST_P(NameListTest, cutsAtEachCrLf) {
-    EXPECT_EQ(Statements::nameListEntries(QString::fromLatin1(GetParam().text)), GetParam().entries);
-}
-
-const ListCase listCases[] = {
-    {"endedLines", "Smith\r\nJones\r\n", {"Smith", "Jones"}},
-    {"lastLineWhole", "Smith\r\nJones", {"Smith", "Jones"}},
-    {"emptyLineIsAnEntry", "Smith\r\n\r\nJones\r\n", {"Smith", "", "Jones"}},
-    {"empty", "", {}},
-};
-
-INSTANTIATE_TEST_SUITE_P(Texts, NameListTest, testing::ValuesIn(listCases),
-                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
 
 TEST(FastPickTest, indexesRunFrom0To998AndAShortListGivesEmptyNames) {
     EXPECT_EQ(Statements::fastIndex(0.0), 0);

@@ -41,10 +41,9 @@ protected:
         const char* const cells[3][3] = {{"Database", "Table", "Column"},
                                          {"Billing", "tbCashPatient", "LastName"},
                                          {"Patient_data", "tbMaster3", "FirstName"}};
-        for (int row = 0; row < 3; ++row) {
+        for (int row = 0; row < 3; ++row)
             for (int column = 0; column < 3; ++column)
                 grid->setTextMatrix(row, column, QString::fromLatin1(cells[row][column]));
-        }
     }
 
     qormin::test::BatchResult run(const char* script) {

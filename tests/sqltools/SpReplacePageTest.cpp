@@ -48,9 +48,8 @@ TEST_F(SpReplacePageTest, searchRecreatesTempOnTheLeftConnectionAndListsItsModul
               QStringList({QStringLiteral("USE [Billing]"), QStringLiteral("DROP TABLE Temp"),
                            sqltools::SpReplaceStatements::searchBatch(QStringLiteral("O'Brien")),
                            QStringLiteral("USE [Billing]"), listing}));
-    for (const auto& request : server().requests()) {
+    for (const auto& request : server().requests())
         EXPECT_EQ(request.connection, leftConnection());
-    }
     EXPECT_TRUE(statements().at(2).contains(QStringLiteral("Like ''%O''''Brien%'' '")));
     EXPECT_EQ(script(), billingListing);
     EXPECT_EQ(logLines(), QStringList({QStringLiteral("Done"), QStringLiteral("Done")}));

@@ -33,11 +33,9 @@ protected:
     SimTestServer& server() const { return const_cast<SpeedTestPageTest*>(this)->SqlToolsFixture::server(); }
 };
 
-TEST_F(SpeedTestPageTest, defaultConnectionNamesTheLeftServer) {
-    EXPECT_EQ(page()->txtTESTConnection()->text(), Statements::defaultConnection(server().address()));
-}
-
 TEST_F(SpeedTestPageTest, fourStepsRunInOrderEachOnAConnectionOfItsOwn) {
+    // The default connection names the left server; the test types its own.
+    EXPECT_EQ(page()->txtTESTConnection()->text(), Statements::defaultConnection(server().address()));
     const BatchResult result =
         run(QStringLiteral("set txtTESTConnection %1\nclick cmdTest(0)\nclick cmdTest(1)\n"
                            "click cmdTest(2)\nclick cmdTest(3)\nclick cmdTestCopy\n")
@@ -48,23 +46,19 @@ TEST_F(SpeedTestPageTest, fourStepsRunInOrderEachOnAConnectionOfItsOwn) {
     ASSERT_EQ(sent.size(), 1 + Statements::insertCount + Statements::deleteCount + 1 + rows + 1 + 1);
     QStringList expected{Statements::createTable(QStringLiteral("Billing"))};
     QDate date = Statements::firstDate();
-    for (int number = 1; number <= Statements::insertCount; ++number, date = date.addDays(1)) {
+    for (int number = 1; number <= Statements::insertCount; ++number, date = date.addDays(1))
         expected.append(Statements::insertRow(QStringLiteral("Billing"), number, date));
-    }
-    for (int number = 1; number <= Statements::deleteCount; ++number) {
+    for (int number = 1; number <= Statements::deleteCount; ++number)
         expected.append(Statements::deleteOneRow(QStringLiteral("Billing")));
-    }
     // The read walks a cursor row by row, one fetch per row and one that finds the end.
     expected.append(Statements::openReadCursor(QStringLiteral("Billing")));
-    for (int row = 0; row <= rows; ++row) {
+    for (int row = 0; row <= rows; ++row)
         expected.append(Statements::fetchReadCursor());
-    }
     expected.append(Statements::closeReadCursor());
     EXPECT_EQ(sent, expected);
     std::set<int> connections;
-    for (const auto& request : server().requests()) {
+    for (const auto& request : server().requests())
         connections.insert(request.connection);
-    }
     EXPECT_EQ(connections.size(), 4);
     EXPECT_EQ(connections.count(leftConnection()), 0);
     bool isNumber = false;

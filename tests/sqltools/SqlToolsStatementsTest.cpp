@@ -69,9 +69,8 @@ TEST(SpReplaceStatementsTest, templatesZeroToFourAndNothingPast) {
          QStringLiteral("(not A.RecordStatus = 'X' or  A.RecordStatus is null)")},
         {QStringLiteral("IsNull(A.RecordStatus,'') = '"), QStringLiteral("A.RecordStatus = '")},
     };
-    for (int index = 0; index < 5; ++index) {
+    for (int index = 0; index < 5; ++index)
         EXPECT_EQ(SpReplace::templatePair(index), expected[index]) << index;
-    }
     EXPECT_FALSE(SpReplace::templatePair(5));
     EXPECT_FALSE(SpReplace::templatePair(-1));
 }

@@ -82,11 +82,10 @@ const QByteArray recordScenario = R"json({
 
     {"exact": "SELECT * FROM Billing..tbLost", "response": [
       {"result": {"columns": ["id:int"], "generate": 5000}}, {"delay": 50}, {"drop": true}]},
-    {"exact": "SELECT TOP 1 * FROM Billing2..tbLost", "response": {"result": {"columns": ["id:int"], "rows": []}}},
 
     {"exact": "SELECT * FROM Billing..tbStall", "stallAfterTokens": 100,
      "response": {"result": {"columns": ["id:int"], "generate": 5000}}},
-    {"exact": "SELECT TOP 1 * FROM Billing2..tbStall", "response": {"result": {"columns": ["id:int"], "rows": []}}}
+    {"regex": "^SELECT TOP 1 \\* FROM Billing2\\.\\.tb(Lost|Stall)$", "response": {"result": {"columns": ["id:int"], "rows": []}}}
   ]
 })json";
 
@@ -135,13 +134,14 @@ TEST_F(RecordCopyTest, copiesEveryRowShowingProgressEveryHundred) {
                      "truncate table Billing2..tbRows ", "SELECT * FROM Billing..tbRows",
                      "SELECT TOP 1 * FROM Billing2..tbRows", "SET IDENTITY_INSERT Billing2..tbRows ON"}));
     EXPECT_EQ(sent.back(), QStringLiteral("SET IDENTITY_INSERT Billing2..tbRows OFF"));
-}
 
-TEST_F(RecordCopyTest, aRefusedRowIsCountedAndTheNextRowTried) {
-    showTables({QStringLiteral("tbBad")});
-    click(QStringLiteral("cmdCopyTables"));
-    EXPECT_EQ(inserts().size(), 3);
-    EXPECT_EQ(logLines(), (QStringList{"tbBad", "copied 3", "errors 3", "Done copying"}));
+    // Copy to NEW streams the same way, into the sister table of the same database.
+    m_progress.clear();
+    m_access->log().clear();
+    click(QStringLiteral("cmdCopytoNEW"));
+    EXPECT_EQ(inserts().size(), 250);
+    EXPECT_EQ(m_progress, (QList<qint32>{100, 200}));
+    EXPECT_EQ(logLines(), (QStringList{"tbRows", "copied 250", "errors 0"}));
 }
 
 TEST_F(RecordCopyTest, stopTickedDuringTheCopyEndsItAtTheNextRow) {
@@ -159,11 +159,10 @@ TEST_F(RecordCopyTest, valuesOfEveryKindArriveIntactByPosition) {
     const auto sent = inserts();
     ASSERT_EQ(sent.size(), 1);
     QStringList values;
-    for (const auto& parameter : sent.front().parameters) {
+    for (const auto& parameter : sent.front().parameters)
         values.append(
             QString::fromUtf8(QJsonDocument(QJsonArray{parameter.toObject().value(QStringLiteral("value"))})
                                   .toJson(QJsonDocument::Compact)));
-    }
     EXPECT_EQ(values, (QStringList{"[7]", "[9000000000]", "[\"12.50\"]", "[1.5]", "[true]",
                                    "[\"2024-01-31T10:20:30.1230000\"]", "[\"Zoë Ωmega\"]", "[\"0x01AB\"]",
                                    "[\"long text\"]", "[null]", "[\"2020-02-29T23:59:59.1234567\"]",
@@ -185,14 +184,16 @@ TEST_P(FieldLossTest, aFieldTheTargetCannotTakeCostsOnlyThatField) {
     showTables({QString::fromUtf8(c.table)});
     click(QStringLiteral("cmdCopyTables"));
     QStringList inserted;
-    for (const auto& entry : inserts()) {
+    for (const auto& entry : inserts())
         inserted.append(insertedRow(entry));
-    }
     EXPECT_EQ(inserted, c.inserted);
-    EXPECT_EQ(logLines().mid(1, 2).join(QLatin1Char('/')), QString::fromUtf8(c.errors));
+    EXPECT_EQ(logLines(), QStringList{QString::fromUtf8(c.table)} + QString::fromUtf8(c.errors).split(u'/') +
+                              QStringList{QStringLiteral("Done copying")});
 }
 
 const FieldCase fieldCases[] = {
+    // A refused row is counted and the next row tried.
+    {"tbBad", {"[id] [1]", "[id] [2]", "[id] [3]"}, "copied 3/errors 3"},
     {"tbWide",
      {"[id], [name] [1,\"a\"]", "[id], [name] [2,\"b\"]", "[id], [name] [3,null]"},
      "copied 3/errors 3"},
@@ -239,12 +240,12 @@ TEST_F(RecordCopyTest, sourceAndTargetAreOpenBeforeIdentityInsertGoesOn) {
     showTables({QStringLiteral("tbIdent")});
     click(QStringLiteral("cmdCopyTables"));
     const QStringList sent = m_server->statements();
-    const auto at = [&sent](const char* text) { return sent.indexOf(QString::fromUtf8(text)); };
-    EXPECT_LT(at("truncate table Billing2..tbIdent "), at("SELECT * FROM Billing..tbIdent"));
-    EXPECT_LT(at("SELECT * FROM Billing..tbIdent"), at("SELECT TOP 1 * FROM Billing2..tbIdent"));
-    EXPECT_LT(at("SELECT TOP 1 * FROM Billing2..tbIdent"), at("SET IDENTITY_INSERT Billing2..tbIdent ON"));
-    EXPECT_LT(at("SET IDENTITY_INSERT Billing2..tbIdent ON"),
-              at("SET IDENTITY_INSERT Billing2..tbIdent OFF"));
+    const QStringList order{"truncate table Billing2..tbIdent ", "SELECT * FROM Billing..tbIdent",
+                            "SELECT TOP 1 * FROM Billing2..tbIdent",
+                            "SET IDENTITY_INSERT Billing2..tbIdent ON",
+                            "SET IDENTITY_INSERT Billing2..tbIdent OFF"};
+    for (qsizetype i = 1; i < order.size(); ++i)
+        EXPECT_LT(sent.indexOf(order[i - 1]), sent.indexOf(order[i])) << order[i].toStdString();
     // The source is read on a second connection, closed when the copy ends.
     int readConnection = 0;
     for (const auto& entry : m_server->transcript()) {
@@ -302,14 +303,6 @@ TEST_F(RecordCopyTest, cancelEndsACopyWhoseReadStalls) {
     EXPECT_EQ(logLines().filter(QStringLiteral("copied ")), (QStringList{"copied 99"}));
     EXPECT_EQ(logLines().filter(QStringLiteral("errors ")), (QStringList{"errors 1"}));
     EXPECT_EQ(inserts().size(), 99);
-}
-
-TEST_F(RecordCopyTest, copyToNewStreamsIntoTheSisterTableOfTheSameDatabase) {
-    showTables({QStringLiteral("tbRows")});
-    click(QStringLiteral("cmdCopytoNEW"));
-    EXPECT_EQ(inserts().size(), 250);
-    EXPECT_EQ(m_progress, (QList<qint32>{100, 200}));
-    EXPECT_EQ(logLines(), (QStringList{"tbRows", "copied 250", "errors 0"}));
 }
 
 } // namespace

@@ -45,9 +45,8 @@ protected:
         m_grid.setCols(2);
         m_grid.setRows(int(tables.size()) + 1);
         m_grid.setTextMatrix(0, 0, QStringLiteral("TableName"));
-        for (int row = 1; row <= tables.size(); ++row) {
+        for (int row = 1; row <= tables.size(); ++row)
             m_grid.setTextMatrix(row, 0, tables[row - 1]);
-        }
         m_grid.setRow(1);
     }
 

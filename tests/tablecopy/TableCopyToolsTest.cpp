@@ -26,10 +26,12 @@ const QByteArray scenario = R"json({
 })json";
 
 struct ButtonCase {
-    const char* name;
-    const char* button;
-    int row;
-    const char* error; // the error log's line, nullptr for none
+    struct {
+        const char* name;
+        const char* button;
+        int row;
+        const char* error; // the error log's line, nullptr for none
+    } press;
     QStringList statements;
     QStringList log;
 };
@@ -37,12 +39,12 @@ struct ButtonCase {
 class ButtonSequenceTest : public TableCopyToolsTest, public ::testing::WithParamInterface<ButtonCase> {};
 
 TEST_P(ButtonSequenceTest, sendsExactlyTheseStatementsAndLogsTheTable) {
-    m_grid.setRow(GetParam().row);
-    click(QString::fromUtf8(GetParam().button));
+    m_grid.setRow(GetParam().press.row);
+    click(QString::fromUtf8(GetParam().press.button));
     EXPECT_EQ(m_server->statements(), GetParam().statements);
     EXPECT_EQ(m_host.errorBoxes, QStringList());
     EXPECT_EQ(logLines(), GetParam().log);
-    EXPECT_EQ(errorLines(), GetParam().error ? QStringList{GetParam().error} : QStringList());
+    EXPECT_EQ(errorLines(), GetParam().press.error ? QStringList{GetParam().press.error} : QStringList());
 }
 
 const QString sysObjectsCash =
@@ -50,88 +52,58 @@ const QString sysObjectsCash =
 const QString sysObjectsGone =
     QStringLiteral("SELECT * FROM sys.objects WHERE object_id = OBJECT_ID(N'tbGone') AND type in (N'U')");
 
-INSTANTIATE_TEST_SUITE_P(
-    Buttons, ButtonSequenceTest,
-    ::testing::Values(
-        ButtonCase{"copyInto",
-                   "cmdCopyInto",
-                   1,
-                   nullptr,
-                   {"Use Billing", "Use Billing", "select top 1 * from  Billing..tbCash",
-                    "truncate table Billing2..tbCash ", "SET IDENTITY_INSERT Billing2..tbCash ON",
-                    "use Billing", sysObjectsCash,
-                    "INSERT into Billing2..tbCash ([id],[name]) SELECT [id],[name] from Billing..tbCash",
-                    "SET IDENTITY_INSERT Billing2..tbCash OFF"},
-                   {"tbCash", "Done copying"}},
-        ButtonCase{"copyIntoRefusedInsertLogsTheServersErrorAndTheSource",
-                   "cmdCopyInto",
-                   3,
-                   "Deadlocked. INSERT into Billing2..tbLocked ([id]) SELECT [id] from Billing..tbLocked "
-                   "Billing..tbLocked",
-                   {"Use Billing", "Use Billing", "select top 1 * from  Billing..tbLocked",
-                    "truncate table Billing2..tbLocked ", "SET IDENTITY_INSERT Billing2..tbLocked ON",
-                    "use Billing",
-                    "SELECT * FROM sys.objects WHERE object_id = OBJECT_ID(N'tbLocked') AND type in (N'U')",
-                    "INSERT into Billing2..tbLocked ([id]) SELECT [id] from Billing..tbLocked",
-                    "SET IDENTITY_INSERT Billing2..tbLocked OFF"},
-                   {"tbLocked", "Done copying"}},
-        ButtonCase{"copyIntoMissingTableStillTruncatesAndSwitchesIdentity",
-                   "cmdCopyInto",
-                   2,
-                   nullptr,
-                   {"Use Billing", "Use Billing", "select top 1 * from  Billing..tbGone",
-                    "truncate table Billing2..tbGone ", "SET IDENTITY_INSERT Billing2..tbGone ON",
-                    "use Billing", sysObjectsGone, "SET IDENTITY_INSERT Billing2..tbGone OFF"},
-                   {"tbGone", "Done copying"}},
-        ButtonCase{"cloneUsesPlainNamesWithoutExistenceTest",
-                   "cmdCloneTable",
-                   1,
-                   nullptr,
-                   {"Use Billing", "truncate table Billing2..tbCash ", "select top 1 * from  Billing..tbCash",
-                    "SET IDENTITY_INSERT Billing2..tbCash ON",
-                    "INSERT INTO Billing2..tbCash (id,name) SELECT id,name    From Billing..tbCash",
-                    "SET IDENTITY_INSERT Billing2..tbCash OFF"},
-                   {"tbCash"}},
-        ButtonCase{"copyStructureOfExistingSisterTableLogsTheServersErrorAndTheSource",
-                   "cmdCopyTablesDB2",
-                   1,
-                   "There is already an object named 'tbCash' in the database. select  * into "
-                   "Billing2..tbCash  from "
-                   "Billing..tbCash  Billing..tbCash",
-                   {"Use Billing", "Use Billing", "use Billing", sysObjectsCash,
-                    "select  * into Billing2..tbCash  from Billing..tbCash "},
-                   {"tbCash", "Done copying"}},
-        ButtonCase{"copyStructureOfMissingTableDoesNothing",
-                   "cmdCopyTablesDB2",
-                   2,
-                   nullptr,
-                   {"Use Billing", "Use Billing", "use Billing", sysObjectsGone},
-                   {"tbGone", "Done copying"}},
-        ButtonCase{"dropSisterTable",
-                   "cmdDropTableDB2",
-                   1,
-                   nullptr,
-                   {"Use Billing2", "use Billing", sysObjectsCash, "drop table Billing2..tbCash "},
-                   {"tbCash", "Done Drop"}},
-        ButtonCase{"dropKeepsSisterTableWhenWorkingDatabaseLacksIt",
-                   "cmdDropTableDB2",
-                   2,
-                   nullptr,
-                   {"Use Billing2", "use Billing", sysObjectsGone},
-                   {"tbGone", "Done Drop"}},
-        ButtonCase{"truncateBareName",
-                   "cmdTruncate",
-                   1,
-                   nullptr,
-                   {"Use Billing", "Truncate Table   tbCash "},
-                   {"tbCash"}},
-        ButtonCase{"checkBareName",
-                   "cmdCheckTables",
-                   1,
-                   nullptr,
-                   {"Use Billing", "DBCC CHECKtable('tbCash')"},
-                   {"tbCash"}}),
-    [](const auto& testCase) { return std::string(testCase.param.name); });
+const ButtonCase buttonCases[] = {
+    {{"copyInto", "cmdCopyInto", 1, nullptr},
+     {"Use Billing", "Use Billing", "select top 1 * from  Billing..tbCash",
+      "truncate table Billing2..tbCash ", "SET IDENTITY_INSERT Billing2..tbCash ON", "use Billing",
+      sysObjectsCash, "INSERT into Billing2..tbCash ([id],[name]) SELECT [id],[name] from Billing..tbCash",
+      "SET IDENTITY_INSERT Billing2..tbCash OFF"},
+     {"tbCash", "Done copying"}},
+    {{"copyIntoRefusedInsertLogsTheServersErrorAndTheSource", "cmdCopyInto", 3,
+      "Deadlocked. INSERT into Billing2..tbLocked ([id]) SELECT [id] from Billing..tbLocked "
+      "Billing..tbLocked"},
+     {"Use Billing", "Use Billing", "select top 1 * from  Billing..tbLocked",
+      "truncate table Billing2..tbLocked ", "SET IDENTITY_INSERT Billing2..tbLocked ON", "use Billing",
+      "SELECT * FROM sys.objects WHERE object_id = OBJECT_ID(N'tbLocked') AND type in (N'U')",
+      "INSERT into Billing2..tbLocked ([id]) SELECT [id] from Billing..tbLocked",
+      "SET IDENTITY_INSERT Billing2..tbLocked OFF"},
+     {"tbLocked", "Done copying"}},
+    {{"copyIntoMissingTableStillTruncatesAndSwitchesIdentity", "cmdCopyInto", 2, nullptr},
+     {"Use Billing", "Use Billing", "select top 1 * from  Billing..tbGone",
+      "truncate table Billing2..tbGone ", "SET IDENTITY_INSERT Billing2..tbGone ON", "use Billing",
+      sysObjectsGone, "SET IDENTITY_INSERT Billing2..tbGone OFF"},
+     {"tbGone", "Done copying"}},
+    {{"cloneUsesPlainNamesWithoutExistenceTest", "cmdCloneTable", 1, nullptr},
+     {"Use Billing", "truncate table Billing2..tbCash ", "select top 1 * from  Billing..tbCash",
+      "SET IDENTITY_INSERT Billing2..tbCash ON",
+      "INSERT INTO Billing2..tbCash (id,name) SELECT id,name    From Billing..tbCash",
+      "SET IDENTITY_INSERT Billing2..tbCash OFF"},
+     {"tbCash"}},
+    {{"copyStructureOfExistingSisterTableLogsTheServersErrorAndTheSource", "cmdCopyTablesDB2", 1,
+      "There is already an object named 'tbCash' in the database. select  * into Billing2..tbCash  from "
+      "Billing..tbCash  Billing..tbCash"},
+     {"Use Billing", "Use Billing", "use Billing", sysObjectsCash,
+      "select  * into Billing2..tbCash  from Billing..tbCash "},
+     {"tbCash", "Done copying"}},
+    {{"copyStructureOfMissingTableDoesNothing", "cmdCopyTablesDB2", 2, nullptr},
+     {"Use Billing", "Use Billing", "use Billing", sysObjectsGone},
+     {"tbGone", "Done copying"}},
+    {{"dropSisterTable", "cmdDropTableDB2", 1, nullptr},
+     {"Use Billing2", "use Billing", sysObjectsCash, "drop table Billing2..tbCash "},
+     {"tbCash", "Done Drop"}},
+    {{"dropKeepsSisterTableWhenWorkingDatabaseLacksIt", "cmdDropTableDB2", 2, nullptr},
+     {"Use Billing2", "use Billing", sysObjectsGone},
+     {"tbGone", "Done Drop"}},
+    {{"truncateBareName", "cmdTruncate", 1, nullptr},
+     {"Use Billing", "Truncate Table   tbCash "},
+     {"tbCash"}},
+    {{"checkBareName", "cmdCheckTables", 1, nullptr},
+     {"Use Billing", "DBCC CHECKtable('tbCash')"},
+     {"tbCash"}},
+};
+
+INSTANTIATE_TEST_SUITE_P(Buttons, ButtonSequenceTest, ::testing::ValuesIn(buttonCases),
+                         [](const auto& testCase) { return std::string(testCase.param.press.name); });
 
 TEST_F(TableCopyToolsTest, allTablesWalksEveryRowIncludingTheHeaderAndMovesTheCurrentRow) {
     m_tools->chkAllTables()->setChecked(true);
@@ -174,9 +146,8 @@ TEST_F(TableCopyToolsTest, stopTickedBeforeTheFirstTableRunsNoTableButStillClose
 TEST_F(TableCopyToolsTest, stopTickedDuringATableEndsTheRunBeforeTheNextOne) {
     m_tools->chkAllTables()->setChecked(true);
     QObject::connect(m_access.get(), &qormin::db::ServerAccess::statementFinished, m_tools.get(), [this] {
-        if (m_server->statements().contains(QStringLiteral("DBCC CHECKtable('tbCash')"))) {
+        if (m_server->statements().contains(QStringLiteral("DBCC CHECKtable('tbCash')")))
             m_stop.setChecked(true);
-        }
     });
     click(QStringLiteral("cmdCheckTables"));
     EXPECT_EQ(m_server->statements(),
