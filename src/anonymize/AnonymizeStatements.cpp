@@ -9,7 +9,8 @@ namespace qormin::anonymize::AnonymizeStatements {
 
 namespace {
 
-const QString crlf = QStringLiteral("\r\n");
+// Constant-initialised: a QString here would still be empty for a caller during static start-up.
+constexpr QLatin1StringView crlf("\r\n");
 
 constexpr std::array defaultTableLines{
     "[Patient_Data].[dbo].[tbmaster] LastName FirstName MiddleName",
@@ -60,7 +61,7 @@ QString defaultTables() {
     QStringList lines;
     for (const char* line : defaultTableLines)
         lines.append(QString::fromLatin1(line));
-    return lines.join(crlf);
+    return lines.join(QString(crlf));
 }
 
 QString databasesQuery() {
@@ -88,7 +89,7 @@ QString skippingLine(const QString& database, const QString& table) {
 }
 
 bool isExcluded(const QString& excludedText, const QString& database, const QString& table) {
-    return excludedText.contains(database + QStringLiteral("..") + table + crlf);
+    return excludedText.contains(database + QStringLiteral("..") + table + QString(crlf));
 }
 
 QString savedTablesLine(const QStringList& cells) {
