@@ -85,9 +85,13 @@ void appendPair(QString& text, const QString& key, const QString& value) {
     text += key + QLatin1Char('=') + odbcValue(value) + QLatin1Char(';');
 }
 
-// FreeTDS takes the port separately; a named instance stays in Server (FreeTDS asks the
-// browser service for its port).
-void appendFreeTdsServer(QString& text, QString server) {
+struct FreeTdsAddress {
+    QString host; // a named instance stays here ("host\instance"): FreeTDS asks the browser for its port
+    QString port;
+};
+
+// FreeTDS takes the port separately.
+FreeTdsAddress freeTdsAddress(QString server) {
     if (server.startsWith(QLatin1String("tcp:"), Qt::CaseInsensitive)) {
         server = server.mid(4);
     }
@@ -101,10 +105,95 @@ void appendFreeTdsServer(QString& text, QString server) {
         server.trimmed().compare(QLatin1String("(local)"), Qt::CaseInsensitive) == 0) {
         server = QStringLiteral("localhost");
     }
-    appendPair(text, QStringLiteral("Server"), server);
-    if (!port.isEmpty()) {
-        appendPair(text, QStringLiteral("Port"), port);
+    return {server, port};
+}
+
+void appendFreeTdsServer(QString& text, const QString& server) {
+    const FreeTdsAddress address = freeTdsAddress(server);
+    appendPair(text, QStringLiteral("Server"), address.host);
+    if (!address.port.isEmpty()) {
+        appendPair(text, QStringLiteral("Port"), address.port);
     }
+}
+
+const QString caFileWithMicrosoftDriver = QStringLiteral(
+    "The Microsoft ODBC driver checks the server's certificate against the system's trust store only: add "
+    "the CA there and leave the CA file empty.");
+const QString certificateHostWithFreeTds = QStringLiteral(
+    "FreeTDS checks the server's certificate against the server's name as typed: type the name the "
+    "certificate carries as the server, or leave the certificate name empty.");
+const QString lineBreakInSetting =
+    QStringLiteral("A server name or CA file with a line break cannot be used for an encrypted connection.");
+
+QString freeTdsSection(const QString& name, const QString& server, const ConnectionSecurity& security) {
+    FreeTdsAddress address = freeTdsAddress(server);
+    QString instance;
+    const qsizetype backslash = address.host.indexOf(QLatin1Char('\\'));
+    if (backslash >= 0) {
+        instance = address.host.mid(backslash + 1);
+        address.host = address.host.left(backslash);
+    }
+    QString section = QLatin1Char('[') + name + QStringLiteral("]\n\thost = ") + address.host + u'\n';
+    if (!address.port.isEmpty()) {
+        section += QStringLiteral("\tport = ") + address.port + u'\n';
+    }
+    if (!instance.isEmpty()) {
+        section += QStringLiteral("\tinstance = ") + instance + u'\n';
+    }
+    // "system" is FreeTDS's word for the system's trust store; without a CA file it checks nothing.
+    section += QStringLiteral("\tencryption = require\n\tca file = ") +
+               (security.caFile.isEmpty() ? QStringLiteral("system") : security.caFile) +
+               QStringLiteral("\n\tcheck certificate hostname = yes\n");
+    return section;
+}
+
+QString freeTdsEncryption(Encryption encryption) {
+    switch (encryption) {
+    case Encryption::Off:
+        return QStringLiteral("Encryption=off;");
+    case Encryption::Required:
+        return QStringLiteral("Encryption=require;");
+    case Encryption::WhenOffered:
+        break;
+    }
+    return {};
+}
+
+QString sqlServerEncryption(const ConnectionSecurity& security, const QString& driver) {
+    switch (security.encryption) {
+    case Encryption::Off:
+        return QStringLiteral("Encrypt=no;");
+    case Encryption::Required: {
+        QString text = QStringLiteral("Encrypt=yes;TrustServerCertificate=no;");
+        if (!security.certificateHost.isEmpty()) {
+            appendPair(text, QStringLiteral("HostNameInCertificate"), security.certificateHost);
+        }
+        return text;
+    }
+    case Encryption::WhenOffered:
+        break;
+    }
+    // The old provider never encrypted; driver 18 would refuse a server without a trusted certificate.
+    return driver.contains(QLatin1String("Driver 18"), Qt::CaseInsensitive)
+               ? QStringLiteral("Encrypt=Optional;")
+               : QString();
+}
+
+QString securityError(DriverKind kind, const QString& server, const ConnectionSecurity& security) {
+    if (security.encryption != Encryption::Required) {
+        return {};
+    }
+    if (kind == DriverKind::SqlServer) {
+        return security.caFile.isEmpty() ? QString() : caFileWithMicrosoftDriver;
+    }
+    if (!security.certificateHost.isEmpty()) {
+        return certificateHostWithFreeTds;
+    }
+    // FreeTDS reads its configuration file line by line, so a value must stay on its line.
+    const auto hasLineBreak = [](const QString& text) {
+        return text.contains(QLatin1Char('\n')) || text.contains(QLatin1Char('\r'));
+    };
+    return hasLineBreak(server) || hasLineBreak(security.caFile) ? lineBreakInSetting : QString();
 }
 
 } // namespace
@@ -129,21 +218,33 @@ DriverKind driverKindOf(const QString& driver) {
                                                                       : DriverKind::SqlServer;
 }
 
-OdbcConnectionText translateConnectionString(const QString& providerString, const QString& driver) {
+OdbcConnectionText translateConnectionString(const QString& providerString, const QString& driver,
+                                             const ConnectionSecurity& security,
+                                             const QString& freeTdsSectionName) {
     ProviderSettings settings;
     const QStringList segments = providerString.split(QLatin1Char(';'));
     for (const QString& segment : segments) {
         if (!applySegment(segment, settings)) {
-            return {QString(), formatError};
+            return {QString(), formatError, QString()};
         }
     }
     if (!isKnownProvider(settings.provider)) {
-        return {QString(), providerError};
+        return {QString(), providerError, QString()};
     }
     const DriverKind kind = driverKindOf(driver);
-    QString text = QStringLiteral("Driver={") +
-                   QString(driver).replace(QLatin1Char('}'), QLatin1String("}}")) + QStringLiteral("};");
-    if (kind == DriverKind::FreeTds) {
+    const QString refusal = securityError(kind, settings.server, security);
+    if (!refusal.isEmpty()) {
+        return {QString(), refusal, QString()};
+    }
+    OdbcConnectionText translated;
+    QString& text = translated.text;
+    text = QStringLiteral("Driver={") + QString(driver).replace(QLatin1Char('}'), QLatin1String("}}")) +
+           QStringLiteral("};");
+    const bool verifiedByFreeTds = kind == DriverKind::FreeTds && security.encryption == Encryption::Required;
+    if (verifiedByFreeTds) {
+        translated.freeTdsSection = freeTdsSection(freeTdsSectionName, settings.server, security);
+        appendPair(text, QStringLiteral("Servername"), freeTdsSectionName);
+    } else if (kind == DriverKind::FreeTds) {
         appendFreeTdsServer(text, settings.server);
     } else {
         appendPair(text, QStringLiteral("Server"), settings.server);
@@ -158,12 +259,12 @@ OdbcConnectionText translateConnectionString(const QString& providerString, cons
         appendPair(text, QStringLiteral("Database"), settings.database);
     }
     if (kind == DriverKind::FreeTds) {
-        text += QStringLiteral("TDS_Version=7.4;ClientCharset=UTF-8;");
-    } else if (driver.contains(QLatin1String("Driver 18"), Qt::CaseInsensitive)) {
-        // The old provider never encrypted; driver 18 would refuse a server without a trusted certificate.
-        text += QStringLiteral("Encrypt=Optional;");
+        text +=
+            freeTdsEncryption(security.encryption) + QStringLiteral("TDS_Version=7.4;ClientCharset=UTF-8;");
+    } else {
+        text += sqlServerEncryption(security, driver);
     }
-    return {text, QString()};
+    return translated;
 }
 
 } // namespace qormin::db

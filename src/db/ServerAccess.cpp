@@ -1,14 +1,18 @@
 #include "db/ServerAccess.h"
 
+#include "db/ConnectionSecurity.h"
 #include "db/ConnectionString.h"
 #include "db/DriverLocator.h"
 #include "db/EventLoopYield.h"
+#include "db/FreeTdsConfigFile.h"
 #include "db/LogBuffer.h"
 #include "db/ReadOnlyStatement.h"
 #include "db/Recordset.h"
 #include "db/ScriptSplitter.h"
 #include "db/ServerMessageLog.h"
 #include "db/SideConnection.h"
+
+#include <QFileInfo>
 
 namespace qormin::db {
 
@@ -25,6 +29,23 @@ bool isSide(int side) {
     return side == 0 || side == 1;
 }
 
+ConnectOutcome refused(const QString& description) {
+    ConnectOutcome outcome;
+    outcome.errorDescription = description;
+    return outcome;
+}
+
+// FreeTDS names the section, not the server, for a verified connection: the section goes to its
+// file before each connect that uses it.
+OdbcConnectionText withSectionWritten(OdbcConnectionText odbc) {
+    if (odbc.error.isEmpty() && !odbc.freeTdsSection.isEmpty() &&
+        !FreeTdsConfigFile::put(odbc.freeTdsSection)) {
+        odbc.error = QStringLiteral("The FreeTDS configuration file %1 could not be written.")
+                         .arg(FreeTdsConfigFile::path());
+    }
+    return odbc;
+}
+
 } // namespace
 
 struct ServerAccess::State {
@@ -37,6 +58,7 @@ struct ServerAccess::State {
     LogBuffer* log = nullptr;
     LogBuffer* errors = nullptr;
     ServerMessageLog* serverMessages = nullptr;
+    std::array<ConnectionSecurity, 2> security;
     QElapsedTimer timer;
     QString driverOverride;
     QString detectedDriver;
@@ -68,6 +90,7 @@ private:
 
 ServerAccess::ServerAccess(ServerAccessHost& host, QObject* parent)
     : QObject(parent), m_state(std::make_unique<State>(host)) {
+    FreeTdsConfigFile::install();
     m_state->log = new LogBuffer(this);
     m_state->errors = new LogBuffer(this);
     m_state->serverMessages = new ServerMessageLog(this);
@@ -129,9 +152,12 @@ void ServerAccess::countFinished(bool succeeded) {
 
 ConnectOutcome ServerAccess::openSide(int side, const QString& providerString) {
     const QString driver = driverInUse();
-    OdbcConnectionText odbc = translateConnectionString(providerString, driver);
+    const ConnectionSecurity& security = m_state->security[static_cast<size_t>(side)];
+    const QString section = freeTdsSectionName(side);
+    OdbcConnectionText odbc =
+        withSectionWritten(translateConnectionString(providerString, driver, security, section));
     if (!odbc.error.isEmpty()) {
-        return {false, odbc.error, false};
+        return refused(odbc.error);
     }
     SideConnection& connection = *m_state->sides[static_cast<size_t>(side)];
     ConnectOutcome outcome = connection.open(odbc.text, m_state->loginTimeout);
@@ -142,7 +168,7 @@ ConnectOutcome ServerAccess::openSide(int side, const QString& providerString) {
     }
     // The registered name did not load (a relative library path in odbcinst.ini, say): try the library
     // itself.
-    odbc = translateConnectionString(providerString, fallback);
+    odbc = withSectionWritten(translateConnectionString(providerString, fallback, security, section));
     ConnectOutcome retry = connection.open(odbc.text, m_state->loginTimeout);
     if (!retry.driverNotLoaded) {
         m_state->detectedDriver = fallback;
@@ -160,15 +186,68 @@ void ServerAccess::ConnectServer(int side) {
     const QString providerString =
         buildConnectionString(host.serverText(side), host.userText(side), host.passwordText(side));
     m_state->sides[static_cast<size_t>(side)]->setCommandTimeout(connectCommandTimeout);
-    const ConnectOutcome outcome = openSide(side, providerString);
-    if (!outcome.connected) {
-        ++m_state->tally.connectFailures;
+    const ConnectionSecurity& security = m_state->security[static_cast<size_t>(side)];
+    const bool unreadableCaFile = security.encryption == Encryption::Required && !security.caFile.isEmpty() &&
+                                  !QFileInfo(security.caFile).isReadable();
+    const ConnectOutcome outcome = unreadableCaFile ? refused(QString()) : openSide(side, providerString);
+    if (outcome.connected) {
+        LogMessage(QStringLiteral("Connected."));
+        m_state->isConnected[static_cast<size_t>(side)] = true;
+        return;
+    }
+    ++m_state->tally.connectFailures;
+    const QString refusal = unreadableCaFile
+                                ? unreadableCaFileText(side, host.serverText(side), security.caFile)
+                                : refusedEncryption(side, providerString, outcome);
+    if (refusal.isEmpty()) {
         logConnectTimeout(side, outcome.errorDescription);
         host.showConnectError(outcome.errorDescription);
         return;
     }
-    LogMessage(QStringLiteral("Connected."));
-    m_state->isConnected[static_cast<size_t>(side)] = true;
+    LogMessage(refusal);
+    LogError(refusal);
+    host.showConnectError(refusal);
+}
+
+// The line for a connect that failed in its encrypted handshake; empty for any other failure.
+QString ServerAccess::refusedEncryption(int side, const QString& providerString,
+                                        const ConnectOutcome& outcome) {
+    const ConnectionSecurity& security = m_state->security[static_cast<size_t>(side)];
+    const QString driver = driverInUse();
+    const DriverKind kind = driverKindOf(driver);
+    if (security.encryption != Encryption::Required || !isRefusedHandshake(kind, outcome.diagnostics)) {
+        return {};
+    }
+    HandshakeProbes probes;
+    if (kind == DriverKind::FreeTds) {
+        probes = probeHandshake(side, providerString, driver);
+    }
+    return refusedEncryptionText(side, m_state->host.serverText(side), security, kind,
+                                 outcome.errorDescription, probes);
+}
+
+// FreeTDS does not say why a handshake failed: ask again, without credentials, with less checked.
+HandshakeProbes ServerAccess::probeHandshake(int side, const QString& providerString, const QString& driver) {
+    using Answer = HandshakeProbes::Answer;
+    const ConnectionSecurity& security = m_state->security[static_cast<size_t>(side)];
+    SideConnection probe(side);
+    const auto ask = [&](Probe kind) {
+        const OdbcConnectionText odbc = withSectionWritten(probeConnectionString(
+            providerString, driver, security, freeTdsSectionName(side) + QStringLiteral("-probe"), kind));
+        if (!odbc.error.isEmpty()) {
+            return Answer::NotRun;
+        }
+        const ConnectOutcome outcome = probe.open(odbc.text, m_state->loginTimeout);
+        probe.close();
+        return outcome.connected || serverAnswered(outcome.diagnostics) ? Answer::ServerAnswered
+                                                                        : Answer::Refused;
+    };
+    HandshakeProbes probes;
+    probes.withoutHostCheck = ask(Probe::WithoutHostCheck);
+    if (probes.withoutHostCheck != Answer::ServerAnswered) {
+        probes.withoutVerification = ask(Probe::WithoutVerification);
+    }
+    return probes;
 }
 
 // A box names neither side nor server, and once it is closed nothing is left of a server that
@@ -337,6 +416,16 @@ void ServerAccess::cancelRunningStatement() {
 
 bool ServerAccess::isStatementRunning() const {
     return m_state->sides[0]->isRunning() || m_state->sides[1]->isRunning();
+}
+
+void ServerAccess::setConnectionSecurity(int side, const ConnectionSecurity& security) {
+    if (isSide(side)) {
+        m_state->security[static_cast<size_t>(side)] = security;
+    }
+}
+
+ConnectionSecurity ServerAccess::connectionSecurity(int side) const {
+    return isSide(side) ? m_state->security[static_cast<size_t>(side)] : ConnectionSecurity();
 }
 
 void ServerAccess::setDriverOverride(const QString& driver) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "db/ConnectionString.h"
 #include "db/ResultTable.h"
 #include "db/StatementTally.h"
 
@@ -17,6 +18,7 @@ class Recordset;
 class ServerMessageLog;
 class SideConnection;
 struct ConnectOutcome;
+struct HandshakeProbes;
 
 // What the execution layer needs from the window that owns it.
 class ServerAccessHost {
@@ -73,6 +75,12 @@ public:
     void refuseNewStatements(bool on);
     bool isStatementRunning() const;
 
+    // How the side's next connection is encrypted (Options page); it applies from the next connect.
+    // A refused encrypted handshake is shown and logged (txtLog, txtErrs) as one line naming the
+    // side, the server and the reason.
+    void setConnectionSecurity(int side, const ConnectionSecurity& security);
+    ConnectionSecurity connectionSecurity(int side) const;
+
     // The ODBC driver used for Provider=SQLOLEDB; empty means found automatically.
     void setDriverOverride(const QString& driver);
     QString driverInUse() const;
@@ -119,6 +127,8 @@ private:
     void countFinished(bool succeeded);
     void logConnectTimeout(int side, const QString& description);
     ConnectOutcome openSide(int side, const QString& providerString);
+    QString refusedEncryption(int side, const QString& providerString, const ConnectOutcome& outcome);
+    HandshakeProbes probeHandshake(int side, const QString& providerString, const QString& driver);
 
     std::unique_ptr<State> m_state;
 };

@@ -379,6 +379,7 @@ ConnectOutcome SideConnection::open(const QString& odbcConnectionString, int log
                                       diagnostic.sqlState == QLatin1String("IM003") ||
                                       diagnostic.text.contains(QLatin1String("Can't open lib"));
         }
+        outcome.diagnostics = std::move(diagnostics);
         m_worker->dropConnection();
     });
     return outcome;

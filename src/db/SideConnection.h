@@ -1,5 +1,6 @@
 #pragma once
 
+#include "db/OdbcDiagnostics.h"
 #include "db/ResultRetention.h"
 #include "db/ResultTable.h"
 
@@ -17,7 +18,8 @@ class OdbcStatement;
 struct ConnectOutcome {
     bool connected = false;
     QString errorDescription;
-    bool driverNotLoaded = false; // the driver manager could not load the driver library
+    bool driverNotLoaded = false;            // the driver manager could not load the driver library
+    std::vector<OdbcDiagnostic> diagnostics; // every record of a failed connect
 };
 
 // What a run of statements sent in one go came to.
