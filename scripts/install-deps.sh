@@ -12,7 +12,8 @@ packages=(
 )
 if [[ "${QORMIN_WITH_TEST_TOOLS:-0}" == 1 ]]; then
     packages+=(samba smbclient g++-mingw-w64-x86-64 xvfb xauth dbus gvfs gvfs-backends gvfs-fuse
-        clang libclang-rt-14-dev lintian desktop-file-utils procps gnome-keyring libsecret-tools)
+        clang libclang-rt-14-dev lintian desktop-file-utils procps gnome-keyring libsecret-tools
+        openssl freetds-bin tcpdump)
     # What the T-SQL test engine (scripts/engines.sh) needs at run time, as its folder lists it.
     engine=${QORMIN_ENGINE_DIR:-$(dirname "$0")/../../shared/engines/babelfish}
     if [[ -f "$engine/runtime-packages.txt" ]]; then

@@ -14,7 +14,8 @@ bash "$root/scripts/install-deps.sh"
 if [[ -z "${QORMIN_TEST_SERVER_LEFT:-}" ]]; then
     engine_run=$(mktemp -d /tmp/qormin-engines.XXXXXX)
     trap 'bash "$root/scripts/engines.sh" stop "$engine_run"' EXIT
-    if engine_env=$(bash "$root/scripts/engines.sh" start "$engine_run"); then
+    # A third engine encrypts, for the encrypted-connection tests (openssl, tsql and tcpdump: test tools).
+    if engine_env=$(QORMIN_ENGINE_TLS=1 bash "$root/scripts/engines.sh" start "$engine_run"); then
         eval "$engine_env"
     else
         # The engine suite would only report itself skipped: in the test command that is a failure.
