@@ -81,12 +81,32 @@ const FieldCase fieldCases[] = {
     {"txtRestoreTO(0)", "D", "txtRestoreTO", "DB0", typed},
     {"txtRestoreTO(5)", "D", "txtRestoreTO", "DB5", typed},
     {"txtRestoreDir", "d:\\qormin\\db\\bak\\", nullptr, nullptr, "d:\\qormin\\db\\bak\\"},
+    {"txtCAFile(1)", "", "MAIN", "txtCAFile1", typed},
+    {"txtCertificateHost(0)", "", "MAIN", "txtCertificateHost0", typed},
 };
 
 INSTANTIATE_TEST_SUITE_P(Fields, FieldTest, testing::ValuesIn(fieldCases), [](const auto& testInfo) {
     QString name = QString::fromLatin1(testInfo.param.control);
     return name.remove(u'(').remove(u')').toStdString();
 });
+
+// The Options page's encryption reaches the connections before start-up connects anything.
+TEST(StartupTest, encryptionChosenOnTheOptionsPageGovernsTheSideFromTheNextStart) {
+    using qormin::db::ConnectionSecurity;
+    using qormin::db::Encryption;
+    WindowHarness harness;
+    harness.load();
+    EXPECT_EQ(harness.window().serverAccess().connectionSecurity(1), ConnectionSecurity{});
+    const auto result =
+        harness.runBatch(QStringLiteral("set cboEncryption(1) Required\nset txtCAFile(1) /etc/ca.pem\n"
+                                        "set cboEncryption(0) Off\nset txtCAFile(0) /unused.pem"));
+    ASSERT_EQ(result.exitCode, 0) << result.errors.toStdString();
+    harness.restart();
+    EXPECT_EQ(harness.window().serverAccess().connectionSecurity(1),
+              (ConnectionSecurity{Encryption::Required, QStringLiteral("/etc/ca.pem"), {}}));
+    EXPECT_EQ(harness.window().serverAccess().connectionSecurity(0),
+              (ConnectionSecurity{Encryption::Off, {}, {}}));
+}
 
 TEST(StartupTest, firstRunContactsNoServerLogsTheFolderChecksShowsTheTabsInOrderAndRunsTheirHooks) {
     WindowHarness harness;

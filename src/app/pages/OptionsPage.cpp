@@ -1,5 +1,7 @@
 #include "app/pages/OptionsPage.h"
 
+#include "app/pages/EncryptionOptions.h"
+
 #include "db/ServerAccess.h"
 #include "platform/PathMapper.h"
 #include "platform/SettingsStore.h"
@@ -20,7 +22,8 @@ const QString odbcDriverKey = QStringLiteral("txtOdbcDriver");
 
 OptionsPage::OptionsPage(window::MainWindowContext& context, QWidget* parent)
     : QWidget(parent), m_context(context), m_mountRoot(new QLineEdit(this)),
-      m_odbcDriver(new QLineEdit(this)), m_toolArea(new QVBoxLayout) {
+      m_odbcDriver(new QLineEdit(this)), m_encryption(new EncryptionOptions(context, this)),
+      m_toolArea(new QVBoxLayout) {
     m_mountRoot->setObjectName(mountRootKey);
     m_mountRoot->setPlaceholderText(tr("empty: the desktop's SMB mounts (GVfs)"));
     m_odbcDriver->setObjectName(odbcDriverKey);
@@ -40,6 +43,7 @@ OptionsPage::OptionsPage(window::MainWindowContext& context, QWidget* parent)
     auto* layout = new QVBoxLayout(this);
     layout->addLayout(form);
     layout->addWidget(note);
+    layout->addWidget(m_encryption);
     layout->addLayout(m_toolArea);
     layout->addStretch(1);
 
@@ -60,6 +64,7 @@ QBoxLayout* OptionsPage::toolArea() const {
 void OptionsPage::load() {
     m_mountRoot->setText(m_context.settings().getSetting(section, mountRootKey));
     m_odbcDriver->setText(m_context.settings().getSetting(section, odbcDriverKey));
+    m_encryption->load();
 }
 
 } // namespace qormin::app

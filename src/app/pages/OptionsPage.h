@@ -12,6 +12,8 @@ class MainWindowContext;
 
 namespace qormin::app {
 
+class EncryptionOptions;
+
 // "Options": where this machine finds the servers' shares and which ODBC driver it uses.
 class OptionsPage : public QWidget {
     Q_OBJECT
@@ -26,6 +28,7 @@ private:
     window::MainWindowContext& m_context;
     QLineEdit* m_mountRoot;
     QLineEdit* m_odbcDriver;
+    EncryptionOptions* m_encryption;
     QVBoxLayout* m_toolArea;
 };
 
