@@ -1,7 +1,9 @@
 // Connection-string translation: any provider string gives either an error or an ODBC string
-// whose pairs split cleanly, with the driver's name kept in braces.
+// whose pairs split cleanly, with the driver's name kept in braces; a FreeTDS configuration
+// section for a verified connection keeps each of its settings on a line of its own.
 #include "FuzzInput.h"
 
+#include "db/ConnectionSecurity.h"
 #include "db/ConnectionString.h"
 
 namespace {
@@ -55,12 +57,29 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     // The driver's name comes first, up to a line break; the provider string is the rest.
     const qsizetype lineBreak = input.indexOf(u'\n');
     const QString driver = lineBreak < 0 ? QStringLiteral("FreeTDS") : input.left(lineBreak);
-    const QString provider = lineBreak < 0 ? input : input.mid(lineBreak + 1);
+    QString provider = lineBreak < 0 ? input : input.mid(lineBreak + 1);
+    // A second line break starts the side's security: "encryption|CA file|name in the certificate".
+    qormin::db::ConnectionSecurity security;
+    const qsizetype securityBreak = provider.indexOf(u'\n');
+    if (securityBreak >= 0) {
+        const QStringList fields = provider.mid(securityBreak + 1).split(u'|');
+        security = {qormin::db::encryptionFromSettingText(fields.value(0)), fields.value(1), fields.value(2)};
+        provider = provider.left(securityBreak);
+    }
 
-    const qormin::db::OdbcConnectionText odbc = qormin::db::translateConnectionString(provider, driver);
+    const qormin::db::OdbcConnectionText odbc =
+        qormin::db::translateConnectionString(provider, driver, security, QStringLiteral("qormin-left"));
     require(odbc.text.isEmpty() != odbc.error.isEmpty(), "either a text or an error");
     if (odbc.text.isEmpty())
         return 0;
+    if (!odbc.freeTdsSection.isEmpty()) {
+        const QStringList lines = odbc.freeTdsSection.split(u'\n');
+        require(lines.first() == QStringLiteral("[qormin-left]") && lines.last().isEmpty(),
+                "one whole section");
+        for (qsizetype i = 1; i + 1 < lines.size(); ++i)
+            require(lines.at(i).startsWith(u'\t') && lines.at(i).contains(QStringLiteral(" = ")),
+                    "each setting on a line of its own");
+    }
     qsizetype pairs = 0;
     require(splitsCleanly(odbc.text, pairs), "the ODBC string splits into pairs");
     require(pairs >= 2, "the driver and the server are always named");

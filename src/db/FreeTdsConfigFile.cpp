@@ -17,11 +17,33 @@ struct State {
     QString path;
     QString userFile; // what FREETDSCONF named before, if anything
     QMap<QString, QString> sections;
+    bool written = false;
 
     ~State() {
-        if (!path.isEmpty() && !sections.isEmpty()) {
+        if (written) {
             QFile::remove(path);
         }
+    }
+
+    // The sections, then the user's own file as it is now.
+    bool write() {
+        QString text;
+        for (const QString& kept : std::as_const(sections)) {
+            text += kept + u'\n';
+        }
+        QFile user(userFile);
+        if (!userFile.isEmpty() && user.open(QIODevice::ReadOnly)) {
+            text += QString::fromUtf8(user.readAll());
+        }
+        QSaveFile file(path);
+        if (!file.open(QIODevice::WriteOnly)) {
+            return false;
+        }
+        file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
+        file.write(text.toUtf8());
+        const bool committed = file.commit();
+        written = written || committed;
+        return committed;
     }
 };
 
@@ -45,10 +67,15 @@ void FreeTdsConfigFile::install() {
     s.installed = true;
     s.userFile = qEnvironmentVariable("FREETDSCONF");
     // The file holds server addresses and CA paths, nothing secret; it exists only once a
-    // verified connection needs it, and is replaced whole (QSaveFile), never written in place.
+    // verified connection needs it (at once when it must carry the user's own file), and is replaced whole
+    // (QSaveFile), never written in place.
     s.path = QDir(QDir::tempPath())
                  .filePath(QStringLiteral("qormin-freetds-%1.conf").arg(QCoreApplication::applicationPid()));
     qputenv("FREETDSCONF", QFile::encodeName(s.path));
+    // A user's own file must stay in force from the first connection on.
+    if (!s.userFile.isEmpty()) {
+        s.write();
+    }
 }
 
 bool FreeTdsConfigFile::put(const QString& section) {
@@ -56,20 +83,7 @@ bool FreeTdsConfigFile::put(const QString& section) {
     State& s = state();
     const std::lock_guard lock(s.mutex);
     s.sections.insert(sectionName(section), section);
-    QString text;
-    for (const QString& kept : std::as_const(s.sections)) {
-        text += kept + u'\n';
-    }
-    QFile user(s.userFile);
-    if (!s.userFile.isEmpty() && user.open(QIODevice::ReadOnly)) {
-        text += QString::fromUtf8(user.readAll());
-    }
-    QSaveFile file(s.path);
-    if (!file.open(QIODevice::WriteOnly)) {
-        return false;
-    }
-    file.write(text.toUtf8());
-    return file.commit();
+    return s.write();
 }
 
 QString FreeTdsConfigFile::path() {
