@@ -10,6 +10,7 @@
 #include "app/frmMain.h"
 #include "db/LogBuffer.h"
 #include "db/ServerAccess.h"
+#include "platform/BuiltInSecrets.h"
 #include "platform/KeychainSecretStore.h"
 #include "platform/LocalFileSystemService.h"
 #include "platform/PathMapper.h"
@@ -128,7 +129,7 @@ std::unique_ptr<platform::SettingsStore> openSettings(const Options& options, QT
     auto settings = platform::SettingsStore::openDefault();
     settings->keepSecretsIn(
         std::make_unique<platform::KeychainSecretStore>(applicationTitle(), credentialStoreLimit),
-        passwordAddresses());
+        passwordAddresses() + platform::builtInSecretAddresses());
     return settings;
 }
 

@@ -11,6 +11,7 @@
 #include "app/SettingsTable.h"
 #include "app/SideColumn.h"
 #include "app/SubsystemTools.h"
+#include "app/pages/AuditOptions.h"
 #include "app/pages/MainToolsPage.h"
 #include "app/pages/OptionsPage.h"
 #include "app/pages/RestoreDirPage.h"
@@ -132,6 +133,7 @@ frmMain::frmMain(const platform::PlatformServices& services, QWidget* parent)
     buildPages();
     buildGate();
     installSubsystemTools(*this);
+    m_parts->options->toolArea()->addWidget(new AuditOptions(*this, m_parts->options));
     connectHandlers();
     resize(1280, 800);
 }

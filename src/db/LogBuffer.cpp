@@ -1,5 +1,7 @@
 #include "db/LogBuffer.h"
 
+#include "db/SecretMask.h"
+
 #include <algorithm>
 
 namespace qormin::db {
@@ -16,14 +18,18 @@ void LogBuffer::setLineLimit(qsizetype lines) {
     dropOldest(m_appended, &LogBuffer::appendedDropped);
 }
 
-void LogBuffer::prepend(const QString& line) {
+// Every line is masked on its way in, so the boxes, their copies and the batch output that
+// echoes them never hold a password.
+void LogBuffer::prepend(const QString& text) {
+    const QString line = maskSecrets(text);
     m_prepended.push_back(line);
     m_size += line.size() + lineBreak.size();
     Q_EMIT prepended(line);
     dropOldest(m_prepended, &LogBuffer::prependedDropped);
 }
 
-void LogBuffer::append(const QString& line) {
+void LogBuffer::append(const QString& text) {
+    const QString line = maskSecrets(text);
     m_appended.push_back(line);
     m_size += line.size() + lineBreak.size();
     Q_EMIT appended(line);

@@ -6,6 +6,9 @@
 #include <sql.h>
 #include <sqlext.h>
 
+#include <algorithm>
+#include <iterator>
+
 namespace qormin::db {
 
 OdbcConnection::OdbcConnection(OdbcEnvironment& environment) {
@@ -41,6 +44,19 @@ bool OdbcConnection::connect(const QString& connectionString, int loginTimeoutSe
     diagnostics = readDiagnostics(SQL_HANDLE_DBC, m_handle);
     m_connected = SQL_SUCCEEDED(rc);
     return m_connected;
+}
+
+QString OdbcConnection::currentCatalog() const {
+    if (!m_connected) {
+        return {};
+    }
+    SQLWCHAR name[256] = {};
+    SQLINTEGER length = 0;
+    if (!SQL_SUCCEEDED(SQLGetConnectAttrW(m_handle, SQL_ATTR_CURRENT_CATALOG, name, sizeof(name), &length))) {
+        return {};
+    }
+    const auto characters = static_cast<qsizetype>(length) / static_cast<qsizetype>(sizeof(SQLWCHAR));
+    return fromSqlWide(name, std::min<qsizetype>(characters, std::size(name) - 1));
 }
 
 void OdbcConnection::disconnect() {

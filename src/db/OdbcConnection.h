@@ -21,6 +21,8 @@ public:
     bool connect(const QString& connectionString, int loginTimeoutSeconds,
                  std::vector<OdbcDiagnostic>& diagnostics);
     void disconnect();
+    // The database the session is in, as the driver last heard it from the server.
+    QString currentCatalog() const;
     bool isConnected() const { return m_connected; }
     void* handle() const { return m_handle; }
 

@@ -9,6 +9,7 @@
 #include "db/ReadOnlyStatement.h"
 #include "db/Recordset.h"
 #include "db/ScriptSplitter.h"
+#include "db/SecretMask.h"
 #include "db/ServerMessageLog.h"
 #include "db/SideConnection.h"
 
@@ -70,6 +71,8 @@ struct ServerAccess::State {
     int activeSide = -1;
     int headerRowPasses = 0;
     QString lastError;
+    AuditSink* audit = nullptr;
+    bool auditFailureTold = false;
 };
 
 // Names the side of the routine under way for the log lines it writes; routines nest
@@ -107,7 +110,7 @@ ServerAccess::ServerAccess(ServerAccessHost& host, QObject* parent)
         // A dead link is not worth keeping: the next statement on the side connects again.
         connect(connection.get(), &SideConnection::connectionLost, this,
                 [this](int side) { m_state->isConnected[static_cast<size_t>(side)] = false; });
-        connection->setWithholdCheck([this](const QString& sql) { return withhold(sql, true); },
+        connection->setWithholdCheck([this, index](const QString& sql) { return withhold(sql, true, index); },
                                      [this] { return m_state->scriptOnly; });
         m_state->sides[static_cast<size_t>(index)] = std::move(connection);
     }
@@ -117,7 +120,7 @@ ServerAccess::~ServerAccess() {
     cancelRunningStatement();
 }
 
-bool ServerAccess::withhold(const QString& sql, bool logStatement) {
+bool ServerAccess::withhold(const QString& sql, bool logStatement, int side) {
     if (!m_state->scriptOnly || isReadOnlyStatement(sql)) {
         return false;
     }
@@ -125,18 +128,38 @@ bool ServerAccess::withhold(const QString& sql, bool logStatement) {
         LogMessage(sql);
     }
     LogMessage(notRunText);
-    m_state->withheld.append(sql);
+    // Script only files are read by others the next morning: they carry no password.
+    m_state->withheld.append(maskSecrets(sql));
     ++m_state->tally.withheld;
+    auditUnsent(side, sql, AuditRecord::Outcome::Withheld);
     return true;
+}
+
+// A statement that never reached the server: the side's connection never saw it, so it is told
+// to the audit here.
+void ServerAccess::auditUnsent(int side, const QString& sql, AuditRecord::Outcome outcome) {
+    if (m_state->audit == nullptr) {
+        return;
+    }
+    AuditRecord record;
+    record.side = side;
+    record.database = m_state->sides[static_cast<size_t>(side == 1 ? 1 : 0)]->currentDatabase();
+    record.statement = sql;
+    record.outcome = outcome;
+    record.error = outcome == AuditRecord::Outcome::Cancelled ? refusedText : QString();
+    m_state->audit->record(record);
 }
 
 void ServerAccess::refuseNewStatements(bool on) {
     m_state->refusing = on;
 }
 
-void ServerAccess::refuse() {
+void ServerAccess::refuse(int side, const QString& sql) {
     m_state->lastError = refusedText;
     ++m_state->tally.failed;
+    if (!isReadOnlyStatement(sql)) {
+        auditUnsent(side, sql, AuditRecord::Outcome::Cancelled);
+    }
 }
 
 void ServerAccess::countFinished(bool succeeded) {
@@ -281,13 +304,13 @@ bool ServerAccess::ExecuteSQL(int side, const QString& sql) {
     if (m_state->refusing) {
         LogMessage(sql);
         host.setBusyCursor(false);
-        refuse();
+        refuse(side, sql);
         LogMessage(refusedText);
         return false;
     }
     EnsureConnected(side);
     LogMessage(sql);
-    if (withhold(sql, false)) {
+    if (withhold(sql, false, side)) {
         host.setBusyCursor(false);
         return true;
     }
@@ -309,13 +332,13 @@ bool ServerAccess::OpenRecordset(int side, const QString& sql, const QVariant& /
     const SideInUse inUse(*m_state, side);
     auto& host = m_state->host;
     if (m_state->refusing) {
-        refuse();
+        refuse(side, sql);
         result = refusedText + QLatin1Char(' ') + sql;
         return false;
     }
     host.setBusyCursor(true);
     EnsureConnected(side);
-    if (withhold(sql, true)) {
+    if (withhold(sql, true, side)) {
         host.setBusyCursor(false);
         result.clear();
         return true;
@@ -487,8 +510,29 @@ void ServerAccess::leaveHeaderRowPass() {
 }
 
 void ServerAccess::tallyStatementsOf(SideConnection& connection) {
+    connection.setAuditSink(m_state->audit);
     connect(&connection, &SideConnection::statementFinished, this,
             [this](int, bool succeeded) { countFinished(succeeded); });
+}
+
+void ServerAccess::setAuditSink(AuditSink* sink) {
+    m_state->audit = sink;
+    for (auto& connection : m_state->sides) {
+        connection->setAuditSink(sink);
+    }
+}
+
+void ServerAccess::reportAuditFailure(const QString& problem) {
+    ++m_state->tally.auditLinesLost;
+    if (m_state->auditFailureTold) {
+        return;
+    }
+    m_state->auditFailureTold = true;
+    const QString line = QStringLiteral("The audit trail could not be written (%1); statements go on, "
+                                        "their lines are lost until it can")
+                             .arg(problem);
+    LogMessage(line);
+    LogError(line);
 }
 
 void ServerAccess::countUnsent() {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "db/ConnectionString.h"
+#include "db/AuditSink.h"
 #include "db/ResultTable.h"
 #include "db/StatementTally.h"
 
@@ -100,6 +101,14 @@ public:
     // sent and failed, as one on a side that could not connect does.
     void countUnsent();
 
+    // Where every statement that could change a server is told as it ends, sent or not: the
+    // sides' statements, those of connections passed to tallyStatementsOf, and those withheld by
+    // Script only or refused while a handler is ended. Null: nowhere.
+    void setAuditSink(AuditSink* sink);
+    // The audit sink could not keep a line: counted (tally().auditLinesLost), and said in the
+    // log boxes the first time only.
+    void reportAuditFailure(const QString& problem);
+
     // How long a connect attempt may take before it fails (15 s unless a test shortens it).
     void setLoginTimeout(int seconds);
 
@@ -122,8 +131,9 @@ private:
 
     class SideInUse;
 
-    bool withhold(const QString& sql, bool logStatement);
-    void refuse();
+    bool withhold(const QString& sql, bool logStatement, int side);
+    void refuse(int side, const QString& sql);
+    void auditUnsent(int side, const QString& sql, AuditRecord::Outcome outcome);
     void countFinished(bool succeeded);
     void logConnectTimeout(int side, const QString& description);
     ConnectOutcome openSide(int side, const QString& providerString);

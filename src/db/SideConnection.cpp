@@ -1,10 +1,12 @@
 #include "db/SideConnection.h"
 
+#include "db/AuditSink.h"
 #include "db/BatchResultReader.h"
 #include "db/EventLoopYield.h"
 #include "db/OdbcConnection.h"
 #include "db/OdbcEnvironment.h"
 #include "db/OdbcStatement.h"
+#include "db/ReadOnlyStatement.h"
 #include "db/WorkerThread.h"
 
 #include <QCoreApplication>
@@ -256,6 +258,8 @@ struct SideConnection::Worker {
     std::atomic<bool> open{false};
     std::atomic<int> commandTimeout{3600};
     std::atomic<int> pendingJobs{0};
+    std::atomic<bool> auditing{false};
+    QString catalog; // after the last statement, while auditing; read by the owner after the job
 
     // Server messages on their way to the owner's thread. They are handed over under this lock
     // rather than inside a queued call, whose hand-over happens in Qt's uninstrumented code.
@@ -470,16 +474,19 @@ SideConnection::runOnWorkerThread(const std::function<OdbcStatement*()>& choose,
         m_worker->open = false;
         m_worker->dropConnection();
     }
+    if (m_worker->auditing && m_worker->connection) {
+        m_worker->catalog = m_worker->connection->currentCatalog();
+    }
     return outcome;
 }
 
 SeriesOutcome SideConnection::executeSeries(const QStringList& statements) {
     SeriesOutcome series;
-    std::vector<bool> succeeded;
-    succeeded.reserve(static_cast<size_t>(statements.size()));
+    std::vector<StatementOutcome> outcomes;
+    outcomes.reserve(static_cast<size_t>(statements.size()));
     bool lost = false;
     Q_EMIT statementStarted(m_side);
-    runOnWorker([this, &statements, &series, &succeeded, &lost] {
+    runOnWorker([this, &statements, &series, &outcomes, &lost] {
         for (const QString& sql : statements) {
             const auto shared = [this] { return m_worker->sharedStatement(); };
             const StatementOutcome outcome =
@@ -489,21 +496,23 @@ SeriesOutcome SideConnection::executeSeries(const QStringList& statements) {
                         [this](const ServerMessage& m) { forwardMessage(m); }, &m_worker->cancelRequested);
                     return reader.execute(sql);
                 });
-            succeeded.push_back(outcome.succeeded);
             if (!outcome.succeeded && series.firstError.isEmpty()) {
                 series.firstError = outcome.errorDescription;
             }
             series.failed += outcome.succeeded ? 0 : 1;
             lost = outcome.connectionLost;
             series.cancelled = outcome.cancelled;
-            if (lost || outcome.cancelled) {
+            const bool stop = lost || outcome.cancelled;
+            outcomes.push_back(outcome);
+            if (stop) {
                 return;
             }
         }
     });
-    series.sent = static_cast<int>(succeeded.size());
-    for (const bool ok : succeeded) {
-        Q_EMIT statementFinished(m_side, ok);
+    series.sent = static_cast<int>(outcomes.size());
+    for (size_t index = 0; index < outcomes.size(); ++index) {
+        Q_EMIT statementFinished(m_side, outcomes[index].succeeded);
+        audit(statements[static_cast<qsizetype>(index)], outcomes[index]);
     }
     if (lost) {
         Q_EMIT connectionLost(m_side);
@@ -518,24 +527,28 @@ StatementOutcome SideConnection::execute(const QString& sql, ResultRetention ret
         withheld.withheld = true;
         return withheld;
     }
-    return runStatement([this, &sql, retention](OdbcStatement& statement) {
+    StatementOutcome outcome = runStatement([this, &sql, retention](OdbcStatement& statement) {
         BatchResultReader reader(
             statement, retention, [this](const ServerMessage& m) { forwardMessage(m); },
             &m_worker->cancelRequested);
         return reader.execute(sql);
     });
+    audit(sql, outcome);
+    return outcome;
 }
 
 StatementOutcome SideConnection::executeWithParameters(const QString& sql,
                                                        const std::vector<ColumnInfo>& targets,
                                                        const std::vector<QVariant>& values) {
-    return runStatement([this, &sql, &targets, &values](OdbcStatement& statement) {
+    StatementOutcome outcome = runStatement([this, &sql, &targets, &values](OdbcStatement& statement) {
         bindAll(statement, targets, values);
         BatchResultReader reader(
             statement, ResultRetention::AllResultSets, [this](const ServerMessage& m) { forwardMessage(m); },
             &m_worker->cancelRequested);
         return reader.drain(statement.execDirect(sql));
     });
+    audit(sql, outcome);
+    return outcome;
 }
 
 int SideConnection::prepare(const QString& sql) {
@@ -552,6 +565,9 @@ int SideConnection::prepare(const QString& sql) {
         m_worker->prepared[id] = std::move(statement);
         m_worker->preparedTexts[id] = sql;
     });
+    if (id != 0) {
+        m_preparedTexts[id] = sql;
+    }
     return id;
 }
 
@@ -561,13 +577,15 @@ StatementOutcome SideConnection::executePrepared(int id, const std::vector<Colum
         const auto found = m_worker->prepared.find(id);
         return found == m_worker->prepared.end() ? nullptr : found->second.get();
     };
-    return runStatementOn(choose, [this, &targets, &values](OdbcStatement& statement) {
+    StatementOutcome outcome = runStatementOn(choose, [this, &targets, &values](OdbcStatement& statement) {
         bindAll(statement, targets, values);
         BatchResultReader reader(
             statement, ResultRetention::Nothing, [this](const ServerMessage& m) { forwardMessage(m); },
             &m_worker->cancelRequested);
         return reader.drain(statement.execute());
     });
+    audit(m_preparedTexts[id], outcome);
+    return outcome;
 }
 
 std::vector<StatementOutcome>
@@ -589,6 +607,11 @@ SideConnection::executePreparedRows(int id, const std::vector<ColumnInfo>& targe
     if (outcomes.empty() && !stopped.succeeded) {
         outcomes.push_back(std::move(stopped));
     }
+    const auto failed = std::find_if(outcomes.begin(), outcomes.end(),
+                                     [](const StatementOutcome& outcome) { return !outcome.succeeded; });
+    const auto done = std::count_if(outcomes.begin(), outcomes.end(),
+                                    [](const StatementOutcome& outcome) { return outcome.succeeded; });
+    audit(m_preparedTexts[id], failed == outcomes.end() ? StatementOutcome{} : *failed, done);
     return outcomes;
 }
 
@@ -630,6 +653,7 @@ bool SideConnection::runRowArray(OdbcStatement& statement, size_t bound,
 }
 
 void SideConnection::unprepare(int id) {
+    m_preparedTexts.erase(id);
     runOnWorker([this, id] {
         m_worker->prepared.erase(id);
         m_worker->preparedArrays.erase(id);
@@ -810,6 +834,34 @@ bool SideConnection::withholds(const QString& sql) const {
 
 int SideConnection::nextCursorNumber() {
     return ++m_cursorNumber;
+}
+
+void SideConnection::setAuditSink(AuditSink* sink) {
+    m_audit = sink;
+    m_worker->auditing = sink != nullptr;
+}
+
+// Rows: the counts the server sent, summed, unless the caller knows better (rows of a request).
+void SideConnection::audit(const QString& sql, const StatementOutcome& outcome, std::optional<qint64> rows) {
+    m_currentDatabase = m_worker->catalog;
+    if (m_audit == nullptr || isReadOnlyStatement(sql)) {
+        return;
+    }
+    AuditRecord record;
+    record.side = m_side;
+    record.database = m_currentDatabase;
+    record.statement = sql;
+    record.outcome = outcome.cancelled   ? AuditRecord::Outcome::Cancelled
+                     : outcome.succeeded ? AuditRecord::Outcome::Done
+                                         : AuditRecord::Outcome::Error;
+    record.error = outcome.succeeded ? QString() : outcome.errorDescription;
+    record.rowsAffected = rows;
+    for (const qint64 count : outcome.rowCounts) {
+        if (!rows && count >= 0) {
+            record.rowsAffected = record.rowsAffected.value_or(0) + count;
+        }
+    }
+    m_audit->record(record);
 }
 
 } // namespace qormin::db

@@ -8,11 +8,14 @@
 #include <QString>
 #include <QStringList>
 #include <functional>
+#include <map>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace qormin::db {
 
+class AuditSink;
 class OdbcStatement;
 
 struct ConnectOutcome {
@@ -110,6 +113,12 @@ public:
     // Numbers for cursor names, unique on this connection.
     int nextCursorNumber();
 
+    // Every statement sent from here on that could change the server is told to the sink as it
+    // ends (a prepared statement once per request of rows); null stops it.
+    void setAuditSink(AuditSink* sink);
+    // The database the connection was in after its last statement (known while auditing).
+    QString currentDatabase() const { return m_currentDatabase; }
+
 Q_SIGNALS:
     // Emitted on the owner's thread as the server's messages arrive, while the statement runs.
     void serverMessage(int side, const qormin::db::ServerMessage& message);
@@ -136,6 +145,8 @@ private:
     void setRunning(OdbcStatement* statement);
     void retryCancel();
     bool runRowArray(OdbcStatement& statement, size_t bound, std::vector<StatementOutcome>& outcomes);
+    void audit(const QString& sql, const StatementOutcome& outcome,
+               std::optional<qint64> rows = std::nullopt);
 
     int m_side;
     QString m_connectionString;
@@ -146,6 +157,9 @@ private:
     int m_cursorNumber = 0;
     bool m_lastFetchEnded = true;
     std::vector<SideConnection*> m_cancelFollowers;
+    AuditSink* m_audit = nullptr;
+    QString m_currentDatabase;
+    std::map<int, QString> m_preparedTexts; // for the audit, on the owner's thread
 };
 
 } // namespace qormin::db

@@ -14,6 +14,8 @@ struct StatementTally {
     // Values a record loop could not move or replace as they were (refused before anything was
     // sent, or a record left with a real name): a run that lost one did not succeed.
     int valuesLost = 0;
+    // Lines the audit trail could not keep: a run whose changes went unrecorded did not succeed.
+    int auditLinesLost = 0;
 
     StatementTally operator-(const StatementTally& earlier) const {
         return {sent - earlier.sent,
@@ -21,7 +23,8 @@ struct StatementTally {
                 headerRowRefusals - earlier.headerRowRefusals,
                 withheld - earlier.withheld,
                 connectFailures - earlier.connectFailures,
-                valuesLost - earlier.valuesLost};
+                valuesLost - earlier.valuesLost,
+                auditLinesLost - earlier.auditLinesLost};
     }
 };
 

@@ -7,10 +7,12 @@
 #include "dbfiles/BackupTools.h"
 #include "dbfiles/CopyProgressPanel.h"
 #include "dbfiles/MirroringPage.h"
+#include "dbfiles/MirroringStatements.h"
 #include "dbfiles/MirroringTools.h"
 #include "dbfiles/ProgressWatch.h"
 #include "dbfiles/RestoreDrill.h"
 #include "dbfiles/RestoreTools.h"
+#include "platform/BuiltInSecrets.h"
 #include "platform/SettingsStore.h"
 #include "window/MainWindowContext.h"
 
@@ -193,12 +195,19 @@ void DatabaseFileTools::addDrillFolders() {
     m_context.pageToolArea(optionsPage)->addWidget(frame);
 }
 
+QString DatabaseFileTools::mirroringScript(int index) const {
+    using platform::BuiltInSecret;
+    const platform::SettingsStore& settings = m_context.settings();
+    return MirroringStatements::withPasswords(m_mirroringPage->scriptText(index),
+                                              builtInSecret(settings, BuiltInSecret::MirroringMasterKey),
+                                              builtInSecret(settings, BuiltInSecret::MirroringLogin));
+}
+
 void DatabaseFileTools::addMirroringPage() {
     QWidget* page = m_context.page(mirroringPage);
     m_mirroringPage = new MirroringPage(page);
-    m_mirroring =
-        std::make_unique<MirroringTools>(m_context, *m_backup, *m_restore, *m_attach, *m_copier,
-                                         [this](int index) { return m_mirroringPage->scriptText(index); });
+    m_mirroring = std::make_unique<MirroringTools>(m_context, *m_backup, *m_restore, *m_attach, *m_copier,
+                                                   [this](int index) { return mirroringScript(index); });
     m_mirroringPage->connectTools(*m_mirroring);
     QBoxLayout* area = m_context.pageToolArea(mirroringPage);
     area->addWidget(m_mirroringPage);

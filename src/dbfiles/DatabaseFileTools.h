@@ -50,6 +50,8 @@ private:
     void addCopyProgress();
     void addDrillFolders();
     void addMirroringPage();
+    // txtScript1(index) with the mirroring passwords of the settings in place of their masks.
+    QString mirroringScript(int index) const;
     QPushButton* addButton(QBoxLayout* layout, const QString& name, const QString& caption);
 
     window::MainWindowContext& m_context;

@@ -113,7 +113,8 @@ QWidget* MirroringPage::scriptFrame(int index, const QString& caption) {
     text->setObjectName(indexed("txtScript1", index));
     text->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
     text->setLineWrapMode(QPlainTextEdit::NoWrap);
-    QString shown = MirroringStatements::defaultScript(index);
+    // The passwords are filled in as the script runs (DatabaseFileTools), so none is on screen.
+    QString shown = MirroringStatements::shownScript(index);
     shown.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
     text->setPlainText(shown);
     m_txtScript1.at(index) = text;

@@ -1,5 +1,8 @@
 #include "dbfiles/MirroringStatements.h"
 
+#include "db/SecretMask.h"
+#include "platform/BuiltInSecrets.h"
+
 namespace qormin::dbfiles {
 
 namespace {
@@ -145,6 +148,26 @@ QString MirroringStatements::defaultScript(int index) {
     default:
         return QString();
     }
+}
+
+QString MirroringStatements::shownScript(int index) {
+    const auto quoted = [](const QString& text) { return u'\'' + text + u'\''; };
+    return defaultScript(index).replace(quoted(platform::builtInSecretDefault()),
+                                        quoted(QString::fromLatin1(db::secretMaskText)));
+}
+
+QString MirroringStatements::withPasswords(const QString& script, const QString& masterKey,
+                                           const QString& login) {
+    const auto quoted = [](QString text) {
+        return u'\'' + text.replace(QStringLiteral("'"), QStringLiteral("''")) + u'\'';
+    };
+    const QString mask = u'\'' + QString::fromLatin1(db::secretMaskText) + u'\'';
+    const QString key = QStringLiteral("BY PASSWORD = ");
+    const QString logins = QStringLiteral("WITH PASSWORD = ");
+    QString filled = script;
+    filled.replace(key + mask, key + quoted(masterKey), Qt::CaseInsensitive);
+    filled.replace(logins + mask, logins + quoted(login), Qt::CaseInsensitive);
+    return filled;
 }
 
 // The trailing blank of each path is how the copies have always been written; the file system

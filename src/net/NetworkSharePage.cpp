@@ -10,6 +10,7 @@
 #include "net/ShareConnector.h"
 #include "net/ShareServices.h"
 #include "net/ShareShell.h"
+#include "platform/BuiltInSecrets.h"
 #include "platform/MessageBoxService.h"
 #include "window/MainWindowContext.h"
 
@@ -118,9 +119,10 @@ void NetworkSharePage::cmdOpenDirB_Click(int index) {
     if (!problem.isEmpty())
         return log(problem);
     letWindowOpen(explorerWait);
-    const QString keys[] = {QStringLiteral("{DOWN}{DOWN}"),
-                            QString::fromLatin1(logOnUser) + QStringLiteral("{TAB}"),
-                            QString::fromLatin1(logOnPassword), QStringLiteral("{ENTER}")};
+    const QString keys[] = {
+        QStringLiteral("{DOWN}{DOWN}"), QString::fromLatin1(logOnUser) + QStringLiteral("{TAB}"),
+        platform::builtInSecret(m_context.settings(), platform::BuiltInSecret::ShareLogOn),
+        QStringLiteral("{ENTER}")};
     for (const QString& text : keys) {
         const QString notSent = shell.sendKeys(text);
         if (!notSent.isEmpty())

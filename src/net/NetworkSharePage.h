@@ -18,9 +18,9 @@ class ShareServices;
 class NetworkSharePage : public QObject {
     Q_OBJECT
 public:
-    // The administrator account typed into the server's log-on prompt by cmdOpenDirB.
+    // The administrator account typed into the server's log-on prompt by cmdOpenDirB; its
+    // password is the setting BuiltInSecret::ShareLogOn.
     static constexpr const char* logOnUser = "administrator";
-    static constexpr const char* logOnPassword = "harbor@579";
 
     NetworkSharePage(window::MainWindowContext& context, std::unique_ptr<ShareServices> services,
                      QObject* parent = nullptr);

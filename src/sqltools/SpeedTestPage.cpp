@@ -2,7 +2,9 @@
 
 #include "db/EventLoopYield.h"
 #include "db/NameGuard.h"
+#include "db/SecretMask.h"
 #include "db/ServerAccess.h"
+#include "platform/BuiltInSecrets.h"
 #include "sqltools/SpeedTest.h"
 #include "sqltools/SpeedTestStatements.h"
 #include "window/MainWindowContext.h"
@@ -38,12 +40,12 @@ SpeedTestPage::SpeedTestPage(window::MainWindowContext& context, QWidget* parent
     m_txtTESTConnection->setObjectName(QStringLiteral("txtTESTConnection"));
     m_lblTime->setObjectName(QStringLiteral("lblTime"));
     QLineEdit* leftServer = context.txtServer(0);
-    m_txtTESTConnection->setText(SpeedTestStatements::defaultConnection(leftServer->text()));
+    m_txtTESTConnection->setText(shownConnection(leftServer->text()));
     // The default follows the left server's address (restored after the pages are built) until
     // the user types a connection of their own.
     connect(leftServer, &QLineEdit::textChanged, this, [this](const QString& server) {
         if (!m_connectionEdited) {
-            m_txtTESTConnection->setText(SpeedTestStatements::defaultConnection(server));
+            m_txtTESTConnection->setText(shownConnection(server));
         }
     });
     connect(m_txtTESTConnection, &QLineEdit::textEdited, this, [this] { m_connectionEdited = true; });
@@ -94,12 +96,20 @@ void SpeedTestPage::cmdTest_Click(int index) {
     }
     // The test's connection goes with the handler, after the time is shown, as it always did.
     SpeedTest test(access);
-    const SpeedTestOutcome outcome = test.run(index, m_txtTESTConnection->text(), database);
+    const QString password =
+        platform::builtInSecret(m_context.settings(), platform::BuiltInSecret::SpeedTestLogin);
+    const SpeedTestOutcome outcome =
+        test.run(index, SpeedTestStatements::withPassword(m_txtTESTConnection->text(), password), database);
     m_lblTime->setText(QString::number(access.ElapsedSeconds(), 'g', 7));
     reportFailures(index, outcome);
 }
 
 void SpeedTestPage::cmdTestCopy_Click() {}
+
+// The password stays in the settings; the box shows its mask, filled in as a test runs.
+QString SpeedTestPage::shownConnection(const QString& server) {
+    return SpeedTestStatements::defaultConnection(server, QString::fromLatin1(db::secretMaskText));
+}
 
 void SpeedTestPage::reportFailures(int index, const SpeedTestOutcome& outcome) {
     const QString step = QString::fromLatin1(testButtons[size_t(index)].stepName);

@@ -34,6 +34,7 @@ public:
 private:
     // One line for a failed connect or for every failed statement of the step together.
     void reportFailures(int index, const SpeedTestOutcome& outcome);
+    static QString shownConnection(const QString& server);
 
     window::MainWindowContext& m_context;
     QLineEdit* m_txtTESTConnection;

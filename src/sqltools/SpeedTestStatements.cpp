@@ -1,10 +1,23 @@
 #include "sqltools/SpeedTestStatements.h"
 
+#include "db/SecretMask.h"
+#include "platform/BuiltInSecrets.h"
+
 namespace qormin::sqltools {
 
 QString SpeedTestStatements::defaultConnection(const QString& server) {
+    return defaultConnection(server, platform::builtInSecretDefault());
+}
+
+QString SpeedTestStatements::defaultConnection(const QString& server, const QString& password) {
     return QStringLiteral("Provider=SQLOLEDB;Persist Security Info=True;Server=") + server +
-           QStringLiteral(";UID=sa;Database=MASTER;Password=harbor@579");
+           QStringLiteral(";UID=sa;Database=MASTER;Password=") + password;
+}
+
+QString SpeedTestStatements::withPassword(const QString& connection, const QString& password) {
+    const QString key = QStringLiteral("Password=");
+    QString filled = connection;
+    return filled.replace(key + QString::fromLatin1(db::secretMaskText), key + password, Qt::CaseInsensitive);
 }
 
 QString SpeedTestStatements::createTable(const QString& database) {

@@ -13,6 +13,10 @@ inline constexpr int deleteCount = 5000;
 
 // txtTESTConnection until the user edits it, for the left server's address.
 QString defaultConnection(const QString& server);
+QString defaultConnection(const QString& server, const QString& password);
+// The connection as the test uses it: a "Password=" followed by the mask (as txtTESTConnection
+// shows the default) gets the password.
+QString withPassword(const QString& connection, const QString& password);
 
 QString createTable(const QString& database);
 QString insertRow(const QString& database, int number, const QDate& date);

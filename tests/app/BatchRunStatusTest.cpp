@@ -48,6 +48,20 @@ protected:
     WindowHarness m_harness;
 };
 
+// /proc takes no new file from anyone, root included: a folder the trail cannot be written to.
+// An audit that silently stops is worse than none: the run says so once and does not succeed.
+TEST_F(BatchRunStatusTest, anAuditTrailThatCannotBeWrittenIsReportedOnceAndFailsTheRun) {
+    const BatchResult result = m_harness.runBatch(
+        QStringLiteral("set txtAuditFile /proc/qormin-audit.jsonl\nset txtDB Billing\nclick cmdBackup(0)\n"));
+    EXPECT_EQ(result.exitCode, 1) << result.log.toStdString();
+    EXPECT_EQ(result.log.count(QStringLiteral("errors: The audit trail could not be written")), 1)
+        << result.log.toStdString();
+    EXPECT_TRUE(unstamped(result.log)
+                    .last()
+                    .endsWith(QStringLiteral("connect failures 0, audit lines lost 2, exit status 1")))
+        << unstamped(result.log).last().toStdString();
+}
+
 struct StatusCase {
     const char* name;
     const char* script;

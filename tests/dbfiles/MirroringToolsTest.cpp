@@ -9,6 +9,7 @@
 
 #include <QCheckBox>
 #include <QFile>
+#include <QFileInfo>
 #include <QLineEdit>
 #include <QStatusBar>
 #include <QTimer>
@@ -103,6 +104,42 @@ TEST_F(MirroringToolsTest, scriptsRunOnTheirServersAndAcceptLowerCaseGo) {
     EXPECT_EQ(left.at(19), QStringLiteral("CREATE CERTIFICATE mirroringB\r\nAUTHORIZATION mirroringB\r\n"
                                           "FROM FILE = 'p:\\BACKUP\\mir\\SERVER2.cer'\r"));
     EXPECT_EQ(statements(1), left.mid(0, 8));
+}
+
+// Changed passwords reach the statements, and no output shows them or the built-in one.
+TEST_F(MirroringToolsTest, changedPasswordsReachTheServerAndNoOutputShowsThem) {
+    const QString scriptFile = harness().folder(QStringLiteral("out")) + QStringLiteral("/withheld.sql");
+    const BatchResult result = harness().runBatch(
+        QStringLiteral(
+            "set txtMirroringKeyPassword Key-Secret-88\nset txtMirroringLoginPassword Login'Secret\n"
+            "click cmdRunScript(1)\nset chkScriptOnly 1\nclick cmdRunScript(3)\nanswer file %1\n"
+            "click cmdSaveScript\nprint txtLog\nprint txtTESTConnection\n"
+            "print txtMirroringKeyPassword\n")
+            .arg(scriptFile));
+    ASSERT_EQ(result.exitCode, 0) << result.errors.toStdString();
+    const QString sent = statements(0).join(u'\n');
+    EXPECT_TRUE(sent.contains(QStringLiteral("BY PASSWORD = 'Key-Secret-88'"))) << sent.toStdString();
+    EXPECT_TRUE(sent.contains(QStringLiteral("WITH PASSWORD = 'Login''Secret'"))) << sent.toStdString();
+    const auto read = [](const QString& path) {
+        QFile file(path);
+        return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+    };
+    const struct {
+        const char* name;
+        QString text;
+    } sinks[] = {
+        {"batch output", result.output + result.log},
+        {"txtLog", window().serverAccess().log().text()},
+        {"Script only file", read(scriptFile)},
+        {"audit trail",
+         read(QFileInfo(harness().settingsFile()).absolutePath() + QStringLiteral("/audit.jsonl"))},
+        {"TEST page", window().findChild<QLineEdit*>(QStringLiteral("txtTESTConnection"))->text()},
+    };
+    for (const auto& sink : sinks) {
+        EXPECT_TRUE(sink.text.contains(QStringLiteral("********"))) << sink.name;
+        for (const char* secret : {"Key-Secret-88", "Login'Secret", "Login''Secret", "harbor@579"})
+            EXPECT_FALSE(sink.text.contains(QLatin1String(secret))) << sink.name << " shows " << secret;
+    }
 }
 
 TEST_F(MirroringToolsTest, attachAllTriesThreeLogNamesPerDataFileOnTheRight) {

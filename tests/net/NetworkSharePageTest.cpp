@@ -177,6 +177,10 @@ TEST(NetworkSharePageTest, folderButtonsShowTheSidesBackupShareAndOpenDirBTypesT
                            QStringLiteral("key|--clearmodifiers|Tab|<>"),
                            QStringLiteral("type|--clearmodifiers|--file|-|<harbor@579>"),
                            QStringLiteral("key|--clearmodifiers|Return|<>")}));
+    // The password is a setting; a changed one is what gets typed.
+    window.run(QStringLiteral("set txtShareLogOnPassword Share-Secret-9\nclick cmdOpenDirB(1)\n"));
+    EXPECT_EQ(window.programs.log(QStringLiteral("xdotool"), 10).value(8),
+              QStringLiteral("type|--clearmodifiers|--file|-|<Share-Secret-9>"));
 }
 
 struct LoggedCase {

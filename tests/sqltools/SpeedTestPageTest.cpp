@@ -34,8 +34,12 @@ protected:
 };
 
 TEST_F(SpeedTestPageTest, fourStepsRunInOrderEachOnAConnectionOfItsOwn) {
-    // The default connection names the left server; the test types its own.
-    EXPECT_EQ(page()->txtTESTConnection()->text(), Statements::defaultConnection(server().address()));
+    // The default connection names the left server and shows its password masked, filled in as
+    // it runs; the test types its own.
+    const QString shown = page()->txtTESTConnection()->text();
+    EXPECT_FALSE(shown.contains(QStringLiteral("harbor@579"))) << shown.toStdString();
+    EXPECT_EQ(Statements::withPassword(shown, QStringLiteral("harbor@579")),
+              Statements::defaultConnection(server().address()));
     const BatchResult result =
         run(QStringLiteral("set txtTESTConnection %1\nclick cmdTest(0)\nclick cmdTest(1)\n"
                            "click cmdTest(2)\nclick cmdTest(3)\nclick cmdTestCopy\n")

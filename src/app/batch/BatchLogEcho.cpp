@@ -1,6 +1,7 @@
 #include "app/batch/BatchLogEcho.h"
 
 #include "db/LogBuffer.h"
+#include "db/SecretMask.h"
 #include "db/ServerAccess.h"
 #include "db/ServerMessageLog.h"
 
@@ -47,7 +48,7 @@ QString BatchLogEcho::stamped(const QDateTime& when, int side, const QString& ma
 }
 
 void BatchLogEcho::write(int side, const QString& mark, const QString& text) {
-    m_output << stamped(QDateTime::currentDateTime(), side, mark, text);
+    m_output << stamped(QDateTime::currentDateTime(), side, mark, db::maskSecrets(text));
     m_output.flush();
 }
 

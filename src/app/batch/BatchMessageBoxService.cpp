@@ -1,5 +1,7 @@
 #include "app/batch/BatchMessageBoxService.h"
 
+#include "db/SecretMask.h"
+
 #include <QTextStream>
 
 namespace qormin::app {
@@ -35,7 +37,7 @@ platform::MessageBoxAnswer BatchMessageBoxService::MsgBox(const QString& text,
             m_warnings << "warning: the box \"" << oneLine(text) << "\" has no " << answerName(queued)
                        << " button; it takes " << answerName(answer) << Qt::endl;
     }
-    m_output << "MSGBOX: " << oneLine(text) << " -> " << answerName(answer) << Qt::endl;
+    m_output << "MSGBOX: " << db::maskSecrets(oneLine(text)) << " -> " << answerName(answer) << Qt::endl;
     return answer;
 }
 

@@ -11,6 +11,7 @@
 #include "controls/FlexGrid.h"
 #include "controls/ctlSaveLoadFile.h"
 #include "db/LogBuffer.h"
+#include "db/SecretMask.h"
 #include "db/ServerAccess.h"
 #include "platform/TerminationRequests.h"
 
@@ -270,12 +271,17 @@ int BatchRunner::exitStatus(const db::StatementTally& tally, bool malformed, boo
         return malformedExitCode;
     if (tally.connectFailures > 0)
         return connectFailedExitCode;
-    return tally.failed > 0 || tally.valuesLost > 0 ? statementFailedExitCode : succeededExitCode;
+    return tally.failed > 0 || tally.valuesLost > 0 || tally.auditLinesLost > 0 ? statementFailedExitCode
+                                                                                : succeededExitCode;
 }
 
+// The audit count shows only when lines were lost, so the usual line reads as it always has.
 QString BatchRunner::summary(const db::StatementTally& tally, qint64 elapsedMilliseconds, int exitStatus) {
+    const QString audit = tally.auditLinesLost > 0
+                              ? QStringLiteral(", audit lines lost %1").arg(tally.auditLinesLost)
+                              : QString();
     return QStringLiteral("sent %1, failed %2, withheld by Script only %3, values lost %8, elapsed %4, "
-                          "header-row refusals %5, connect failures %6, exit status %7")
+                          "header-row refusals %5, connect failures %6%9, exit status %7")
         .arg(tally.sent)
         .arg(tally.failed)
         .arg(tally.withheld)
@@ -283,7 +289,8 @@ QString BatchRunner::summary(const db::StatementTally& tally, qint64 elapsedMill
         .arg(tally.headerRowRefusals)
         .arg(tally.connectFailures)
         .arg(exitStatus)
-        .arg(tally.valuesLost);
+        .arg(tally.valuesLost)
+        .arg(audit);
 }
 
 QString BatchRunner::execute(const BatchCommand& command) {
@@ -494,7 +501,7 @@ QString BatchRunner::clickRow(QWidget* control, const BatchCommand& command) {
 QString BatchRunner::print(QWidget* control) {
     QString text;
     if (const auto* panel = panelText(control)) {
-        m_output << escapedBatchValue(panel->text()) << Qt::endl;
+        m_output << db::maskSecrets(escapedBatchValue(panel->text())) << Qt::endl;
         return QString();
     }
     if (auto* check = qobject_cast<QCheckBox*>(control))
@@ -523,7 +530,7 @@ QString BatchRunner::print(QWidget* control) {
         text = button->text();
     else
         return QStringLiteral("\"") + control->objectName() + QStringLiteral("\" has no text to print");
-    m_output << lines(text) << Qt::endl;
+    m_output << db::maskSecrets(lines(text)) << Qt::endl;
     return QString();
 }
 
