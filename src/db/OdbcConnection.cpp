@@ -6,6 +6,8 @@
 #include <sql.h>
 #include <sqlext.h>
 
+#include <algorithm>
+
 namespace qormin::db {
 
 OdbcConnection::OdbcConnection(OdbcEnvironment& environment) {
@@ -41,6 +43,19 @@ bool OdbcConnection::connect(const QString& connectionString, int loginTimeoutSe
     diagnostics = readDiagnostics(SQL_HANDLE_DBC, m_handle);
     m_connected = SQL_SUCCEEDED(rc);
     return m_connected;
+}
+
+QString OdbcConnection::currentCatalog() const {
+    if (!m_connected) {
+        return {};
+    }
+    SQLWCHAR name[256] = {};
+    SQLINTEGER bytes = 0;
+    if (!SQL_SUCCEEDED(SQLGetConnectAttrW(m_handle, SQL_ATTR_CURRENT_CATALOG, name, sizeof name, &bytes))) {
+        return {};
+    }
+    const auto length = std::min<qsizetype>(bytes / static_cast<SQLINTEGER>(sizeof(SQLWCHAR)), 255);
+    return fromSqlWide(name, length);
 }
 
 void OdbcConnection::disconnect() {

@@ -23,6 +23,8 @@ public:
     void disconnect();
     bool isConnected() const { return m_connected; }
     void* handle() const { return m_handle; }
+    // The database the driver last heard the server switch to (login, USE): no round trip.
+    QString currentCatalog() const;
 
 private:
     void* m_handle = nullptr;

@@ -42,7 +42,7 @@ struct ServerAccess::State {
     QString detectedDriver;
     bool scriptOnly = false;
     bool refusing = false;
-    QStringList withheld;
+    std::vector<WithheldStatement> withheld;
     int loginTimeout = loginTimeoutSeconds;
     StatementTally tally;
     int activeSide = -1;
@@ -84,7 +84,7 @@ ServerAccess::ServerAccess(ServerAccessHost& host, QObject* parent)
         // A dead link is not worth keeping: the next statement on the side connects again.
         connect(connection.get(), &SideConnection::connectionLost, this,
                 [this](int side) { m_state->isConnected[static_cast<size_t>(side)] = false; });
-        connection->setWithholdCheck([this](const QString& sql) { return withhold(sql, true); },
+        connection->setWithholdCheck([this, index](const QString& sql) { return withhold(index, sql, true); },
                                      [this] { return m_state->scriptOnly; });
         m_state->sides[static_cast<size_t>(index)] = std::move(connection);
     }
@@ -94,7 +94,7 @@ ServerAccess::~ServerAccess() {
     cancelRunningStatement();
 }
 
-bool ServerAccess::withhold(const QString& sql, bool logStatement) {
+bool ServerAccess::withhold(int side, const QString& sql, bool logStatement) {
     if (!m_state->scriptOnly || isReadOnlyStatement(sql)) {
         return false;
     }
@@ -102,7 +102,8 @@ bool ServerAccess::withhold(const QString& sql, bool logStatement) {
         LogMessage(sql);
     }
     LogMessage(notRunText);
-    m_state->withheld.append(sql);
+    m_state->withheld.push_back({side, m_state->host.serverText(side),
+                                 m_state->sides[static_cast<size_t>(side)]->currentDatabase(), sql});
     ++m_state->tally.withheld;
     return true;
 }
@@ -208,7 +209,7 @@ bool ServerAccess::ExecuteSQL(int side, const QString& sql) {
     }
     EnsureConnected(side);
     LogMessage(sql);
-    if (withhold(sql, false)) {
+    if (withhold(side, sql, false)) {
         host.setBusyCursor(false);
         return true;
     }
@@ -236,7 +237,7 @@ bool ServerAccess::OpenRecordset(int side, const QString& sql, const QVariant& /
     }
     host.setBusyCursor(true);
     EnsureConnected(side);
-    if (withhold(sql, true)) {
+    if (withhold(side, sql, true)) {
         host.setBusyCursor(false);
         result.clear();
         return true;
@@ -362,6 +363,13 @@ bool ServerAccess::scriptOnly() const {
 }
 
 QStringList ServerAccess::withheldStatements() const {
+    QStringList texts;
+    for (const WithheldStatement& statement : m_state->withheld)
+        texts.append(statement.sql);
+    return texts;
+}
+
+std::vector<WithheldStatement> ServerAccess::withheldWithPlaces() const {
     return m_state->withheld;
 }
 

@@ -2,6 +2,7 @@
 
 #include "db/ResultTable.h"
 #include "db/StatementTally.h"
+#include "db/WithheldScript.h"
 
 #include <QElapsedTimer>
 #include <QObject>
@@ -82,6 +83,8 @@ public:
     void setScriptOnly(bool on);
     bool scriptOnly() const;
     QStringList withheldStatements() const;
+    // The same, each with the side, server and database it was meant for (the saved script).
+    std::vector<WithheldStatement> withheldWithPlaces() const;
     void clearWithheldStatements();
 
     // Lower level for record loops and operations that need the whole outcome.
@@ -114,7 +117,7 @@ private:
 
     class SideInUse;
 
-    bool withhold(const QString& sql, bool logStatement);
+    bool withhold(int side, const QString& sql, bool logStatement);
     void refuse();
     void countFinished(bool succeeded);
     void logConnectTimeout(int side, const QString& description);

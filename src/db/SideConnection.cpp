@@ -408,6 +408,15 @@ int SideConnection::sessionId() {
     return id;
 }
 
+QString SideConnection::currentDatabase() {
+    QString name;
+    runOnWorker([this, &name] {
+        if (m_worker->open && m_worker->connection)
+            name = m_worker->connection->currentCatalog();
+    });
+    return name;
+}
+
 void SideConnection::setCommandTimeout(int seconds) {
     m_worker->commandTimeout = seconds;
 }

@@ -49,6 +49,8 @@ public:
     // The server's session id of this connection (@@SPID), asked once per connection without
     // counting as a statement; 0 when closed or when the server gave no number.
     int sessionId();
+    // The connection's current database as the server last reported it; empty when closed.
+    QString currentDatabase();
 
     void setCommandTimeout(int seconds);
     int commandTimeout() const;
