@@ -21,6 +21,7 @@
 #include "db/NameGuard.h"
 #include "db/Recordset.h"
 #include "db/ResultTableModel.h"
+#include "db/WithheldScript.h"
 #include "platform/FileSystemService.h"
 #include "platform/MessageBoxService.h"
 #include "platform/PathMapper.h"
@@ -523,8 +524,7 @@ void frmMain::txtRestoreDir_Change() {
 }
 
 void frmMain::cmdSaveScript_Click() {
-    const QStringList statements = serverAccess().withheldStatements();
-    if (statements.isEmpty()) {
+    if (serverAccess().withheldStatements().isEmpty()) {
         messageBoxes().MsgBox(tr("No statements have been withheld yet."));
         return;
     }
@@ -532,9 +532,7 @@ void frmMain::cmdSaveScript_Click() {
                                                      tr("SQL scripts (*.sql)"));
     if (name.isEmpty())
         return;
-    QString script;
-    for (const QString& statement : statements)
-        script += statement + QStringLiteral("\r\nGO\r\n");
+    const QString script = db::withheldScript(serverAccess().withheldWithPlaces());
     if (!fileSystem().writeFile(name, script.toUtf8()))
         messageBoxes().MsgBox(tr("The script could not be written to ") + name);
 }

@@ -21,10 +21,10 @@ public:
     bool connect(const QString& connectionString, int loginTimeoutSeconds,
                  std::vector<OdbcDiagnostic>& diagnostics);
     void disconnect();
-    // The database the session is in, as the driver last heard it from the server.
-    QString currentCatalog() const;
     bool isConnected() const { return m_connected; }
     void* handle() const { return m_handle; }
+    // The database the driver last heard the server switch to (login, USE): no round trip.
+    QString currentCatalog() const;
 
 private:
     void* m_handle = nullptr;

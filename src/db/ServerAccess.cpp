@@ -65,7 +65,7 @@ struct ServerAccess::State {
     QString detectedDriver;
     bool scriptOnly = false;
     bool refusing = false;
-    QStringList withheld;
+    std::vector<WithheldStatement> withheld;
     int loginTimeout = loginTimeoutSeconds;
     StatementTally tally;
     int activeSide = -1;
@@ -129,7 +129,8 @@ bool ServerAccess::withhold(const QString& sql, bool logStatement, int side) {
     }
     LogMessage(notRunText);
     // Script only files are read by others the next morning: they carry no password.
-    m_state->withheld.append(maskSecrets(sql));
+    m_state->withheld.push_back({side, m_state->host.serverText(side),
+                                 m_state->sides[static_cast<size_t>(side)]->currentDatabase(), maskSecrets(sql)});
     ++m_state->tally.withheld;
     auditUnsent(side, sql, AuditRecord::Outcome::Withheld);
     return true;
@@ -474,6 +475,13 @@ bool ServerAccess::scriptOnly() const {
 }
 
 QStringList ServerAccess::withheldStatements() const {
+    QStringList texts;
+    for (const WithheldStatement& statement : m_state->withheld)
+        texts.append(statement.sql);
+    return texts;
+}
+
+std::vector<WithheldStatement> ServerAccess::withheldWithPlaces() const {
     return m_state->withheld;
 }
 

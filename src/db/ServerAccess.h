@@ -4,6 +4,7 @@
 #include "db/AuditSink.h"
 #include "db/ResultTable.h"
 #include "db/StatementTally.h"
+#include "db/WithheldScript.h"
 
 #include <QElapsedTimer>
 #include <QObject>
@@ -91,6 +92,8 @@ public:
     void setScriptOnly(bool on);
     bool scriptOnly() const;
     QStringList withheldStatements() const;
+    // The same, each with the side, server and database it was meant for (the saved script).
+    std::vector<WithheldStatement> withheldWithPlaces() const;
     void clearWithheldStatements();
 
     // Lower level for record loops and operations that need the whole outcome.

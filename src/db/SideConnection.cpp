@@ -413,6 +413,15 @@ int SideConnection::sessionId() {
     return id;
 }
 
+QString SideConnection::currentDatabase() {
+    QString name;
+    runOnWorker([this, &name] {
+        if (m_worker->open && m_worker->connection)
+            name = m_worker->connection->currentCatalog();
+    });
+    return name;
+}
+
 void SideConnection::setCommandTimeout(int seconds) {
     m_worker->commandTimeout = seconds;
 }
@@ -843,13 +852,12 @@ void SideConnection::setAuditSink(AuditSink* sink) {
 
 // Rows: the counts the server sent, summed, unless the caller knows better (rows of a request).
 void SideConnection::audit(const QString& sql, const StatementOutcome& outcome, std::optional<qint64> rows) {
-    m_currentDatabase = m_worker->catalog;
     if (m_audit == nullptr || isReadOnlyStatement(sql)) {
         return;
     }
     AuditRecord record;
     record.side = m_side;
-    record.database = m_currentDatabase;
+    record.database = m_worker->catalog;
     record.statement = sql;
     record.outcome = outcome.cancelled   ? AuditRecord::Outcome::Cancelled
                      : outcome.succeeded ? AuditRecord::Outcome::Done

@@ -54,6 +54,8 @@ public:
     // The server's session id of this connection (@@SPID), asked once per connection without
     // counting as a statement; 0 when closed or when the server gave no number.
     int sessionId();
+    // The connection's current database as the server last reported it; empty when closed.
+    QString currentDatabase();
 
     void setCommandTimeout(int seconds);
     int commandTimeout() const;
@@ -116,8 +118,6 @@ public:
     // Every statement sent from here on that could change the server is told to the sink as it
     // ends (a prepared statement once per request of rows); null stops it.
     void setAuditSink(AuditSink* sink);
-    // The database the connection was in after its last statement (known while auditing).
-    QString currentDatabase() const { return m_currentDatabase; }
 
 Q_SIGNALS:
     // Emitted on the owner's thread as the server's messages arrive, while the statement runs.
@@ -158,7 +158,6 @@ private:
     bool m_lastFetchEnded = true;
     std::vector<SideConnection*> m_cancelFollowers;
     AuditSink* m_audit = nullptr;
-    QString m_currentDatabase;
     std::map<int, QString> m_preparedTexts; // for the audit, on the owner's thread
 };
 
