@@ -12,6 +12,7 @@
 #include "app/SideColumn.h"
 #include "app/SubsystemTools.h"
 #include "app/pages/AuditOptions.h"
+#include "app/WindowFit.h"
 #include "app/pages/MainToolsPage.h"
 #include "app/pages/OptionsPage.h"
 #include "app/pages/RestoreDirPage.h"
@@ -178,6 +179,7 @@ void frmMain::buildWindow() {
     p.fileAttach->setPattern(QStringLiteral("*.mdf"));
     p.SSTab1 = new QTabWidget(central);
     p.SSTab1->setObjectName(QStringLiteral("SSTab1"));
+    WindowFit::keepTabsReachable(*p.SSTab1);
     p.logPanel = new LogPanel(*p.access, central);
 
     auto* current = new QGroupBox(tr("Current database"), central);
@@ -212,15 +214,16 @@ void frmMain::buildWindow() {
     tools->setStretchFactor(0, 3);
     tools->setStretchFactor(1, 2);
     tools->setSizes({760, 520});
+    WindowFit::shareRowWithTabs(*tools, *p.SSTab1);
 
     // The log boxes take whatever height the window has left below the server columns.
     auto* rows = new QSplitter(Qt::Vertical, central);
     rows->addWidget(servers);
     rows->addWidget(tools);
     rows->setChildrenCollapsible(false);
-    rows->setStretchFactor(0, 2);
-    rows->setStretchFactor(1, 3);
-    rows->setSizes({330, 450});
+    rows->setStretchFactor(0, 1);
+    rows->setStretchFactor(1, 1);
+    rows->setSizes({400, 400});
 
     auto* layout = new QVBoxLayout(central);
     layout->setContentsMargins(4, 4, 4, 4);
@@ -284,7 +287,7 @@ void frmMain::buildPages() {
         page->setObjectName(QStringLiteral("SSTab1Page") + QString::number(index));
         p.pages[index] = page;
         p.toolAreas[index] = toolArea;
-        p.SSTab1->addTab(page, QString::fromLatin1(pageCaptions[index]));
+        p.SSTab1->addTab(WindowFit::scrollable(page), QString::fromLatin1(pageCaptions[index]));
     }
     for (int side = 0; side < sideCount; ++side) {
         auto* defaultPaths = new QPushButton(tr("Default paths"), p.mainTools);

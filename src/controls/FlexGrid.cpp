@@ -21,6 +21,8 @@ FlexGrid::FlexGrid(QWidget* parent) : QTableView(parent), m_model(new FlexGridMo
     verticalHeader()->setDefaultSectionSize(fontMetrics().height() + 6);
     verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
     horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+    // The last column takes the width the grid has left, so a wide grid shows no empty band.
+    horizontalHeader()->setStretchLastSection(true);
     connect(this, &QAbstractItemView::clicked, this, [this](const QModelIndex& index) {
         m_row = index.row() + 1;
         m_column = index.column();
@@ -94,15 +96,28 @@ void FlexGrid::setTextMatrix(int row, int column, const QString& text) {
 }
 
 int FlexGrid::ColWidth(int column) const {
+    const int shown = columnWidth(column);
     const auto set = m_twips.find(column);
-    if (set != m_twips.end() && set->second / twipsPerPixel == columnWidth(column))
-        return set->second;
-    return columnWidth(column) * twipsPerPixel;
+    if (set == m_twips.end())
+        return shown * twipsPerPixel;
+    const int setPixels = set->second / twipsPerPixel;
+    // The last column is drawn wider to fill the grid; its width is still the one it was given.
+    const bool filling =
+        column == Cols() - 1 && horizontalHeader()->stretchLastSection() && shown > setPixels;
+    return shown == setPixels || filling ? set->second : shown * twipsPerPixel;
 }
 
 void FlexGrid::setColWidth(int column, int twips) {
     m_twips[column] = twips;
     setColumnWidth(column, twips / twipsPerPixel);
+}
+
+Qt::Alignment FlexGrid::ColAlignment(int column) const {
+    return m_model->alignment(column);
+}
+
+void FlexGrid::setColAlignment(int column, Qt::Alignment alignment) {
+    m_model->setAlignment(column, alignment);
 }
 
 void FlexGrid::AddItem(const QString& line) {
@@ -131,9 +146,13 @@ void FlexGrid::currentChanged(const QModelIndex& current, const QModelIndex& pre
 }
 
 void FlexGrid::fitColumns() {
-    resizeColumnsToContents();
-    for (int c = 0; c < Cols(); ++c)
-        setColumnWidth(c, std::min(columnWidth(c), widestFittedColumn));
+    // From the contents rather than the column: the last one may already be drawn wider.
+    for (int c = 0; c < Cols(); ++c) {
+        const int contents = std::max(sizeHintForColumn(c), horizontalHeader()->sectionSizeHint(c));
+        const int fitted = std::min(contents, widestFittedColumn);
+        setColumnWidth(c, fitted);
+        m_twips[c] = fitted * twipsPerPixel;
+    }
 }
 
 void FlexGrid::showCurrentRow() {

@@ -40,6 +40,10 @@ public:
     void setTextMatrix(int row, int column, const QString& text);
     int ColWidth(int column) const;
     void setColWidth(int column, int twips);
+    // Horizontal alignment of a column's cells and name. Binding a result starts its number
+    // columns right-aligned, the others left-aligned.
+    Qt::Alignment ColAlignment(int column) const;
+    void setColAlignment(int column, Qt::Alignment alignment);
     // Adds a row from a tab-separated line.
     void AddItem(const QString& line);
 
@@ -58,7 +62,7 @@ private:
     void showCurrentRow();
 
     FlexGridModel* m_model;
-    std::map<int, int> m_twips; // widths as set, while the column still has that width
+    std::map<int, int> m_twips; // widths as set or fitted, while the column still has that width
     int m_row = 0;
     int m_column = 0;
 };

@@ -28,12 +28,17 @@ int FlexGridModel::columnCount(const QModelIndex& parent) const {
 }
 
 QVariant FlexGridModel::data(const QModelIndex& index, int role) const {
+    if (role == Qt::TextAlignmentRole)
+        return (alignment(index.column()) | Qt::AlignVCenter).toInt();
     if (role != Qt::DisplayRole && role != Qt::ToolTipRole)
         return QVariant();
     return text(index.row() + 1, index.column());
 }
 
 QVariant FlexGridModel::headerData(int section, Qt::Orientation orientation, int role) const {
+    // A number column's name stands over its digits.
+    if (role == Qt::TextAlignmentRole && orientation == Qt::Horizontal)
+        return (alignment(section) | Qt::AlignVCenter).toInt();
     if (role != Qt::DisplayRole)
         return QVariant();
     if (orientation == Qt::Vertical)
@@ -46,6 +51,11 @@ void FlexGridModel::setTable(std::shared_ptr<const db::ResultTable> table) {
     m_cells.clear();
     m_table = std::move(table);
     m_columns = m_table ? static_cast<int>(m_table->columns.size()) : 0;
+    m_alignments.assign(m_columns, Qt::AlignLeft);
+    for (int c = 0; c < m_columns; ++c) {
+        if (db::ResultTableModel::holdsNumbers(m_table->columns[c]))
+            m_alignments[c] = Qt::AlignRight;
+    }
     endResetModel();
 }
 
@@ -67,6 +77,7 @@ void FlexGridModel::setGridColumns(int columns) {
     columns = std::max(columns, 0);
     beginResetModel();
     m_columns = columns;
+    m_alignments.resize(columns, Qt::AlignLeft);
     for (QStringList& row : m_cells) {
         while (row.size() < columns)
             row.append(QString());
@@ -117,6 +128,21 @@ void FlexGridModel::appendRow(const QStringList& cells) {
     beginInsertRows(QModelIndex(), viewRow, viewRow);
     m_cells.push_back(std::move(row));
     endInsertRows();
+}
+
+Qt::Alignment FlexGridModel::alignment(int column) const {
+    if (column < 0 || column >= static_cast<int>(m_alignments.size()))
+        return Qt::AlignLeft;
+    return m_alignments[column];
+}
+
+void FlexGridModel::setAlignment(int column, Qt::Alignment alignment) {
+    if (column < 0 || column >= static_cast<int>(m_alignments.size()))
+        return;
+    m_alignments[column] = alignment & Qt::AlignHorizontal_Mask;
+    Q_EMIT headerDataChanged(Qt::Horizontal, column, column);
+    if (rowCount() > 0)
+        Q_EMIT dataChanged(index(0, column), index(rowCount() - 1, column), {Qt::TextAlignmentRole});
 }
 
 void FlexGridModel::detach() {

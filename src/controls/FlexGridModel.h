@@ -32,6 +32,8 @@ public:
     QString text(int row, int column) const;
     void setText(int row, int column, const QString& text);
     void appendRow(const QStringList& cells);
+    Qt::Alignment alignment(int column) const;
+    void setAlignment(int column, Qt::Alignment alignment);
 
 private:
     void detach();
@@ -39,6 +41,7 @@ private:
     std::shared_ptr<const db::ResultTable> m_table;
     std::vector<QStringList> m_cells; // without a bound table; m_cells[0] is the header row
     int m_columns = 0;
+    std::vector<Qt::Alignment> m_alignments; // horizontal, one per column; kept when cells change
 };
 
 } // namespace qormin::controls

@@ -1,6 +1,8 @@
 #include "db/ResultTableModel.h"
 
 #include <QDateTime>
+#include <sql.h>
+#include <sqlext.h>
 
 namespace qormin::db {
 
@@ -75,6 +77,23 @@ QString ResultTableModel::displayText(const QVariant& value) {
         return QStringLiteral("0x") + QString::fromLatin1(value.toByteArray().toHex().toUpper());
     default:
         return value.toString();
+    }
+}
+
+bool ResultTableModel::holdsNumbers(const ColumnInfo& column) {
+    switch (column.sqlType) {
+    case SQL_INTEGER:
+    case SQL_SMALLINT:
+    case SQL_TINYINT:
+    case SQL_BIGINT:
+    case SQL_REAL:
+    case SQL_FLOAT:
+    case SQL_DOUBLE:
+    case SQL_DECIMAL:
+    case SQL_NUMERIC:
+        return true;
+    default:
+        return false;
     }
 }
 

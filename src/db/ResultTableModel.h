@@ -25,6 +25,9 @@ public:
 
     // How a value reads in a grid cell.
     static QString displayText(const QVariant& value);
+    // A column of quantities (integer, decimal, money, floating point), read right-aligned. A bit
+    // is a flag, not a quantity.
+    static bool holdsNumbers(const ColumnInfo& column);
 
 private:
     std::shared_ptr<const ResultTable> m_table;

@@ -7,6 +7,7 @@
 #include <QSignalSpy>
 #include <QTest>
 #include <gtest/gtest.h>
+#include <sqlext.h>
 
 namespace {
 
@@ -15,7 +16,8 @@ using qormin::db::ResultTable;
 
 std::shared_ptr<const ResultTable> databases() {
     auto table = std::make_shared<ResultTable>();
-    table->columns = {{QStringLiteral("name"), 0, 0, 0, true}, {QStringLiteral("size_kb"), 0, 0, 0, true}};
+    table->columns = {{QStringLiteral("name"), 0, 0, 0, true},
+                      {QStringLiteral("size_kb"), SQL_BIGINT, QString(), 0, 0, true}};
     table->rows = {{QStringLiteral("Billing"), qlonglong(2048)},
                    {QStringLiteral("Patient_Data"), QVariant()},
                    {QStringLiteral("Station"), qlonglong(12)}};
@@ -33,6 +35,12 @@ TEST(FlexGridTest, boundGridCountsHeaderRowAndStartsOnFirstDataRowEvenWhenEmpty)
     EXPECT_EQ(grid.toText(), QStringLiteral("name\tsize_kb\nBilling\t2048\nPatient_Data\t\nStation\t12"));
     EXPECT_EQ(grid.TextMatrix(0, 1), QStringLiteral("size_kb"));
     EXPECT_EQ(grid.TextMatrix(3, 0), QStringLiteral("Station"));
+    // Numbers read right-aligned under a right-aligned name; text stays left.
+    for (const int column : {0, 1}) {
+        const int expected = (column == 1 ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter;
+        EXPECT_EQ(grid.model()->index(0, column).data(Qt::TextAlignmentRole).toInt(), expected) << column;
+        EXPECT_EQ(grid.model()->headerData(column, Qt::Horizontal, Qt::TextAlignmentRole).toInt(), expected);
+    }
     for (const auto& [row, column] : {std::pair{4, 0}, std::pair{-1, 0}, std::pair{1, 2}})
         EXPECT_EQ(grid.TextMatrix(row, column), QString()) << row << "," << column;
     // A closed recordset leaves the grid as it was.
@@ -63,21 +71,30 @@ TEST(FlexGridTest, addItemSplitsTabsAndStartsBelowHeaderRow) {
 TEST(FlexGridTest, columnWidthIsInTwipsRowOutsideTheGridIsIgnoredAndCellsChangeOnlyTheGrid) {
     const auto table = databases();
     FlexGrid grid;
+    grid.resize(600, 200);
     grid.bind(table);
     grid.setColWidth(0, 3000);
     EXPECT_EQ(grid.columnWidth(0), 200);
     EXPECT_EQ(grid.ColWidth(0), 3000);
-    grid.setColWidth(1, 2300); // not a whole number of pixels: reads back as set
-    EXPECT_EQ(grid.columnWidth(1), 153);
+    grid.setColWidth(0, 2300); // not a whole number of pixels: reads back as set
+    EXPECT_EQ(grid.columnWidth(0), 153);
+    EXPECT_EQ(grid.ColWidth(0), 2300);
+    grid.setColumnWidth(0, 100); // resized by the user
+    EXPECT_EQ(grid.ColWidth(0), 1500);
+    // The last column fills the grid and still reads back the width it was given.
+    grid.setColWidth(1, 2300);
+    EXPECT_GT(grid.columnWidth(1), 153);
     EXPECT_EQ(grid.ColWidth(1), 2300);
-    grid.setColumnWidth(1, 100); // resized by the user
-    EXPECT_EQ(grid.ColWidth(1), 1500);
     // Changing a cell keeps the bound result untouched.
     grid.setTextMatrix(1, 0, QStringLiteral("Billing2"));
     grid.setTextMatrix(0, 1, QStringLiteral("KB"));
     EXPECT_EQ(grid.TextMatrix(1, 0), QStringLiteral("Billing2"));
     EXPECT_EQ(grid.TextMatrix(3, 0), QStringLiteral("Station"));
     EXPECT_EQ(grid.model()->headerData(1, Qt::Horizontal).toString(), QStringLiteral("KB"));
+    EXPECT_EQ(grid.ColAlignment(1), Qt::AlignRight);
+    grid.setColAlignment(1, Qt::AlignLeft);
+    EXPECT_EQ(grid.model()->index(2, 1).data(Qt::TextAlignmentRole).toInt(),
+              Qt::AlignLeft | Qt::AlignVCenter);
     EXPECT_EQ(table->rows[0][0].toString(), QStringLiteral("Billing"));
     // A row outside the grid is ignored.
     grid.setRow(3);
