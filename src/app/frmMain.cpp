@@ -11,6 +11,7 @@
 #include "app/SettingsTable.h"
 #include "app/SideColumn.h"
 #include "app/SubsystemTools.h"
+#include "app/pages/ConfirmOptions.h"
 #include "app/pages/MainToolsPage.h"
 #include "app/pages/OptionsPage.h"
 #include "app/pages/RestoreDirPage.h"
@@ -25,6 +26,7 @@
 #include "platform/PathMapper.h"
 #include "platform/PlatformServices.h"
 #include "platform/SettingsStore.h"
+#include "window/DestructiveConfirmation.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -108,6 +110,8 @@ struct frmMain::Parts {
     LogPanel* logPanel = nullptr;
     MainToolsPage* mainTools = nullptr;
     OptionsPage* options = nullptr;
+    std::unique_ptr<window::DestructiveConfirmation> confirmation;
+    ConfirmOptions* confirmOptions = nullptr;
     std::array<QWidget*, pageCount> pages{};
     std::array<QBoxLayout*, pageCount> toolAreas{};
     std::multimap<int, std::function<void()>> pageHooks;
@@ -126,6 +130,8 @@ frmMain::frmMain(const platform::PlatformServices& services, QWidget* parent)
     : QMainWindow(parent), m_parts(std::make_unique<Parts>()) {
     m_parts->services = services;
     m_parts->access = std::make_unique<db::ServerAccess>(*this);
+    m_parts->confirmation = std::make_unique<window::DestructiveConfirmation>(
+        *m_parts->access, *services.messageBoxes, [this](int side) { return txtServer(side)->text(); });
     setObjectName(QStringLiteral("frmMain"));
     setWindowTitle(applicationTitle());
     buildWindow();
@@ -270,6 +276,8 @@ void frmMain::buildPages() {
             p.options = new OptionsPage(*this, p.SSTab1);
             page = p.options;
             toolArea = p.options->toolArea();
+            p.confirmOptions = new ConfirmOptions(*p.confirmation, *p.services.settings, p.options);
+            toolArea->addWidget(p.confirmOptions);
         }
         if (page == nullptr) {
             page = new QWidget(p.SSTab1);
@@ -370,6 +378,7 @@ void frmMain::Form_Load() {
     store.setNoticeReporter([this](const QString& notice) { serverAccess().LogMessage(notice); });
     // The shell and the ODBC driver choice are ready before anything connects.
     p.options->load();
+    p.confirmOptions->load();
     for (int side = 0; side < sideCount; ++side)
         loadSide(side);
     const SettingAddress sharedPath = startupAddress(QStringLiteral("txtPath"), 2);
@@ -743,6 +752,14 @@ RunningWorkStopper& frmMain::workStopper() {
 
 void frmMain::allowWhileBusy(QWidget* control) {
     m_parts->gate->allowWhileBusy(control);
+}
+
+window::DestructiveConfirmation& frmMain::confirmations() {
+    return *m_parts->confirmation;
+}
+
+void frmMain::enterBatchMode() {
+    m_parts->confirmOptions->enterBatchMode();
 }
 
 } // namespace qormin::app

@@ -37,6 +37,7 @@ void WindowHarness::open() {
                                         m_activeFiles,    m_shell.get(),
                                         &m_messageBoxes,  m_root.filePath(QStringLiteral("data"))};
     m_window = std::make_unique<app::frmMain>(services);
+    m_window->enterBatchMode();
 }
 
 QString WindowHarness::settingsFile() const {

@@ -1,0 +1,115 @@
+#include "DatabaseFileFixture.h"
+#include "QStringPrinter.h"
+
+#include "controls/FileListBox.h"
+#include "window/DestructiveConfirmation.h"
+
+#include <QDir>
+#include <QFile>
+
+namespace qormin::test {
+namespace {
+
+struct ConfirmCase {
+    const char* name;
+    const char* setup;               // batch lines before the click, run before each of the three clicks
+    const char* click;               // the batch line that clicks
+    int side;                        // the side the question names
+    const char* question;            // %1: that side's server; nullptr: nothing to ask about
+    const char* action;              // as the log line names it
+    const char* listFiles = nullptr; // "<list>:<file>,<file>": backup files the list shows
+};
+
+class ConfirmationTest : public DatabaseFileFixture, public testing::WithParamInterface<ConfirmCase> {
+protected:
+    struct Click {
+        QStringList sent;
+        BatchResult result;
+    };
+    Click click(const QString& before) {
+        clearTranscripts();
+        const BatchResult result = harness().runBatch(before + QString::fromUtf8(GetParam().setup) + u'\n' +
+                                                      QString::fromUtf8(GetParam().click) + u'\n');
+        return {statements(0) + QStringList{QStringLiteral("--")} + statements(1), result};
+    }
+    void showListFiles() {
+        const QString spec = QString::fromUtf8(GetParam().listFiles);
+        auto* list = window().findChild<controls::FileListBox*>(spec.section(u':', 0, 0));
+        ASSERT_NE(list, nullptr);
+        const QString folder = harness().folder(QStringLiteral("lists/") + list->objectName());
+        for (const QString& file : spec.section(u':', 1).split(u','))
+            ASSERT_TRUE(QFile(QDir(folder).filePath(file)).open(QIODevice::WriteOnly));
+        ASSERT_TRUE(list->setPath(folder + u'/'));
+    }
+};
+
+// Unticked, nothing is asked and the statements are those of the handler as it always ran;
+// ticked, one question per click names side, server and databases: Yes sends exactly those
+// statements, No sends nothing and says so in the log.
+TEST_P(ConfirmationTest, asksOncePerClickAndSendsNothingOnNo) {
+    const ConfirmCase& c = GetParam();
+    if (c.listFiles != nullptr)
+        showListFiles();
+    const Click unticked = click(QString());
+    EXPECT_FALSE(unticked.result.output.contains(QStringLiteral("MSGBOX:")));
+    ASSERT_GT(unticked.sent.size(), 1) << "the handler sends something to be asked about";
+
+    const QString answer = c.question == nullptr ? QString() : QStringLiteral("answer yes\n");
+    const Click yes = click(QStringLiteral("set chkConfirmDestructive 1\n") + answer);
+    EXPECT_EQ(yes.sent, unticked.sent);
+    if (c.question == nullptr) {
+        EXPECT_FALSE(yes.result.output.contains(QStringLiteral("MSGBOX:")));
+        return;
+    }
+    const QString question = QString::fromUtf8(c.question).arg(server(c.side).address());
+    EXPECT_EQ(yes.result.output, QStringLiteral("MSGBOX: ") + question + QStringLiteral(" -> yes\n"));
+
+    const Click no = click(QStringLiteral("answer no\n"));
+    EXPECT_EQ(no.sent, QStringList{QStringLiteral("--")});
+    EXPECT_EQ(no.result.output, QStringLiteral("MSGBOX: ") + question + QStringLiteral(" -> no\n"));
+    EXPECT_EQ(logLines().value(0), window::notConfirmedLine({QString::fromUtf8(c.action), c.side, {}}));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Buttons, ConfirmationTest,
+    testing::Values(
+        ConfirmCase{"dropDB", "set txtDB Billing", "click cmdDrop(1)", 1,
+                    "DropDB on the right server %1: database Billing. Go ahead?", "DropDB"},
+        // Unticked it starts at once, STOP ticked and ALL DBS unticked as they may be.
+        ConfirmCase{"dropAll", "set chkStop 1\nset chkALL 0", "click cmdDropAll(1)", 1,
+                    "Drop ALL on the right server %1: 3 databases: Billing, Patient_Data, Station. Go ahead?",
+                    "Drop ALL"},
+        ConfirmCase{"dropAllLeftEndsSessions", "set chkStop 0", "click cmdDropAll(0)", 0,
+                    "Drop ALL on the left server %1: 3 databases: Billing, Patient_Data, Station. Go ahead?",
+                    "Drop ALL"},
+        ConfirmCase{
+            "detachAll", "set chkALL 1", "click cmdDetachAll", 1,
+            "Detach All on the right server %1: 3 databases: Billing, Patient_Data, Station. Go ahead?",
+            "Detach All"},
+        ConfirmCase{"restoreOverAListedDatabase", "set chkALL 0\nset txtDB station", "click cmdRestore(1)", 1,
+                    "Restore over existing databases on the right server %1: database station. Go ahead?",
+                    "Restore over existing databases"},
+        ConfirmCase{"restoreOfANewDatabaseAsksNothing", "set chkALL 0\nset txtDB Radiology",
+                    "click cmdRestore(0)", 0, nullptr, ""},
+        ConfirmCase{
+            "restoreAllOverListedDatabases", "set chkALL 1\nset chkLogOnly 0", "click cmdRestore(0)", 0,
+            "Restore over existing databases on the left server %1: 2 databases: Billing, Station. "
+            "Go ahead?",
+            "Restore over existing databases", "FileB:Billing.bak,Billing_log.bak,New.bak,Station.bak"},
+        ConfirmCase{
+            "restoreAllToMain", "set chkStop 0", "click cmdRestoreMain", 0,
+            "Restore ALL to Main (WITH REPLACE) on the left server %1: 2 databases: Radiology, Station. "
+            "Go ahead?",
+            "Restore ALL to Main (WITH REPLACE)", "File1:Radiology.bak,Station.bak"},
+        ConfirmCase{"restoreClickedToMain", "", "dblclick File1 0", 0,
+                    "Restore to Main (WITH REPLACE) on the left server %1: database Radiology. Go ahead?",
+                    "Restore to Main (WITH REPLACE)", "File1:Radiology.bak"},
+        ConfirmCase{"mirrorAllOverAListedDatabase", "set chkALL 0\nset txtDB Billing",
+                    "click cmdMirrorAll(1)", 1,
+                    "Mirror All (restore over existing databases) on the right server %1: database Billing. "
+                    "Go ahead?",
+                    "Mirror All (restore over existing databases)"}),
+    [](const auto& test) { return std::string(test.param.name); });
+
+} // namespace
+} // namespace qormin::test
