@@ -6,6 +6,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QRegularExpression>
 
 namespace qormin::test {
 namespace {
@@ -22,15 +23,28 @@ struct ConfirmCase {
 
 class ConfirmationTest : public DatabaseFileFixture, public testing::WithParamInterface<ConfirmCase> {
 protected:
+    QByteArray extraRules() const override {
+        return R"json(
+    {"prefix": " SELECT     t.NAME AS TableName,",
+     "response": {"result": {"columns": ["TableName:nvarchar(128)", "SchemaName:nvarchar(128)", "RowCounts:bigint",
+                                         "TotalSpaceKB:bigint", "UsedSpaceKB:bigint", "UnusedSpaceKB:bigint"],
+                             "rows": [["tbPatient", "dbo", 10, 8, 8, 0], ["tbVisit", "dbo", 5, 8, 8, 0]]}}},)json";
+    }
     struct Click {
         QStringList sent;
-        BatchResult result;
+        QString output;
     };
-    Click click(const QString& before) {
+    // The setup runs as a batch of its own, so only the click's statements and boxes are seen.
+    Click click(bool ticked, const QString& answer) {
+        harness().runBatch(QStringLiteral("set chkConfirmDestructive %1\n").arg(ticked ? 1 : 0) +
+                           QString::fromUtf8(GetParam().setup) + u'\n');
         clearTranscripts();
-        const BatchResult result = harness().runBatch(before + QString::fromUtf8(GetParam().setup) + u'\n' +
-                                                      QString::fromUtf8(GetParam().click) + u'\n');
-        return {statements(0) + QStringList{QStringLiteral("--")} + statements(1), result};
+        const BatchResult result = harness().runBatch(answer + QString::fromUtf8(GetParam().click) + u'\n');
+        QStringList sent = statements(0) + QStringList{QStringLiteral("--")} + statements(1);
+        // Each record loop names its cursor anew.
+        sent.replaceInStrings(QRegularExpression(QStringLiteral("qormin_cursor_\\d+")),
+                              QStringLiteral("cursor"));
+        return {sent, result.output};
     }
     void showListFiles() {
         const QString spec = QString::fromUtf8(GetParam().listFiles);
@@ -50,23 +64,25 @@ TEST_P(ConfirmationTest, asksOncePerClickAndSendsNothingOnNo) {
     const ConfirmCase& c = GetParam();
     if (c.listFiles != nullptr)
         showListFiles();
-    const Click unticked = click(QString());
-    EXPECT_FALSE(unticked.result.output.contains(QStringLiteral("MSGBOX:")));
+    const Click unticked = click(false, QString());
+    EXPECT_FALSE(unticked.output.contains(QStringLiteral("Go ahead?"))) << unticked.output.toStdString();
     ASSERT_GT(unticked.sent.size(), 1) << "the handler sends something to be asked about";
 
     const QString answer = c.question == nullptr ? QString() : QStringLiteral("answer yes\n");
-    const Click yes = click(QStringLiteral("set chkConfirmDestructive 1\n") + answer);
+    const Click yes = click(true, answer);
     EXPECT_EQ(yes.sent, unticked.sent);
     if (c.question == nullptr) {
-        EXPECT_FALSE(yes.result.output.contains(QStringLiteral("MSGBOX:")));
+        EXPECT_EQ(yes.output, unticked.output);
         return;
     }
-    const QString question = QString::fromUtf8(c.question).arg(server(c.side).address());
-    EXPECT_EQ(yes.result.output, QStringLiteral("MSGBOX: ") + question + QStringLiteral(" -> yes\n"));
+    const QString asked = QStringLiteral("MSGBOX: ") +
+                          QString::fromUtf8(c.question).arg(server(c.side).address()) +
+                          QStringLiteral(" -> ");
+    EXPECT_EQ(yes.output, asked + QStringLiteral("yes\n") + unticked.output);
 
-    const Click no = click(QStringLiteral("answer no\n"));
+    const Click no = click(true, QStringLiteral("answer no\n"));
     EXPECT_EQ(no.sent, QStringList{QStringLiteral("--")});
-    EXPECT_EQ(no.result.output, QStringLiteral("MSGBOX: ") + question + QStringLiteral(" -> no\n"));
+    EXPECT_EQ(no.output, asked + QStringLiteral("no\n"));
     EXPECT_EQ(logLines().value(0), window::notConfirmedLine({QString::fromUtf8(c.action), c.side, {}}));
 }
 
@@ -108,7 +124,44 @@ INSTANTIATE_TEST_SUITE_P(
                     "click cmdMirrorAll(1)", 1,
                     "Mirror All (restore over existing databases) on the right server %1: database Billing. "
                     "Go ahead?",
-                    "Mirror All (restore over existing databases)"}),
+                    "Mirror All (restore over existing databases)"},
+        ConfirmCase{"truncate", "set txtDB Billing\ndblclick GridDB(0) 1\nselect Grid2 2",
+                    "click cmdTruncate", 0,
+                    "Truncate on the left server %1: table Billing..tbVisit. Go ahead?", "Truncate"},
+        ConfirmCase{
+            "dropSisterTables", "set txtDB Billing\ndblclick GridDB(0) 1\nset chkAllTables 1",
+            "click cmdDropTableDB2", 0,
+            "Drop table DBname_2 on the left server %1: 2 tables: Billing2..tbPatient, Billing2..tbVisit. "
+            "Go ahead?",
+            "Drop table DBname_2"},
+        ConfirmCase{
+            "copyIntoEmptiesTheCopy",
+            "set txtDB Billing\ndblclick GridDB(0) 1\nset chkAllTables 0\nselect Grid2 1",
+            "click cmdCopyInto", 0,
+            "Copy Into (empties the copy first) on the left server %1: table Billing2..tbPatient. Go ahead?",
+            "Copy Into (empties the copy first)"},
+        ConfirmCase{
+            "copyToNew", "set txtDB Billing\ndblclick GridDB(0) 1\nselect Grid2 1", "click cmdCopytoNEW", 0,
+            "Copy to _NEW2 (drops the copy first) on the left server %1: table Billing..tbPatient_NEW2. "
+            "Go ahead?",
+            "Copy to _NEW2 (drops the copy first)"},
+        ConfirmCase{"purge",
+                    "open frmHistorical\nset frmHistorical.txtYears 2\nset frmHistorical.chkAllTables 0\n"
+                    "select frmHistorical.Grid2 1",
+                    "click frmHistorical.cmdDeleteData", 0,
+                    "Delete Data on the left server %1: table Station..tbstationlogs. Go ahead?",
+                    "Delete Data"},
+        ConfirmCase{"deleteDestTable", "open frmHistorical\nselect frmHistorical.Grid1 3",
+                    "click frmHistorical.cmdDeleteDestTable", 0,
+                    "Delete Dest Table on the left server %1: table HISTORY..tbstationlogs. Go ahead?",
+                    "Delete Dest Table"},
+        ConfirmCase{"transferDeletingSourceRows",
+                    "open frmHistorical\nset frmHistorical.txtYears 2\n"
+                    "set frmHistorical.chkDelete 1\nselect frmHistorical.Grid1 3",
+                    "click frmHistorical.cmdTransfer", 0,
+                    "Transfer, deleting each source row after its copy on the left server %1: table "
+                    "Station..tbstationlogs. Go ahead?",
+                    "Transfer, deleting each source row after its copy"}),
     [](const auto& test) { return std::string(test.param.name); });
 
 } // namespace
