@@ -45,7 +45,7 @@ bool DestructiveConfirmation::confirm(const DestructiveAction& action) {
     if (!m_enabled || m_access.scriptOnly())
         return true;
     const QString question = destructiveQuestion(action, m_serverName(action.side));
-    if (m_boxes.MsgBox(question, platform::MessageBoxButtons::YesNo, QStringLiteral("Confirm")) ==
+    if (m_boxes.MsgBox(question, platform::MessageBoxButtons::YesNoDefaultNo, QStringLiteral("Confirm")) ==
         platform::MessageBoxAnswer::Yes)
         return true;
     m_access.LogMessage(notConfirmedLine(action));

@@ -59,7 +59,7 @@ protected:
 
 // Unticked, nothing is asked and the statements are those of the handler as it always ran;
 // ticked, one question per click names side, server and databases: Yes sends exactly those
-// statements, No sends nothing and says so in the log.
+// statements, No (or no answer) sends nothing and says so in the log.
 TEST_P(ConfirmationTest, asksOncePerClickAndSendsNothingOnNo) {
     const ConfirmCase& c = GetParam();
     if (c.listFiles != nullptr)
@@ -80,10 +80,13 @@ TEST_P(ConfirmationTest, asksOncePerClickAndSendsNothingOnNo) {
                           QStringLiteral(" -> ");
     EXPECT_EQ(yes.output, asked + QStringLiteral("yes\n") + unticked.output);
 
-    const Click no = click(true, QStringLiteral("answer no\n"));
-    EXPECT_EQ(no.sent, QStringList{QStringLiteral("--")});
-    EXPECT_EQ(no.output, asked + QStringLiteral("no\n"));
-    EXPECT_EQ(logLines().value(0), window::notConfirmedLine({QString::fromUtf8(c.action), c.side, {}}));
+    // A run that gives no answer takes No, as Enter does in the window.
+    for (const QString& noAnswer : {QStringLiteral("answer no\n"), QString()}) {
+        const Click no = click(true, noAnswer);
+        EXPECT_EQ(no.sent, QStringList{QStringLiteral("--")});
+        EXPECT_EQ(no.output, asked + QStringLiteral("no\n"));
+        EXPECT_EQ(logLines().value(0), window::notConfirmedLine({QString::fromUtf8(c.action), c.side, {}}));
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -163,6 +166,26 @@ INSTANTIATE_TEST_SUITE_P(
                     "Station..tbstationlogs. Go ahead?",
                     "Transfer, deleting each source row after its copy"}),
     [](const auto& test) { return std::string(test.param.name); });
+
+// For many databases the question names the count and the first five; an action that names its
+// target itself gets none.
+TEST(DestructiveQuestionTest, namesTheCountAndTheFirstFew) {
+    const QStringList seven{QStringLiteral("A"), QStringLiteral("B"), QStringLiteral("C"),
+                            QStringLiteral("D"), QStringLiteral("E"), QStringLiteral("F"),
+                            QStringLiteral("G")};
+    const struct {
+        window::DestructiveAction action;
+        const char* question;
+    } cases[] = {
+        {{QStringLiteral("Drop ALL"), 1, seven},
+         "Drop ALL on the right server S: 7 databases: A, B, C, D, E and 2 more. Go ahead?"},
+        {{QStringLiteral("Drop ALL"), 1, seven.mid(0, 5)},
+         "Drop ALL on the right server S: 5 databases: A, B, C, D, E. Go ahead?"},
+        {{QStringLiteral("Wipe"), 0, {}}, "Wipe on the left server S. Go ahead?"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(window::destructiveQuestion(c.action, QStringLiteral("S")), QString::fromUtf8(c.question));
+}
 
 } // namespace
 } // namespace qormin::test
