@@ -10,7 +10,16 @@ namespace {
 constexpr qsizetype namesShown = 5;
 
 QString sideName(int side) {
+    if (side == DestructiveAction::bothSides)
+        return QStringLiteral("both");
     return side == 0 ? QStringLiteral("left") : QStringLiteral("right");
+}
+
+QString serverText(int side, const QStringList& servers) {
+    if (side != DestructiveAction::bothSides)
+        return QStringLiteral("the %1 server %2").arg(sideName(side), servers.value(side));
+    return QStringLiteral("the left server %1 and the right server %2")
+        .arg(servers.value(0), servers.value(1));
 }
 
 QString targetText(const DestructiveAction& action) {
@@ -27,9 +36,9 @@ QString targetText(const DestructiveAction& action) {
 
 } // namespace
 
-QString destructiveQuestion(const DestructiveAction& action, const QString& server) {
-    return QStringLiteral("%1 on the %2 server %3%4. Go ahead?")
-        .arg(action.action, sideName(action.side), server, targetText(action));
+QString destructiveQuestion(const DestructiveAction& action, const QStringList& servers) {
+    return QStringLiteral("%1 on %2%3. Go ahead?")
+        .arg(action.action, serverText(action.side, servers), targetText(action));
 }
 
 QString notConfirmedLine(const DestructiveAction& action) {
@@ -44,7 +53,7 @@ DestructiveConfirmation::DestructiveConfirmation(db::ServerAccess& access, platf
 bool DestructiveConfirmation::confirm(const DestructiveAction& action) {
     if (!m_enabled || m_access.scriptOnly())
         return true;
-    const QString question = destructiveQuestion(action, m_serverName(action.side));
+    const QString question = destructiveQuestion(action, {m_serverName(0), m_serverName(1)});
     if (m_boxes.MsgBox(question, platform::MessageBoxButtons::YesNoDefaultNo, QStringLiteral("Confirm")) ==
         platform::MessageBoxAnswer::Yes)
         return true;

@@ -16,15 +16,17 @@ namespace qormin::window {
 
 // What an action is about to destroy, as the operator is asked about it.
 struct DestructiveAction {
-    QString action; // the button's own words ("DropDB", "Truncate tbPatient")
-    int side = 0;
+    static constexpr int bothSides = -1;
+
+    QString action;      // the button's own words ("DropDB", "Truncate tbPatient")
+    int side = 0;        // or bothSides
     QStringList targets; // empty: the action names its target itself
     QString noun = QStringLiteral("database");
 };
 
 // "DropDB on the right server SRV2: database Billing. Go ahead?"; for many targets the count
-// and the first few names.
-QString destructiveQuestion(const DestructiveAction& action, const QString& server);
+// and the first few names. servers: the left and the right server.
+QString destructiveQuestion(const DestructiveAction& action, const QStringList& servers);
 // The log line when the answer is No.
 QString notConfirmedLine(const DestructiveAction& action);
 

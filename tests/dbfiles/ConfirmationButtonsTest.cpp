@@ -15,8 +15,8 @@ struct ConfirmCase {
     const char* name;
     const char* setup;               // batch lines before the click, run before each of the three clicks
     const char* click;               // the batch line that clicks
-    int side;                        // the side the question names
-    const char* question;            // %1: that side's server; nullptr: nothing to ask about
+    int side;                        // the side the question names, or bothSides
+    const char* question;            // %1: that side's server (both: %1 left, %2 right); nullptr: none
     const char* action;              // as the log line names it
     const char* listFiles = nullptr; // "<list>:<file>,<file>": backup files the list shows
 };
@@ -75,8 +75,10 @@ TEST_P(ConfirmationTest, asksOncePerClickAndSendsNothingOnNo) {
         EXPECT_EQ(yes.output, unticked.output);
         return;
     }
+    const QString question = QString::fromUtf8(c.question);
     const QString asked = QStringLiteral("MSGBOX: ") +
-                          QString::fromUtf8(c.question).arg(server(c.side).address()) +
+                          (c.side < 0 ? question.arg(server(0).address(), server(1).address())
+                                      : question.arg(server(c.side).address())) +
                           QStringLiteral(" -> ");
     EXPECT_EQ(yes.output, asked + QStringLiteral("yes\n") + unticked.output);
 
@@ -128,6 +130,10 @@ INSTANTIATE_TEST_SUITE_P(
                     "Mirror All (restore over existing databases) on the right server %1: database Billing. "
                     "Go ahead?",
                     "Mirror All (restore over existing databases)"},
+        // The reset script drops the endpoint, certificates and logins on both servers.
+        ConfirmCase{"mirroringResetScript", "", "click cmdRunScript(0)", window::DestructiveAction::bothSides,
+                    "Run script 1 (it drops) on the left server %1 and the right server %2. Go ahead?",
+                    "Run script 1 (it drops)"},
         ConfirmCase{"truncate", "set txtDB Billing\ndblclick GridDB(0) 1\nselect Grid2 2",
                     "click cmdTruncate", 0,
                     "Truncate on the left server %1: table Billing..tbVisit. Go ahead?", "Truncate"},
@@ -181,10 +187,13 @@ TEST(DestructiveQuestionTest, namesTheCountAndTheFirstFew) {
          "Drop ALL on the right server S: 7 databases: A, B, C, D, E and 2 more. Go ahead?"},
         {{QStringLiteral("Drop ALL"), 1, seven.mid(0, 5)},
          "Drop ALL on the right server S: 5 databases: A, B, C, D, E. Go ahead?"},
-        {{QStringLiteral("Wipe"), 0, {}}, "Wipe on the left server S. Go ahead?"},
+        {{QStringLiteral("Wipe"), 0, {}}, "Wipe on the left server L. Go ahead?"},
+        {{QStringLiteral("Wipe"), window::DestructiveAction::bothSides, {}},
+         "Wipe on the left server L and the right server S. Go ahead?"},
     };
     for (const auto& c : cases)
-        EXPECT_EQ(window::destructiveQuestion(c.action, QStringLiteral("S")), QString::fromUtf8(c.question));
+        EXPECT_EQ(window::destructiveQuestion(c.action, {QStringLiteral("L"), QStringLiteral("S")}),
+                  QString::fromUtf8(c.question));
 }
 
 } // namespace
