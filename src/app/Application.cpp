@@ -168,6 +168,7 @@ int runBatch(frmMain& window, BatchMessageBoxService& boxes, const Options& opti
     const QMetaObject::Connection overdue =
         QObject::connect(&window.workStopper(), &RunningWorkStopper::overdue, &window,
                          [&runner, &endNow] { endNow(runner.abandon()); });
+    window.enterBatchMode();
     window.Form_Load();
     const int status = runner.run(input);
     QObject::disconnect(overdue);

@@ -13,6 +13,7 @@
 #include "app/SubsystemTools.h"
 #include "app/pages/AuditOptions.h"
 #include "app/WindowFit.h"
+#include "app/pages/ConfirmOptions.h"
 #include "app/pages/MainToolsPage.h"
 #include "app/pages/OptionsPage.h"
 #include "app/pages/RestoreDirPage.h"
@@ -28,6 +29,7 @@
 #include "platform/PathMapper.h"
 #include "platform/PlatformServices.h"
 #include "platform/SettingsStore.h"
+#include "window/DestructiveConfirmation.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -111,6 +113,8 @@ struct frmMain::Parts {
     LogPanel* logPanel = nullptr;
     MainToolsPage* mainTools = nullptr;
     OptionsPage* options = nullptr;
+    std::unique_ptr<window::DestructiveConfirmation> confirmation;
+    ConfirmOptions* confirmOptions = nullptr;
     std::array<QWidget*, pageCount> pages{};
     std::array<QBoxLayout*, pageCount> toolAreas{};
     std::multimap<int, std::function<void()>> pageHooks;
@@ -129,6 +133,8 @@ frmMain::frmMain(const platform::PlatformServices& services, QWidget* parent)
     : QMainWindow(parent), m_parts(std::make_unique<Parts>()) {
     m_parts->services = services;
     m_parts->access = std::make_unique<db::ServerAccess>(*this);
+    m_parts->confirmation = std::make_unique<window::DestructiveConfirmation>(
+        *m_parts->access, *services.messageBoxes, [this](int side) { return txtServer(side)->text(); });
     setObjectName(QStringLiteral("frmMain"));
     setWindowTitle(applicationTitle());
     buildWindow();
@@ -276,6 +282,8 @@ void frmMain::buildPages() {
             p.options = new OptionsPage(*this, p.SSTab1);
             page = p.options;
             toolArea = p.options->toolArea();
+            p.confirmOptions = new ConfirmOptions(*p.confirmation, *p.services.settings, p.options);
+            toolArea->addWidget(p.confirmOptions);
         }
         if (page == nullptr) {
             page = new QWidget(p.SSTab1);
@@ -376,6 +384,7 @@ void frmMain::Form_Load() {
     store.setNoticeReporter([this](const QString& notice) { serverAccess().LogMessage(notice); });
     // The shell and the ODBC driver choice are ready before anything connects.
     p.options->load();
+    p.confirmOptions->load();
     for (int side = 0; side < sideCount; ++side)
         loadSide(side);
     const SettingAddress sharedPath = startupAddress(QStringLiteral("txtPath"), 2);
@@ -746,6 +755,14 @@ RunningWorkStopper& frmMain::workStopper() {
 
 void frmMain::allowWhileBusy(QWidget* control) {
     m_parts->gate->allowWhileBusy(control);
+}
+
+window::DestructiveConfirmation& frmMain::confirmations() {
+    return *m_parts->confirmation;
+}
+
+void frmMain::enterBatchMode() {
+    m_parts->confirmOptions->enterBatchMode();
 }
 
 } // namespace qormin::app

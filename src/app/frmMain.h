@@ -96,6 +96,9 @@ public:
     void registerWindow(const QString& name, std::function<QWidget*(QWidget* parent)> create) override;
     QWidget* openWindow(const QString& name) override;
     void allowWhileBusy(QWidget* control) override;
+    window::DestructiveConfirmation& confirmations() override;
+    // Before start-up in a batch run: the settings a scheduled run must not take from the window.
+    void enterBatchMode();
     QWidget* findWindow(const QString& name) const;
     std::vector<QWidget*> subsidiaryWindows() const; // the open ones
     // Whether openWindow can open a window of that name.

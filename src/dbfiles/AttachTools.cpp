@@ -13,33 +13,13 @@
 #include "window/MainWindowContext.h"
 
 #include <QCheckBox>
-#include <QEventLoop>
 #include <QLineEdit>
-#include <QTimer>
 
 namespace qormin::dbfiles {
 
 namespace {
 
 constexpr int rightSide = 1;
-constexpr int namesShownInNotice = 3;
-
-QString sideName(int side) {
-    return side == 0 ? QStringLiteral("left") : QStringLiteral("right");
-}
-
-QString noticeText(int index, const QStringList& databases, int milliseconds) {
-    QString shown = databases.mid(0, namesShownInNotice).join(QStringLiteral(", "));
-    if (databases.size() > namesShownInNotice)
-        shown += QStringLiteral(", ...");
-    const QString what =
-        index == 0 ? QStringLiteral("ends the sessions of and makes online ") : QStringLiteral("drops ");
-    return QStringLiteral("Drop ALL (%1) %2%3 databases (%4) in %5 s: tick STOP to keep them")
-        .arg(sideName(index), what)
-        .arg(databases.size())
-        .arg(shown)
-        .arg((milliseconds + 999) / 1000);
-}
 
 } // namespace
 
@@ -96,8 +76,6 @@ void AttachTools::cmdDropAll_Click(int index) {
     QStringList databases;
     for (int row = 0; row < grid->Rows(); ++row)
         databases.append(grid->TextMatrix(row, 0));
-    if (!announceDropAll(index, databases))
-        return;
     for (int row = 0; row < databases.size(); ++row) {
         const db::HeaderRowPass headerRow(m_context.serverAccess(), row == 0);
         m_context.txtDB()->setText(databases.at(row));
@@ -108,30 +86,6 @@ void AttachTools::cmdDropAll_Click(int index) {
         }
         yieldToEventLoop();
     }
-}
-
-bool AttachTools::announceDropAll(int index, const QStringList& databases) {
-    if (m_context.serverAccess().scriptOnly() || m_dropAllNotice <= 0)
-        return true;
-    const QString notice = noticeText(index, databases, m_dropAllNotice);
-    m_context.showStatusMessage(notice, m_dropAllNotice);
-    m_context.serverAccess().LogMessage(notice);
-    if (!m_context.stopRequested()) {
-        const db::EventLoopYield yield;
-        QEventLoop wait;
-        QTimer::singleShot(m_dropAllNotice, &wait, &QEventLoop::quit);
-        QObject::connect(m_context.chkStop(), &QCheckBox::toggled, &wait, [&wait](bool on) {
-            if (on)
-                wait.quit();
-        });
-        wait.exec();
-    }
-    if (!m_context.stopRequested())
-        return true;
-    m_context.showStatusMessage(QString(), 0);
-    m_context.serverAccess().LogMessage(QStringLiteral("Drop ALL (") + sideName(index) +
-                                        QStringLiteral(") not started: STOP is ticked"));
-    return false;
 }
 
 void AttachTools::cmdCopy_Click(int index) {

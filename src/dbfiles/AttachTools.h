@@ -18,8 +18,6 @@ class BackupFileCopier;
 // the right one. The left server's databases are never dropped.
 class AttachTools {
 public:
-    static constexpr int defaultDropAllNoticeMilliseconds = 5000;
-
     // makeOnline: the mirroring tools' cmdMakeOnline_Click, which drop-all runs before each drop.
     AttachTools(window::MainWindowContext& context, BackupFileCopier& copier,
                 std::function<void(int side)> makeOnline);
@@ -30,13 +28,8 @@ public:
     void cmdDropAll_Click(int index);
     void cmdCopy_Click(int index);
 
-    // How long drop-all shows what it is about to do before it starts (STOP then ends it).
-    void setDropAllNoticeMilliseconds(int milliseconds) { m_dropAllNotice = milliseconds; }
-
 private:
     void copyBackupsOfTxtDB();
-    // False when STOP was ticked during the notice (or before it): nothing is to be done.
-    bool announceDropAll(int index, const QStringList& databases);
     using Position = db::NameGuard::Position;
     bool admitted(Position position, std::initializer_list<QString> names);
     void yieldToEventLoop();
@@ -44,7 +37,6 @@ private:
     window::MainWindowContext& m_context;
     BackupFileCopier& m_copier;
     std::function<void(int)> m_makeOnline;
-    int m_dropAllNotice = defaultDropAllNoticeMilliseconds;
 };
 
 } // namespace qormin::dbfiles

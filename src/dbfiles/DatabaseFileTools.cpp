@@ -45,7 +45,8 @@ QString indexed(const char* name, int side) {
 } // namespace
 
 DatabaseFileTools::DatabaseFileTools(window::MainWindowContext& context)
-    : QObject(context.page(mainToolsPage)), m_context(context), m_watch(new ProgressWatch(context, this)),
+    : QObject(context.page(mainToolsPage)), m_context(context), m_confirm(context),
+      m_watch(new ProgressWatch(context, this)),
       m_backup(std::make_unique<BackupTools>(
           context, *m_watch, [this] { return m_chkChecksum != nullptr && m_chkChecksum->isChecked(); })),
       m_restore(std::make_unique<RestoreTools>(context, *m_watch)),
@@ -77,13 +78,22 @@ void DatabaseFileTools::addSideButtons(int side) {
     connect(addButton(buttons, indexed("cmdRestoreFileList", side), tr("Restore File list")),
             &QPushButton::clicked, this, [this, side] { m_restore->cmdRestoreFileList_Click(side); });
     connect(addButton(buttons, indexed("cmdRestore", side), tr("Restore")), &QPushButton::clicked, this,
-            [this, side] { m_restore->cmdRestore_Click(side); });
+            [this, side] {
+                if (m_confirm.restore(side))
+                    m_restore->cmdRestore_Click(side);
+            });
     connect(addButton(buttons, indexed("cmdCopy", side), tr("Copy ->")), &QPushButton::clicked, this,
             [this, side] { m_attach->cmdCopy_Click(side); });
     connect(addButton(buttons, indexed("cmdDrop", side), tr("DropDB")), &QPushButton::clicked, this,
-            [this, side] { m_attach->cmdDrop_Click(side); });
+            [this, side] {
+                if (m_confirm.drop(side))
+                    m_attach->cmdDrop_Click(side);
+            });
     connect(addButton(buttons, indexed("cmdDropAll", side), tr("Drop ALL")), &QPushButton::clicked, this,
-            [this, side] { m_attach->cmdDropAll_Click(side); });
+            [this, side] {
+                if (m_confirm.dropAll(side))
+                    m_attach->cmdDropAll_Click(side);
+            });
 }
 
 void DatabaseFileTools::addMainToolsButtons() {
@@ -134,11 +144,16 @@ void DatabaseFileTools::addChecksumBox(QBoxLayout* row) {
 void DatabaseFileTools::addRestorePageButtons() {
     QBoxLayout* area = m_context.pageToolArea(restorePage);
     connect(addButton(area, QStringLiteral("cmdRestoreMain"), tr("Restore ALL to Main")),
-            &QPushButton::clicked, this, [this] { m_restore->cmdRestoreMain_Click(); });
+            &QPushButton::clicked, this, [this] {
+                if (m_confirm.restoreAllToMain(*m_context.File1()))
+                    m_restore->cmdRestoreMain_Click();
+            });
     connect(addButton(area, QStringLiteral("cmdRename"), tr("Rename bak files (remove date)")),
             &QPushButton::clicked, this, [this] { m_renamer->cmdRename_Click(); });
-    connect(m_context.File1(), &controls::FileListBox::DblClick, this,
-            [this] { m_restore->File1_DblClick(); });
+    connect(m_context.File1(), &controls::FileListBox::DblClick, this, [this] {
+        if (m_confirm.restoreClickedToMain())
+            m_restore->File1_DblClick();
+    });
 }
 
 void DatabaseFileTools::addRestoreDirPageControls() {
@@ -147,11 +162,17 @@ void DatabaseFileTools::addRestoreDirPageControls() {
     auto* row = new QHBoxLayout;
     area->addLayout(row);
     connect(addButton(row, QStringLiteral("cmdRestoretoMain"), tr("Restore ALL to Main")),
-            &QPushButton::clicked, this, [this] { m_restore->cmdRestoretoMain_Click(); });
+            &QPushButton::clicked, this, [this] {
+                if (m_confirm.restoreAllToMain(*m_context.File2()))
+                    m_restore->cmdRestoretoMain_Click();
+            });
     connect(addButton(row, QStringLiteral("cmdAttachAll"), tr("Attach All (right)")), &QPushButton::clicked,
             this, [this] { m_attach->cmdAttachAll_Click(); });
     connect(addButton(row, QStringLiteral("cmdDetachAll"), tr("Detach All (right)")), &QPushButton::clicked,
-            this, [this] { m_attach->cmdDetachAll_Click(); });
+            this, [this] {
+                if (m_confirm.detachAll())
+                    m_attach->cmdDetachAll_Click();
+            });
 
     auto* frame = new QGroupBox(tr("2. Rename"), page);
     frame->setObjectName(QStringLiteral("fraRename"));
@@ -208,7 +229,7 @@ void DatabaseFileTools::addMirroringPage() {
     m_mirroringPage = new MirroringPage(page);
     m_mirroring = std::make_unique<MirroringTools>(m_context, *m_backup, *m_restore, *m_attach, *m_copier,
                                                    [this](int index) { return mirroringScript(index); });
-    m_mirroringPage->connectTools(*m_mirroring);
+    m_mirroringPage->connectTools(*m_mirroring, [this] { return m_confirm.mirrorAll(); });
     QBoxLayout* area = m_context.pageToolArea(mirroringPage);
     area->addWidget(m_mirroringPage);
     // The page's own stretch would leave the scripts a sliver of its height.

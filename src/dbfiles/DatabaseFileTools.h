@@ -1,5 +1,7 @@
 #pragma once
 
+#include "dbfiles/DatabaseFileConfirmations.h"
+
 #include <QObject>
 #include <memory>
 
@@ -55,6 +57,7 @@ private:
     QPushButton* addButton(QBoxLayout* layout, const QString& name, const QString& caption);
 
     window::MainWindowContext& m_context;
+    DatabaseFileConfirmations m_confirm;
     ProgressWatch* m_watch;
     QCheckBox* m_chkChecksum = nullptr;
     std::unique_ptr<BackupTools> m_backup;

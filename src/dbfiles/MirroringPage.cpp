@@ -130,12 +130,15 @@ QString MirroringPage::scriptText(int index) const {
     return text;
 }
 
-void MirroringPage::connectTools(MirroringTools& tools) {
+void MirroringPage::connectTools(MirroringTools& tools, std::function<bool()> mirrorAllConfirmed) {
     MirroringTools* handlers = &tools;
     for (int side = 0; side < 2; ++side) {
         onClick(this, "cmdSetPartner", side, [handlers, side] { handlers->cmdSetPartner_Click(side); });
         onClick(this, "cmdMakeOnline", side, [handlers, side] { handlers->cmdMakeOnline_Click(side); });
-        onClick(this, "cmdMirrorAll", side, [handlers, side] { handlers->cmdMirrorAll_Click(side); });
+        onClick(this, "cmdMirrorAll", side, [handlers, side, mirrorAllConfirmed] {
+            if (mirrorAllConfirmed())
+                handlers->cmdMirrorAll_Click(side);
+        });
         onClick(this, "cmdRestartEndpoint", side,
                 [handlers, side] { handlers->cmdRestartEndpoint_Click(side); });
     }

@@ -2,6 +2,7 @@
 
 #include <QWidget>
 #include <array>
+#include <functional>
 
 class QPlainTextEdit;
 class QTabWidget;
@@ -17,7 +18,8 @@ class MirroringPage : public QWidget {
 public:
     explicit MirroringPage(QWidget* parent = nullptr);
 
-    void connectTools(MirroringTools& tools);
+    // mirrorAllConfirmed: asked before each Mirror All click.
+    void connectTools(MirroringTools& tools, std::function<bool()> mirrorAllConfirmed);
     // txtScript1(index) as the script routine reads it: lines ended by CR LF.
     QString scriptText(int index) const;
     QTabWidget* SSTab2() const { return m_SSTab2; }

@@ -12,10 +12,13 @@
 #include "dbfiles/MirroringStatements.h"
 #include "dbfiles/RestoreTools.h"
 #include "platform/MessageBoxService.h"
+#include "window/DestructiveConfirmation.h"
 #include "window/MainWindowContext.h"
 
 #include <QCheckBox>
 #include <QLineEdit>
+#include <QRegularExpression>
+#include <array>
 
 namespace qormin::dbfiles {
 
@@ -106,6 +109,8 @@ void MirroringTools::cmdCopyCert_Click(int index) {
 
 void MirroringTools::cmdRunScript_Click(int index) {
     db::ServerAccess& access = m_context.serverAccess();
+    if (!scriptConfirmed(index))
+        return;
     switch (index) {
     case 0:
         access.ExecuteScript(0, m_scriptText(0));
@@ -123,6 +128,19 @@ void MirroringTools::cmdRunScript_Click(int index) {
     default:
         return;
     }
+}
+
+// The scripts are the operator's own text; one that drops something (the reset script drops the
+// endpoint, certificates, master key and logins) asks first.
+bool MirroringTools::scriptConfirmed(int index) {
+    static const QRegularExpression drop(QStringLiteral("\\bdrop\\b"),
+                                         QRegularExpression::CaseInsensitiveOption);
+    static constexpr std::array<int, 4> sides{window::DestructiveAction::bothSides, 0, 1, 0};
+    if (index < 0 || index >= static_cast<int>(sides.size()) || !drop.match(m_scriptText(index)).hasMatch())
+        return true;
+    return m_context.confirmations().confirm({QStringLiteral("Run script %1 (it drops)").arg(index + 1),
+                                              sides.at(static_cast<std::size_t>(index)),
+                                              {}});
 }
 
 void MirroringTools::cmdRestartEndpoint_Click(int side) {

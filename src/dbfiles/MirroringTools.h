@@ -33,6 +33,7 @@ public:
     void cmdRestartEndpoint_Click(int side);
 
 private:
+    bool scriptConfirmed(int index);
     void runChain(int index);
     void yieldToEventLoop();
 

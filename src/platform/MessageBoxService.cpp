@@ -7,6 +7,8 @@ MessageBoxAnswer defaultAnswer(MessageBoxButtons buttons) {
     case MessageBoxButtons::YesNo:
     case MessageBoxButtons::YesNoCancel:
         return MessageBoxAnswer::Yes;
+    case MessageBoxButtons::YesNoDefaultNo:
+        return MessageBoxAnswer::No;
     case MessageBoxButtons::Ok:
     case MessageBoxButtons::OkCancel:
         break;
@@ -21,6 +23,7 @@ bool offers(MessageBoxButtons buttons, MessageBoxAnswer answer) {
     case MessageBoxButtons::OkCancel:
         return answer == MessageBoxAnswer::Ok || answer == MessageBoxAnswer::Cancel;
     case MessageBoxButtons::YesNo:
+    case MessageBoxButtons::YesNoDefaultNo:
         return answer == MessageBoxAnswer::Yes || answer == MessageBoxAnswer::No;
     case MessageBoxButtons::YesNoCancel:
         return answer != MessageBoxAnswer::Ok;

@@ -4,7 +4,9 @@
 
 namespace qormin::platform {
 
-enum class MessageBoxButtons { Ok, OkCancel, YesNo, YesNoCancel };
+// YesNoDefaultNo: a question whose Yes destroys something; Enter, or a batch run that gives no
+// answer, takes No.
+enum class MessageBoxButtons { Ok, OkCancel, YesNo, YesNoCancel, YesNoDefaultNo };
 enum class MessageBoxAnswer { Ok, Cancel, Yes, No };
 
 // Every message box of the tool goes through here, so batch mode can answer it and tests can

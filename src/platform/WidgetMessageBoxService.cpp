@@ -13,6 +13,7 @@ QMessageBox::StandardButtons standardButtons(MessageBoxButtons buttons) {
     case MessageBoxButtons::OkCancel:
         return QMessageBox::Ok | QMessageBox::Cancel;
     case MessageBoxButtons::YesNo:
+    case MessageBoxButtons::YesNoDefaultNo:
         return QMessageBox::Yes | QMessageBox::No;
     case MessageBoxButtons::YesNoCancel:
         return QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel;

@@ -10,6 +10,7 @@
 #include "db/ServerAccess.h"
 #include "db/SideConnection.h"
 #include "tablecopy/TableCopyStatements.h"
+#include "window/DestructiveConfirmation.h"
 
 #include <QCheckBox>
 #include <QGridLayout>
@@ -27,6 +28,10 @@ constexpr int buttonsPerRow = 4;
 constexpr qint32 progressInterval = 100;
 
 using Statements = TableCopyStatements;
+
+std::function<QString(const QString&)> sisterOf(const QString& database) {
+    return [database](const QString& table) { return Statements::sisterTable(database, table); };
+}
 
 } // namespace
 
@@ -72,6 +77,9 @@ void TableCopyTools::addButton(const QString& name, const QString& caption,
 }
 
 void TableCopyTools::cmdCopyTables_Click() {
+    if (!confirmed(QStringLiteral("Copy table by record (empties the copy first)"),
+                   sisterOf(workingDatabase())))
+        return;
     runForTables(
         true, [this](const QString& table) { CopyTableByRecord(table); }, QStringLiteral("Done copying"));
 }
@@ -82,21 +90,32 @@ void TableCopyTools::cmdCopyTablesDB2_Click() {
 }
 
 void TableCopyTools::cmdDropTableDB2_Click() {
+    if (!confirmed(QStringLiteral("Drop table DBname_2"), sisterOf(workingDatabase())))
+        return;
     runForTables(
         false, [this](const QString& table) { DropTableDB2(table); }, QStringLiteral("Done Drop"));
 }
 
 void TableCopyTools::cmdCloneTable_Click() {
+    if (!confirmed(QStringLiteral("Clone Table Records (empties the copy first)"),
+                   sisterOf(workingDatabase())))
+        return;
     runForTables(
         true, [this](const QString& table) { CloneTable(table); }, QString());
 }
 
 void TableCopyTools::cmdCopyInto_Click() {
+    if (!confirmed(QStringLiteral("Copy Into (empties the copy first)"), sisterOf(workingDatabase())))
+        return;
     runForTables(
         true, [this](const QString& table) { CopyInto(table); }, QStringLiteral("Done copying"));
 }
 
 void TableCopyTools::cmdTruncate_Click() {
+    const QString db = workingDatabase();
+    if (!confirmed(QStringLiteral("Truncate"),
+                   [db](const QString& table) { return Statements::sourceTable(db, table); }))
+        return;
     runForTables(
         true, [this](const QString& table) { TruncateTable(table); }, QString());
 }
@@ -109,6 +128,13 @@ void TableCopyTools::cmdCheckTables_Click() {
 // The sister table lives in the working database itself, so only the current row is copied.
 void TableCopyTools::cmdCopytoNEW_Click() {
     const QString table = currentTable();
+    if (m_controls.confirmation != nullptr &&
+        !m_controls.confirmation->confirm(
+            {QStringLiteral("Copy to _NEW2 (drops the copy first)"),
+             leftSide,
+             {Statements::sourceTable(workingDatabase(), Statements::newTableName(table))},
+             QStringLiteral("table")}))
+        return;
     log(table);
     const QString db = workingDatabase();
     if (!db::NameGuard::admit(m_controls.access, db::NameGuard::Position::Unbracketed, {db, table})) {
@@ -304,6 +330,18 @@ void TableCopyTools::ShowCopyProgress(qint32 copied) {
                                                                       : QStringLiteral("working"));
     Q_EMIT copyProgress(copied);
     db::EventLoopYield::processEvents();
+}
+
+bool TableCopyTools::confirmed(const QString& action, const std::function<QString(const QString&)>& target) {
+    if (m_controls.confirmation == nullptr)
+        return true;
+    QStringList tables;
+    if (!m_allTables->isChecked())
+        tables.append(target(currentTable()));
+    // Row 0 is the header row: the pass walks it, but it names no table.
+    for (int row = 1; m_allTables->isChecked() && row < m_controls.grid.Rows(); ++row)
+        tables.append(target(m_controls.grid.TextMatrix(row, tableNameColumn)));
+    return m_controls.confirmation->confirm({action, leftSide, tables, QStringLiteral("table")});
 }
 
 QString TableCopyTools::currentTable() const {

@@ -20,6 +20,10 @@ namespace qormin::controls {
 class FlexGrid;
 }
 
+namespace qormin::window {
+class DestructiveConfirmation;
+}
+
 namespace qormin::tablecopy {
 
 // The shared controls of the main window the table tools read.
@@ -28,6 +32,8 @@ struct TableCopyControls {
     controls::FlexGrid& grid; // Grid2, column 0 holds the table name
     QLineEdit& database;      // txtDB
     QCheckBox& stop;          // chkStop
+    // Asked before the buttons that empty, overwrite or drop tables; none: nothing is asked.
+    window::DestructiveConfirmation* confirmation = nullptr;
 };
 
 // The "Copy" page: copies, clones, empties, checks or drops tables of the working database on
@@ -71,6 +77,8 @@ private:
 
     void addButton(const QString& name, const QString& caption, void (TableCopyTools::*handler)());
     void runForTables(bool useDatabaseFirst, const TableRoutine& routine, const QString& closingLine);
+    // False when the operator answered No: the click ends before its first statement.
+    bool confirmed(const QString& action, const std::function<QString(const QString&)>& target);
     QString currentTable() const;
     QString workingDatabase() const;
     QString execute(const QString& statement);

@@ -2,6 +2,7 @@
 
 #include "controls/FlexGrid.h"
 #include "transfer/TransferDBTools.h"
+#include "window/DestructiveConfirmation.h"
 #include "window/MainWindowContext.h"
 
 #include <QBoxLayout>
@@ -138,11 +139,29 @@ void TransferWindow::refuseYears() {
                          QStringLiteral("\" is not a number of years."));
 }
 
+bool TransferWindow::confirmed(const QString& action, const QStringList& tables) {
+    constexpr int leftSide = 0;
+    return m_context.confirmations().confirm({action, leftSide, tables, QStringLiteral("table")});
+}
+
+bool TransferWindow::transferConfirmed(const TransferDBJob& job) {
+    return !job.deleteAfterTransfer ||
+           confirmed(QStringLiteral("Transfer, deleting each source row after its copy"), {job.sourceTable});
+}
+
 void TransferWindow::cmdSelect_Click() {
     m_tools->preview(m_recordsAtATime->text());
 }
 
 void TransferWindow::cmdDeleteData_Click() {
+    QStringList tables{m_purgeGrid->TextMatrix(m_purgeGrid->Row(), 0)};
+    if (m_allTables->isChecked()) {
+        tables.clear();
+        for (int row = 1; row < m_purgeGrid->Rows(); ++row)
+            tables.append(m_purgeGrid->TextMatrix(row, 0));
+    }
+    if (!confirmed(QStringLiteral("Delete Data"), tables))
+        return;
     m_tools->purge(m_allTables->isChecked(), m_years->text(), QDate::currentDate());
 }
 
@@ -153,7 +172,7 @@ void TransferWindow::cmdCreateTable_Click() {
 }
 
 void TransferWindow::cmdDeleteDestTable_Click() {
-    if (SelectTransferTable()) {
+    if (SelectTransferTable() && confirmed(QStringLiteral("Delete Dest Table"), {m_destTable})) {
         m_tools->dropTable(m_destTable);
     }
 }

@@ -27,6 +27,7 @@ class MainWindowContext;
 namespace qormin::transfer {
 
 class TransferDBTools;
+struct TransferDBJob;
 
 // What "Transfer DB" and "Transfer to History" have in common: the two grids, the age and row
 // limits, the log, the purge page and the destination table's structure handlers. A window adds
@@ -65,6 +66,10 @@ protected:
     // Create Table, Delete Dest Table, Create Index and Sync Structure, in that order.
     void addStructureButtons(QWidget* page, QBoxLayout* layout);
     void refuseYears();
+    // Asks, when the operator wants it, before rows or tables of the left server are deleted.
+    bool confirmed(const QString& action, const QStringList& tables);
+    // A transfer that deletes its source rows asks first.
+    bool transferConfirmed(const TransferDBJob& job);
 
     window::MainWindowContext& m_context;
     QTabWidget* m_tabs;

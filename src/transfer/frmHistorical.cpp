@@ -95,7 +95,9 @@ void frmHistorical::cmdTransfer_Click() {
     job.dateColumn = m_dateColumn;
     job.recordsAtATime = m_recordsAtATime->text().toInt();
     job.deleteAfterTransfer = m_delete->isChecked();
-    m_tools->transfer(job);
+    if (transferConfirmed(job)) {
+        m_tools->transfer(job);
+    }
 }
 
 } // namespace qormin::transfer

@@ -147,7 +147,9 @@ void frmTransferDB::cmdTransfer_Click() {
     job.deleteAfterTransfer = m_delete->isChecked();
     job.stoppable = true;
     job.announceDone = true;
-    m_tools->transfer(job);
+    if (transferConfirmed(job)) {
+        m_tools->transfer(job);
+    }
 }
 
 void frmTransferDB::cmdStop_Click() {

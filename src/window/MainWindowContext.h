@@ -30,6 +30,8 @@ class ShellService;
 
 namespace qormin::window {
 
+class DestructiveConfirmation;
+
 using platform::FileSystemService;
 using platform::MessageBoxService;
 using platform::PathMapper;
@@ -107,6 +109,10 @@ public:
     // While a handler runs the windows take no input; a control that a running handler reads
     // on purpose (a window's stop button) is kept live here.
     virtual void allowWhileBusy(QWidget* control) = 0;
+
+    // Confirmations: every handler that drops, detaches, truncates, overwrites, purges or
+    // anonymises asks through this once per click.
+    virtual DestructiveConfirmation& confirmations() = 0;
 };
 
 } // namespace qormin::window

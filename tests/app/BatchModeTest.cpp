@@ -44,6 +44,33 @@ TEST(BatchModeTest, setFiresTheChangeHandlerPrintShowsTheTextAndMessageBoxesAndS
     EXPECT_EQ(subsidiary.output, QStringLiteral("5\n"));
 }
 
+QCheckBox* confirmBox(WindowHarness& harness) {
+    return harness.window().findChild<QCheckBox*>(QStringLiteral("chkConfirmDestructive"));
+}
+
+// The window asks before destructive actions unless the operator unticked it; a batch run starts
+// unticked whatever the window keeps, and what it sets stays its own.
+TEST(BatchModeTest, confirmationsAreTickedInTheWindowAndUntickedInABatchRun) {
+    WindowHarness window(nullptr, WindowHarness::Mode::Window);
+    window.load();
+    ASSERT_NE(confirmBox(window), nullptr);
+    EXPECT_TRUE(confirmBox(window)->isChecked());
+    confirmBox(window)->setChecked(false);
+    window.restart();
+    EXPECT_FALSE(confirmBox(window)->isChecked());
+
+    WindowHarness batch;
+    batch.settings().saveSetting(QStringLiteral("MAIN"), QStringLiteral("chkConfirmDestructive"),
+                                 QStringLiteral("1"));
+    batch.load();
+    EXPECT_FALSE(confirmBox(batch)->isChecked());
+    EXPECT_EQ(
+        batch.runBatch(QStringLiteral("set chkConfirmDestructive 1\nset chkConfirmDestructive 0\n")).exitCode,
+        0);
+    EXPECT_EQ(batch.settings().getSetting(QStringLiteral("MAIN"), QStringLiteral("chkConfirmDestructive")),
+              QStringLiteral("1"));
+}
+
 struct FailureCase {
     const char* name;
     const char* script;

@@ -20,13 +20,13 @@ public:
 
 } // namespace
 
-WindowHarness::WindowHarness(platform::FileSystemService* files)
+WindowHarness::WindowHarness(platform::FileSystemService* files, Mode mode)
     : m_settings(platform::SettingsStore::openFile(m_root.filePath(QStringLiteral("settings.ini")))),
       m_paths(platform::PathMapper::Platform::Posix, m_root.filePath(QStringLiteral("gvfs")),
               m_root.filePath(QStringLiteral("drives"))),
       m_files(m_paths), m_activeFiles(files != nullptr ? files : &m_files),
       m_shell(std::make_unique<InertShellService>()), m_outputStream(&m_output), m_errorStream(&m_errors),
-      m_logStream(&m_log), m_messageBoxes(m_outputStream, m_errorStream) {
+      m_logStream(&m_log), m_messageBoxes(m_outputStream, m_errorStream), m_mode(mode) {
     open();
 }
 
@@ -37,6 +37,8 @@ void WindowHarness::open() {
                                         m_activeFiles,    m_shell.get(),
                                         &m_messageBoxes,  m_root.filePath(QStringLiteral("data"))};
     m_window = std::make_unique<app::frmMain>(services);
+    if (m_mode == Mode::Batch)
+        m_window->enterBatchMode();
 }
 
 QString WindowHarness::settingsFile() const {

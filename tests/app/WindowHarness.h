@@ -30,8 +30,11 @@ struct BatchResult {
 // on the same settings file, as a second run of the program would.
 class WindowHarness {
 public:
+    enum class Mode { Batch, Window };
     // files: the file system the window lists its folders through; the machine's own when null.
-    explicit WindowHarness(platform::FileSystemService* files = nullptr);
+    // Mode::Window: the window as it starts without --batch (the settings it keeps from a batch
+    // run count).
+    explicit WindowHarness(platform::FileSystemService* files = nullptr, Mode mode = Mode::Batch);
     ~WindowHarness();
 
     app::frmMain& window() { return *m_window; }
@@ -64,6 +67,7 @@ private:
     QTextStream m_logStream;
     app::BatchMessageBoxService m_messageBoxes;
     std::unique_ptr<app::frmMain> m_window;
+    Mode m_mode;
 };
 
 } // namespace qormin::test

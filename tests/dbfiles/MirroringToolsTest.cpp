@@ -11,8 +11,6 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QLineEdit>
-#include <QStatusBar>
-#include <QTimer>
 
 namespace qormin::test {
 namespace {
@@ -159,7 +157,6 @@ TEST_F(MirroringToolsTest, attachAllTriesThreeLogNamesPerDataFileOnTheRight) {
 }
 
 TEST_F(MirroringToolsTest, dropAllDropsEveryListedDatabaseOfTheRightAndNothingOnTheLeft) {
-    tools().attachTools().setDropAllNoticeMilliseconds(0);
     run(QStringLiteral("click cmdDropAll(0)\n"));
     ASSERT_EQ(statements(0).size(), 4 * 4);
     EXPECT_FALSE(statements(0).join(QLatin1Char('\n')).contains(QStringLiteral("DROP DATABASE")));
@@ -173,21 +170,6 @@ TEST_F(MirroringToolsTest, dropAllDropsEveryListedDatabaseOfTheRightAndNothingOn
     }
     EXPECT_EQ(statements(1), expected);
     EXPECT_TRUE(statements(0).isEmpty());
-}
-
-TEST_F(MirroringToolsTest, dropAllShowsWhatItWillDropAndStopDuringTheNoticeKeepsEverything) {
-    tools().attachTools().setDropAllNoticeMilliseconds(3000);
-    QString shown;
-    QTimer::singleShot(300, &window(), [this, &shown] {
-        shown = window().statusBar()->currentMessage();
-        window().chkStop()->setChecked(true);
-    });
-    run(QStringLiteral("click cmdDropAll(1)\n"));
-    EXPECT_EQ(shown,
-              QStringLiteral("Drop ALL (right) drops 4 databases (name, Billing, Patient_Data, ...) in 3 s: "
-                             "tick STOP to keep them"));
-    EXPECT_TRUE(statements(1).isEmpty());
-    EXPECT_EQ(logLines().first(), QStringLiteral("Drop ALL (right) not started: STOP is ticked"));
 }
 
 TEST_F(MirroringToolsTest, mirrorAllFromTwoCopiesRestoresAndPairsMirrorFirstWithoutBackup) {
