@@ -1,12 +1,17 @@
 #include "db/ServerMessageLog.h"
 
+#include "db/SecretMask.h"
+
 #include <QStringList>
 
 namespace qormin::db {
 
 ServerMessageLog::ServerMessageLog(QObject* parent) : QObject(parent) {}
 
-void ServerMessageLog::add(int side, const ServerMessage& message) {
+// A PRINT of a script may carry a password like any other output.
+void ServerMessageLog::add(int side, const ServerMessage& received) {
+    ServerMessage message = received;
+    message.text = maskSecrets(message.text);
     m_entries.push_back({side, message});
     if (m_entries.size() > entryLimit) {
         m_entries.pop_front();

@@ -3,6 +3,7 @@
 
 #include "db/LogBuffer.h"
 #include "db/ServerAccess.h"
+#include "db/ServerMessageLog.h"
 #include "dbfiles/AttachTools.h"
 #include "dbfiles/DatabaseFileTools.h"
 #include "net/SessionStatements.h"
@@ -32,6 +33,10 @@ QStringList setPartner(const QString& partner) {
 
 class MirroringToolsTest : public DatabaseFileFixture {
 protected:
+    // A server message that repeats a password, as a script's PRINT could.
+    QByteArray extraRules() const override {
+        return R"json({"regex": "CREATE LOGIN mirroring WITH", "response": {"info": "made with Login'Secret"}},)json";
+    }
     dbfiles::DatabaseFileTools& tools() {
         return *window().findChild<dbfiles::DatabaseFileTools*>(QStringLiteral("DatabaseFileTools"));
     }
@@ -128,6 +133,7 @@ TEST_F(MirroringToolsTest, changedPasswordsReachTheServerAndNoOutputShowsThem) {
     } sinks[] = {
         {"batch output", result.output + result.log},
         {"txtLog", window().serverAccess().log().text()},
+        {"server messages", window().serverAccess().serverMessages().text()},
         {"Script only file", read(scriptFile)},
         {"audit trail",
          read(QFileInfo(harness().settingsFile()).absolutePath() + QStringLiteral("/audit.jsonl"))},
