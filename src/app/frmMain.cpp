@@ -2,6 +2,8 @@
 
 #include "app/AppInfo.h"
 #include "app/CloseGuard.h"
+#include "app/DatabaseHealthColumns.h"
+#include "app/ErrorStatusLine.h"
 #include "app/HandlerGate.h"
 #include "app/LogPanel.h"
 #include "app/LogView.h"
@@ -11,6 +13,7 @@
 #include "app/SettingsTable.h"
 #include "app/SideColumn.h"
 #include "app/SubsystemTools.h"
+#include "app/pages/BackupAgeOptions.h"
 #include "app/pages/MainToolsPage.h"
 #include "app/pages/OptionsPage.h"
 #include "app/pages/RestoreDirPage.h"
@@ -120,12 +123,14 @@ struct frmMain::Parts {
     RunningWorkStopper* stopper = nullptr;
     CloseGuard* closeGuard = nullptr;
     std::function<void(int)> clearConnections;
+    std::unique_ptr<DatabaseHealthColumns> health;
 };
 
 frmMain::frmMain(const platform::PlatformServices& services, QWidget* parent)
     : QMainWindow(parent), m_parts(std::make_unique<Parts>()) {
     m_parts->services = services;
     m_parts->access = std::make_unique<db::ServerAccess>(*this);
+    m_parts->health = std::make_unique<DatabaseHealthColumns>(*this);
     setObjectName(QStringLiteral("frmMain"));
     setWindowTitle(applicationTitle());
     buildWindow();
@@ -235,6 +240,7 @@ void frmMain::buildGate() {
     p.lblFolders = new QLabel(this);
     p.lblFolders->setObjectName(QStringLiteral("lblFolders"));
     statusBar()->addPermanentWidget(p.lblFolders);
+    statusBar()->addPermanentWidget(new ErrorStatusLine(*p.access, this), 1);
     p.gate = new HandlerGate(*this, *p.lblBusy);
     const std::array<QWidget*, 6> live{p.chkALL,
                                        p.chkStop,
@@ -270,6 +276,7 @@ void frmMain::buildPages() {
             p.options = new OptionsPage(*this, p.SSTab1);
             page = p.options;
             toolArea = p.options->toolArea();
+            toolArea->addWidget(new BackupAgeOptions(settings(), p.options));
         }
         if (page == nullptr) {
             page = new QWidget(p.SSTab1);
@@ -424,11 +431,15 @@ void frmMain::cmdConnect_Click(int index) {
 
 void frmMain::cmdRefreshDB_Click(int index) {
     QString result;
-    serverAccess().OpenRecordset(index, MainWindowStatements::databaseList(), QVariant(), result);
+    const bool listed =
+        serverAccess().OpenRecordset(index, MainWindowStatements::databaseList(), QVariant(), result);
     controls::FlexGrid* grid = GridDB(index);
     grid->bind(serverAccess().sharedRecordset().table());
     grid->setColWidth(0, databaseColumnTwips);
     lblDBCount(index)->setText(QString::number(grid->Rows()));
+    // A side that could not connect would only show its connect box a second time.
+    if (listed && serverAccess().IsConnected(index))
+        m_parts->health->show(index);
 }
 
 void frmMain::cmdDefaultPaths_Click(int index) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QColor>
 #include <QTableView>
 #include <map>
 #include <memory>
@@ -40,6 +41,9 @@ public:
     void setTextMatrix(int row, int column, const QString& text);
     int ColWidth(int column) const;
     void setColWidth(int column, int twips);
+    // A data row's background (row >= 1); binding a new result clears them.
+    void setRowBackColor(int row, const QColor& color);
+    QColor rowBackColor(int row) const;
     // Adds a row from a tab-separated line.
     void AddItem(const QString& line);
 

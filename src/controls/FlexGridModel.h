@@ -1,7 +1,9 @@
 #pragma once
 
 #include <QAbstractTableModel>
+#include <QColor>
 #include <QStringList>
+#include <map>
 #include <memory>
 #include <vector>
 
@@ -32,6 +34,9 @@ public:
     QString text(int row, int column) const;
     void setText(int row, int column, const QString& text);
     void appendRow(const QStringList& cells);
+    // A data row's background; a new table clears them all.
+    void setRowBackColor(int row, const QColor& color);
+    QColor rowBackColor(int row) const; // invalid when none was set
 
 private:
     void detach();
@@ -39,6 +44,7 @@ private:
     std::shared_ptr<const db::ResultTable> m_table;
     std::vector<QStringList> m_cells; // without a bound table; m_cells[0] is the header row
     int m_columns = 0;
+    std::map<int, QColor> m_rowColors;
 };
 
 } // namespace qormin::controls

@@ -45,6 +45,12 @@ public:
     bool ExecuteSQL(int side, const QString& sql);
     // The third argument is accepted and never read, as callers have always passed one.
     bool OpenRecordset(int side, const QString& sql, const QVariant& unused, QString& result);
+    // A question the window asks on its own account (the database grid's health columns): run
+    // like OpenRecordset, but not counted in tally(), and a failure is the caller's to report,
+    // so it is not written to txtErrs either. error gets the server's text alone.
+    bool openQuietly(int side, const QString& sql, QString& error);
+    // The side and its server as the error lines name them: "Left server SRV1".
+    QString sideServerName(int side) const;
     // What the last ExecuteSQL that failed said; empty after one that succeeded.
     QString lastError() const;
     void ExecuteScript(int side, const QString& script);
@@ -108,6 +114,8 @@ public:
 Q_SIGNALS:
     void statementStarted(int side);
     void statementFinished(int side);
+    // The txtErrs line of the last failed connect or statement; empty after the next success.
+    void lastErrorChanged(const QString& line);
 
 private:
     struct State;
@@ -117,7 +125,9 @@ private:
     bool withhold(const QString& sql, bool logStatement);
     void refuse();
     void countFinished(bool succeeded);
-    void logConnectTimeout(int side, const QString& description);
+    void reportFailure(int side, const QString& description, const QString& sql);
+    void reportSuccess();
+    bool failureIsExpected(bool connected) const;
     ConnectOutcome openSide(int side, const QString& providerString);
 
     std::unique_ptr<State> m_state;
