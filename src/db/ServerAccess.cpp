@@ -175,7 +175,7 @@ void ServerAccess::ConnectServer(int side) {
         // With two sides, a box that names neither is a guess; txtErrs keeps the line once the
         // box is closed, and a server that did not answer in time also leaves one in txtLog.
         const QString named = sideServerName(side) + QStringLiteral(": ") + outcome.errorDescription;
-        reportFailure(side, outcome.errorDescription, QString());
+        reportFailure(side, outcome.errorDescription, QString(), ErrorLine::ErrorsBoxAndStatusBar);
         if (outcome.errorDescription.contains(QLatin1String("timeout expired"), Qt::CaseInsensitive))
             LogMessage(named);
         host.showConnectError(named);
@@ -192,8 +192,10 @@ QString ServerAccess::sideServerName(int side) const {
            (server.isEmpty() ? QStringLiteral("(none given)") : server);
 }
 
-// One line in txtErrs, time-stamped, naming side and server, with the start of the statement.
-void ServerAccess::reportFailure(int side, const QString& description, const QString& sql) {
+// One line, time-stamped, naming side and server, with the start of the statement: in txtErrs
+// unless the caller reports the failure itself (a query's error goes back to the handler that
+// sent it, and several put their own line there), and in the status bar either way.
+void ServerAccess::reportFailure(int side, const QString& description, const QString& sql, ErrorLine where) {
     QString line = QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss ")) +
                    sideServerName(side) + QStringLiteral(": ") + description.simplified();
     if (!sql.isEmpty()) {
@@ -203,7 +205,8 @@ void ServerAccess::reportFailure(int side, const QString& description, const QSt
                                               : statement);
     }
     m_state->failureShown = true;
-    LogError(line);
+    if (where == ErrorLine::ErrorsBoxAndStatusBar)
+        LogError(line);
     Q_EMIT lastErrorChanged(line);
 }
 
@@ -260,7 +263,7 @@ bool ServerAccess::ExecuteSQL(int side, const QString& sql) {
     if (outcome.succeeded)
         reportSuccess();
     else if (!failureIsExpected(connected))
-        reportFailure(side, outcome.errorDescription, sql);
+        reportFailure(side, outcome.errorDescription, sql, ErrorLine::ErrorsBoxAndStatusBar);
     return outcome.succeeded;
 }
 
@@ -290,7 +293,7 @@ bool ServerAccess::OpenRecordset(int side, const QString& sql, const QVariant& /
     if (!outcome.succeeded) {
         result = outcome.errorDescription + QLatin1Char(' ') + sql;
         if (!failureIsExpected(connected))
-            reportFailure(side, outcome.errorDescription, sql);
+            reportFailure(side, outcome.errorDescription, sql, ErrorLine::StatusBarOnly);
         return false;
     }
     if (m_state->quietQueries == 0)

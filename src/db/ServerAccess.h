@@ -114,7 +114,8 @@ public:
 Q_SIGNALS:
     void statementStarted(int side);
     void statementFinished(int side);
-    // The txtErrs line of the last failed connect or statement; empty after the next success.
+    // The line of the last failed connect or statement (as txtErrs has it for a connect and an
+    // ExecuteSQL); empty after the next success.
     void lastErrorChanged(const QString& line);
 
 private:
@@ -125,7 +126,8 @@ private:
     bool withhold(const QString& sql, bool logStatement);
     void refuse();
     void countFinished(bool succeeded);
-    void reportFailure(int side, const QString& description, const QString& sql);
+    enum class ErrorLine { ErrorsBoxAndStatusBar, StatusBarOnly };
+    void reportFailure(int side, const QString& description, const QString& sql, ErrorLine where);
     void reportSuccess();
     bool failureIsExpected(bool connected) const;
     ConnectOutcome openSide(int side, const QString& providerString);
