@@ -92,7 +92,7 @@ public:
     QString serverText(int) const override { return server; }
     QString userText(int) const override { return QStringLiteral("sa"); }
     QString passwordText(int) const override { return QStringLiteral("demo"); }
-    void showConnectError(const QString& description) override {
+    void showConnectError(const QString& description, const QString&) override {
         QTextStream(stderr) << description << Qt::endl;
     }
     void setBusyCursor(bool) override {}

@@ -63,7 +63,7 @@ void LatenessProbe::stop() {
     m_timer.stop();
 }
 
-void StubHost::showConnectError(const QString& description) {
+void StubHost::showConnectError(const QString& description, const QString&) {
     QTextStream(stderr) << description << Qt::endl;
 }
 

@@ -68,7 +68,7 @@ public:
     QString serverText(int) const override { return m_server; }
     QString userText(int) const override { return QStringLiteral("sa"); }
     QString passwordText(int) const override { return m_password; }
-    void showConnectError(const QString& description) override;
+    void showConnectError(const QString& description, const QString& title) override;
     void setBusyCursor(bool) override {}
 
 private:

@@ -6,6 +6,23 @@ QString databaseList() {
     return QStringLiteral("SELECT name FROM sys.databases where database_id >= 5 order by name ");
 }
 
+QString databaseHealth() {
+    return QStringLiteral(
+        "SELECT d.name, d.state_desc, d.recovery_model_desc, "
+        "(SELECT CAST(SUM(CAST(f.size AS bigint)) / 128.0 AS decimal(18,1)) FROM sys.master_files f "
+        "WHERE f.database_id = d.database_id AND f.type = 0) AS data_mb, "
+        "(SELECT CAST(SUM(CAST(f.size AS bigint)) / 128.0 AS decimal(18,1)) FROM sys.master_files f "
+        "WHERE f.database_id = d.database_id AND f.type = 1) AS log_mb, "
+        "b.last_full, DATEDIFF(minute, b.last_full, GETDATE()) AS full_age_minutes, "
+        "b.last_log, DATEDIFF(minute, b.last_log, GETDATE()) AS log_age_minutes "
+        "FROM sys.databases d LEFT JOIN (SELECT database_name, "
+        "MAX(CASE WHEN type = 'D' THEN backup_finish_date END) AS last_full, "
+        "MAX(CASE WHEN type = 'L' THEN backup_finish_date END) AS last_log "
+        "FROM msdb.dbo.backupset GROUP BY database_name) b "
+        "ON b.database_name COLLATE DATABASE_DEFAULT = d.name COLLATE DATABASE_DEFAULT "
+        "WHERE d.database_id >= 5 ORDER BY d.name");
+}
+
 QString useDatabase(const QString& database) {
     return QStringLiteral("use ") + database;
 }

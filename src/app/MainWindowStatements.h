@@ -9,6 +9,10 @@ namespace MainWindowStatements {
 
 // The side's databases, system databases left out.
 QString databaseList();
+// One row per listed database: state, recovery model, data and log size in MB, the last full and
+// log backup from msdb's history with their age in minutes on the server's own clock (so the
+// workstation's clock and time zone do not matter). Read-only; fails where msdb keeps no history.
+QString databaseHealth();
 // Switches the connection's current database (sent through OpenRecordset, as always).
 QString useDatabase(const QString& database);
 // Tables of the current database with their sizes, largest first.

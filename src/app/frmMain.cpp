@@ -2,6 +2,8 @@
 
 #include "app/AppInfo.h"
 #include "app/CloseGuard.h"
+#include "app/DatabaseHealthColumns.h"
+#include "app/ErrorStatusLine.h"
 #include "app/HandlerGate.h"
 #include "app/LogPanel.h"
 #include "app/LogView.h"
@@ -14,6 +16,7 @@
 #include "app/pages/AuditOptions.h"
 #include "app/WindowFit.h"
 #include "app/pages/ConfirmOptions.h"
+#include "app/pages/BackupAgeOptions.h"
 #include "app/pages/MainToolsPage.h"
 #include "app/pages/OptionsPage.h"
 #include "app/pages/RestoreDirPage.h"
@@ -115,6 +118,7 @@ struct frmMain::Parts {
     OptionsPage* options = nullptr;
     std::unique_ptr<window::DestructiveConfirmation> confirmation;
     ConfirmOptions* confirmOptions = nullptr;
+    BackupAgeOptions* backupAge = nullptr;
     std::array<QWidget*, pageCount> pages{};
     std::array<QBoxLayout*, pageCount> toolAreas{};
     std::multimap<int, std::function<void()>> pageHooks;
@@ -127,6 +131,7 @@ struct frmMain::Parts {
     RunningWorkStopper* stopper = nullptr;
     CloseGuard* closeGuard = nullptr;
     std::function<void(int)> clearConnections;
+    std::unique_ptr<DatabaseHealthColumns> health;
 };
 
 frmMain::frmMain(const platform::PlatformServices& services, QWidget* parent)
@@ -135,6 +140,7 @@ frmMain::frmMain(const platform::PlatformServices& services, QWidget* parent)
     m_parts->access = std::make_unique<db::ServerAccess>(*this);
     m_parts->confirmation = std::make_unique<window::DestructiveConfirmation>(
         *m_parts->access, *services.messageBoxes, [this](int side) { return txtServer(side)->text(); });
+    m_parts->health = std::make_unique<DatabaseHealthColumns>(*this);
     setObjectName(QStringLiteral("frmMain"));
     setWindowTitle(applicationTitle());
     buildWindow();
@@ -247,6 +253,7 @@ void frmMain::buildGate() {
     p.lblFolders = new QLabel(this);
     p.lblFolders->setObjectName(QStringLiteral("lblFolders"));
     statusBar()->addPermanentWidget(p.lblFolders);
+    statusBar()->addPermanentWidget(new ErrorStatusLine(*p.access, this), 1);
     p.gate = new HandlerGate(*this, *p.lblBusy);
     const std::array<QWidget*, 6> live{p.chkALL,
                                        p.chkStop,
@@ -284,6 +291,8 @@ void frmMain::buildPages() {
             toolArea = p.options->toolArea();
             p.confirmOptions = new ConfirmOptions(*p.confirmation, *p.services.settings, p.options);
             toolArea->addWidget(p.confirmOptions);
+            p.backupAge = new BackupAgeOptions(settings(), p.options);
+            toolArea->addWidget(p.backupAge);
         }
         if (page == nullptr) {
             page = new QWidget(p.SSTab1);
@@ -439,11 +448,15 @@ void frmMain::cmdConnect_Click(int index) {
 
 void frmMain::cmdRefreshDB_Click(int index) {
     QString result;
-    serverAccess().OpenRecordset(index, MainWindowStatements::databaseList(), QVariant(), result);
+    const bool listed =
+        serverAccess().OpenRecordset(index, MainWindowStatements::databaseList(), QVariant(), result);
     controls::FlexGrid* grid = GridDB(index);
     grid->bind(serverAccess().sharedRecordset().table());
     grid->setColWidth(0, databaseColumnTwips);
     lblDBCount(index)->setText(QString::number(grid->Rows()));
+    // A side that could not connect would only show its connect box a second time.
+    if (listed && serverAccess().IsConnected(index) && m_parts->backupAge->showsHealth())
+        m_parts->health->show(index);
 }
 
 void frmMain::cmdDefaultPaths_Click(int index) {
@@ -733,8 +746,8 @@ QString frmMain::passwordText(int side) const {
     return m_parts->sides.at(side)->txtPW->text();
 }
 
-void frmMain::showConnectError(const QString& description) {
-    messageBoxes().MsgBox(description);
+void frmMain::showConnectError(const QString& description, const QString& title) {
+    messageBoxes().MsgBox(description, platform::MessageBoxButtons::Ok, title);
 }
 
 void frmMain::setBusyCursor(bool busy) {
@@ -763,6 +776,7 @@ window::DestructiveConfirmation& frmMain::confirmations() {
 
 void frmMain::enterBatchMode() {
     m_parts->confirmOptions->enterBatchMode();
+    m_parts->backupAge->enterBatchMode();
 }
 
 } // namespace qormin::app

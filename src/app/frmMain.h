@@ -108,7 +108,7 @@ public:
     QString serverText(int side) const override;
     QString userText(int side) const override;
     QString passwordText(int side) const override;
-    void showConnectError(const QString& description) override;
+    void showConnectError(const QString& description, const QString& title) override;
     void setBusyCursor(bool busy) override;
 
 Q_SIGNALS:

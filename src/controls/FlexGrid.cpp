@@ -120,6 +120,14 @@ void FlexGrid::setColAlignment(int column, Qt::Alignment alignment) {
     m_model->setAlignment(column, alignment);
 }
 
+void FlexGrid::setRowBackColor(int row, const QColor& color) {
+    m_model->setRowBackColor(row, color);
+}
+
+QColor FlexGrid::rowBackColor(int row) const {
+    return m_model->rowBackColor(row);
+}
+
 void FlexGrid::AddItem(const QString& line) {
     m_model->appendRow(line.split(u'\t'));
     if (m_row == 0 && Rows() > 1)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QColor>
 #include <QTableView>
 #include <map>
 #include <memory>
@@ -44,6 +45,9 @@ public:
     // columns right-aligned, the others left-aligned.
     Qt::Alignment ColAlignment(int column) const;
     void setColAlignment(int column, Qt::Alignment alignment);
+    // A data row's background (row >= 1); binding a new result clears them.
+    void setRowBackColor(int row, const QColor& color);
+    QColor rowBackColor(int row) const;
     // Adds a row from a tab-separated line.
     void AddItem(const QString& line);
 

@@ -30,6 +30,10 @@ int FlexGridModel::columnCount(const QModelIndex& parent) const {
 QVariant FlexGridModel::data(const QModelIndex& index, int role) const {
     if (role == Qt::TextAlignmentRole)
         return (alignment(index.column()) | Qt::AlignVCenter).toInt();
+    if (role == Qt::BackgroundRole) {
+        const QColor color = rowBackColor(index.row() + 1);
+        return color.isValid() ? QVariant(color) : QVariant();
+    }
     if (role != Qt::DisplayRole && role != Qt::ToolTipRole)
         return QVariant();
     return text(index.row() + 1, index.column());
@@ -49,6 +53,7 @@ QVariant FlexGridModel::headerData(int section, Qt::Orientation orientation, int
 void FlexGridModel::setTable(std::shared_ptr<const db::ResultTable> table) {
     beginResetModel();
     m_cells.clear();
+    m_rowColors.clear();
     m_table = std::move(table);
     m_columns = m_table ? static_cast<int>(m_table->columns.size()) : 0;
     m_alignments.assign(m_columns, Qt::AlignLeft);
@@ -143,6 +148,18 @@ void FlexGridModel::setAlignment(int column, Qt::Alignment alignment) {
     Q_EMIT headerDataChanged(Qt::Horizontal, column, column);
     if (rowCount() > 0)
         Q_EMIT dataChanged(index(0, column), index(rowCount() - 1, column), {Qt::TextAlignmentRole});
+}
+
+void FlexGridModel::setRowBackColor(int row, const QColor& color) {
+    if (row < 1 || row >= gridRows())
+        return;
+    m_rowColors[row] = color;
+    Q_EMIT dataChanged(index(row - 1, 0), index(row - 1, std::max(m_columns - 1, 0)), {Qt::BackgroundRole});
+}
+
+QColor FlexGridModel::rowBackColor(int row) const {
+    const auto color = m_rowColors.find(row);
+    return color == m_rowColors.end() ? QColor() : color->second;
 }
 
 void FlexGridModel::detach() {

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <QAbstractTableModel>
+#include <QColor>
 #include <QStringList>
+#include <map>
 #include <memory>
 #include <vector>
 
@@ -34,6 +36,9 @@ public:
     void appendRow(const QStringList& cells);
     Qt::Alignment alignment(int column) const;
     void setAlignment(int column, Qt::Alignment alignment);
+    // A data row's background; a new table clears them all.
+    void setRowBackColor(int row, const QColor& color);
+    QColor rowBackColor(int row) const; // invalid when none was set
 
 private:
     void detach();
@@ -42,6 +47,7 @@ private:
     std::vector<QStringList> m_cells; // without a bound table; m_cells[0] is the header row
     int m_columns = 0;
     std::vector<Qt::Alignment> m_alignments; // horizontal, one per column; kept when cells change
+    std::map<int, QColor> m_rowColors;
 };
 
 } // namespace qormin::controls

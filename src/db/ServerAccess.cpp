@@ -13,6 +13,7 @@
 #include "db/ServerMessageLog.h"
 #include "db/SideConnection.h"
 
+#include <QDateTime>
 #include <QFileInfo>
 
 namespace qormin::db {
@@ -25,6 +26,8 @@ constexpr int loginTimeoutSeconds = 15;
 
 const QString notRunText = QStringLiteral("Not run (script only)");
 const QString refusedText = QStringLiteral("Not run (cancelled)");
+// An error line quotes this much of its statement: enough to tell which one it was.
+constexpr qsizetype quotedStatementLength = 100;
 
 bool isSide(int side) {
     return side == 0 || side == 1;
@@ -70,6 +73,8 @@ struct ServerAccess::State {
     StatementTally tally;
     int activeSide = -1;
     int headerRowPasses = 0;
+    int quietQueries = 0;
+    bool failureShown = false;
     QString lastError;
     AuditSink* audit = nullptr;
     bool auditFailureTold = false;
@@ -164,6 +169,9 @@ void ServerAccess::refuse(int side, const QString& sql) {
 }
 
 void ServerAccess::countFinished(bool succeeded) {
+    // The window's own questions are no statement of the run, like the poller's.
+    if (m_state->quietQueries > 0)
+        return;
     StatementTally& tally = m_state->tally;
     ++tally.sent;
     if (succeeded)
@@ -217,6 +225,7 @@ void ServerAccess::ConnectServer(int side) {
     if (outcome.connected) {
         LogMessage(QStringLiteral("Connected."));
         m_state->isConnected[static_cast<size_t>(side)] = true;
+        reportSuccess();
         return;
     }
     ++m_state->tally.connectFailures;
@@ -224,13 +233,18 @@ void ServerAccess::ConnectServer(int side) {
                                 ? unreadableCaFileText(side, host.serverText(side), security.caFile)
                                 : refusedEncryption(side, providerString, outcome);
     if (refusal.isEmpty()) {
-        logConnectTimeout(side, outcome.errorDescription);
-        host.showConnectError(outcome.errorDescription);
+        // With two sides, a box that names neither is a guess: its title names them, txtErrs keeps
+        // the line once the box is closed, and a server that did not answer in time also leaves
+        // one in txtLog.
+        reportFailure(side, outcome.errorDescription, QString(), ErrorLine::ErrorsBoxAndStatusBar);
+        if (outcome.errorDescription.contains(QLatin1String("timeout expired"), Qt::CaseInsensitive))
+            LogMessage(sideServerName(side) + QStringLiteral(": ") + outcome.errorDescription);
+        host.showConnectError(outcome.errorDescription, sideServerName(side));
         return;
     }
     LogMessage(refusal);
-    LogError(refusal);
-    host.showConnectError(refusal);
+    reportFailure(side, refusal, QString(), ErrorLine::ErrorsBoxAndStatusBar);
+    host.showConnectError(refusal, sideServerName(side));
 }
 
 // The line for a connect that failed in its encrypted handshake; empty for any other failure.
@@ -274,17 +288,42 @@ HandshakeProbes ServerAccess::probeHandshake(int side, const QString& providerSt
     return probes;
 }
 
-// A box names neither side nor server, and once it is closed nothing is left of a server that
-// did not answer in time; the log boxes keep that.
-void ServerAccess::logConnectTimeout(int side, const QString& description) {
-    if (!description.contains(QLatin1String("timeout expired"), Qt::CaseInsensitive)) {
-        return;
+QString ServerAccess::sideServerName(int side) const {
+    const QString server = m_state->host.serverText(side);
+    return (side == 0 ? QStringLiteral("Left server ") : QStringLiteral("Right server ")) +
+           (server.isEmpty() ? QStringLiteral("(none given)") : server);
+}
+
+// One line, time-stamped, naming side and server, with the start of the statement: in txtErrs
+// unless the caller reports the failure itself (a query's error goes back to the handler that
+// sent it, and several put their own line there), and in the status bar either way.
+void ServerAccess::reportFailure(int side, const QString& description, const QString& sql, ErrorLine where) {
+    QString line = QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss ")) +
+                   sideServerName(side) + QStringLiteral(": ") + description.simplified();
+    if (!sql.isEmpty()) {
+        const QString statement = sql.simplified();
+        line += QStringLiteral(" -- ") + (statement.size() > quotedStatementLength
+                                              ? statement.left(quotedStatementLength) + QStringLiteral("...")
+                                              : statement);
     }
-    const QString line = QStringLiteral("Connect to the %1 server %2 gave up: %3")
-                             .arg(side == 0 ? QStringLiteral("left") : QStringLiteral("right"),
-                                  m_state->host.serverText(side), description);
-    LogMessage(line);
-    LogError(line);
+    m_state->failureShown = true;
+    if (where == ErrorLine::ErrorsBoxAndStatusBar)
+        LogError(line);
+    Q_EMIT lastErrorChanged(line);
+}
+
+void ServerAccess::reportSuccess() {
+    if (!m_state->failureShown)
+        return;
+    m_state->failureShown = false;
+    Q_EMIT lastErrorChanged(QString());
+}
+
+// A loop's pass over a grid's header row fails by design, a quiet question is reported by its
+// caller, and a statement on a side that could not connect follows the connect error's own line:
+// none is an error the operator has to read about twice.
+bool ServerAccess::failureIsExpected(bool connected) const {
+    return m_state->quietQueries > 0 || m_state->headerRowPasses > 0 || !connected;
 }
 
 void ServerAccess::EnsureConnected(int side) {
@@ -310,6 +349,7 @@ bool ServerAccess::ExecuteSQL(int side, const QString& sql) {
         return false;
     }
     EnsureConnected(side);
+    const bool connected = IsConnected(side);
     LogMessage(sql);
     if (withhold(sql, false, side)) {
         host.setBusyCursor(false);
@@ -322,6 +362,10 @@ bool ServerAccess::ExecuteSQL(int side, const QString& sql) {
     if (!outcome.succeeded)
         m_state->lastError = outcome.errorDescription;
     LogMessage(outcome.succeeded ? QStringLiteral("Done") : outcome.errorDescription);
+    if (outcome.succeeded)
+        reportSuccess();
+    else if (!failureIsExpected(connected))
+        reportFailure(side, outcome.errorDescription, sql, ErrorLine::StatusBarOnly);
     return outcome.succeeded;
 }
 
@@ -339,6 +383,7 @@ bool ServerAccess::OpenRecordset(int side, const QString& sql, const QVariant& /
     }
     host.setBusyCursor(true);
     EnsureConnected(side);
+    const bool connected = IsConnected(side);
     if (withhold(sql, true, side)) {
         host.setBusyCursor(false);
         result.clear();
@@ -349,13 +394,27 @@ bool ServerAccess::OpenRecordset(int side, const QString& sql, const QVariant& /
     host.setBusyCursor(false);
     if (!outcome.succeeded) {
         result = outcome.errorDescription + QLatin1Char(' ') + sql;
+        if (!failureIsExpected(connected))
+            reportFailure(side, outcome.errorDescription, sql, ErrorLine::StatusBarOnly);
         return false;
     }
+    if (m_state->quietQueries == 0)
+        reportSuccess();
     if (!outcome.resultSets.empty()) {
         m_state->recordset.open(std::move(outcome.resultSets.front()));
     }
     result = QString();
     return true;
+}
+
+bool ServerAccess::openQuietly(int side, const QString& sql, QString& error) {
+    ++m_state->quietQueries;
+    QString result;
+    const bool succeeded = OpenRecordset(side, sql, QVariant(), result);
+    --m_state->quietQueries;
+    const QString statement = QLatin1Char(' ') + sql;
+    error = result.endsWith(statement) ? result.chopped(statement.size()) : result;
+    return succeeded;
 }
 
 void ServerAccess::ExecuteScript(int side, const QString& script) {

@@ -29,7 +29,8 @@ public:
     virtual QString serverText(int side) const = 0;                // txtServer(side)
     virtual QString userText(int side) const = 0;                  // txtUserID(side)
     virtual QString passwordText(int side) const = 0;              // txtPW(side)
-    virtual void showConnectError(const QString& description) = 0; // message box, OK only
+    // Message box, OK only; the title names the side and server.
+    virtual void showConnectError(const QString& description, const QString& title) = 0;
     virtual void setBusyCursor(bool busy) = 0;
 };
 
@@ -49,6 +50,12 @@ public:
     bool ExecuteSQL(int side, const QString& sql);
     // The third argument is accepted and never read, as callers have always passed one.
     bool OpenRecordset(int side, const QString& sql, const QVariant& unused, QString& result);
+    // A question the window asks on its own account (the database grid's health columns): run
+    // like OpenRecordset, but not counted in tally(), and a failure is the caller's to report,
+    // so it is not written to txtErrs either. error gets the server's text alone.
+    bool openQuietly(int side, const QString& sql, QString& error);
+    // The side and its server as the error lines name them: "Left server SRV1".
+    QString sideServerName(int side) const;
     // What the last ExecuteSQL that failed said; empty after one that succeeded.
     QString lastError() const;
     void ExecuteScript(int side, const QString& script);
@@ -128,6 +135,9 @@ public:
 Q_SIGNALS:
     void statementStarted(int side);
     void statementFinished(int side);
+    // The line of the last failed connect or statement (as txtErrs has it for a connect and an
+    // ExecuteSQL); empty after the next success.
+    void lastErrorChanged(const QString& line);
 
 private:
     struct State;
@@ -138,7 +148,10 @@ private:
     void refuse(int side, const QString& sql);
     void auditUnsent(int side, const QString& sql, AuditRecord::Outcome outcome);
     void countFinished(bool succeeded);
-    void logConnectTimeout(int side, const QString& description);
+    enum class ErrorLine { ErrorsBoxAndStatusBar, StatusBarOnly };
+    void reportFailure(int side, const QString& description, const QString& sql, ErrorLine where);
+    void reportSuccess();
+    bool failureIsExpected(bool connected) const;
     ConnectOutcome openSide(int side, const QString& providerString);
     QString refusedEncryption(int side, const QString& providerString, const ConnectOutcome& outcome);
     HandshakeProbes probeHandshake(int side, const QString& providerString, const QString& driver);

@@ -2,12 +2,14 @@
 #include "SimTestServer.h"
 #include "WindowHarness.h"
 
+#include "app/MainWindowStatements.h"
 #include "controls/FlexGrid.h"
 #include "db/LogBuffer.h"
 #include "db/ServerAccess.h"
 
 #include <QLabel>
 #include <QLineEdit>
+#include <QRegularExpression>
 #include <gtest/gtest.h>
 
 namespace {
@@ -17,7 +19,7 @@ using qormin::test::WindowHarness;
 
 const char* const hospitalScenario = R"json({
   "login": {"user": "sa", "password": "secret"}, "databases": ["Billing", "Patient_Data", "Station"],
-  "rules": [ {"exact": "SELECT name FROM sys.databases where database_id >= 5 order by name ",
+  "rules": [ %HEALTH% {"exact": "SELECT name FROM sys.databases where database_id >= 5 order by name ",
      "response": {"result": {"columns": ["name:nvarchar(128)"],
                              "rows": [["Billing"], ["Patient_Data"], ["Station"]]}}},
     {"prefix": " SELECT     t.NAME AS TableName,", "database": "Billing",
@@ -31,14 +33,31 @@ const char* const hospitalScenario = R"json({
      "response": {"result": {"columns": ["RCNT:bigint"], "rows": [[500]]}}} ]
 })json";
 
-std::unique_ptr<SimTestServer> startServer() {
-    auto server = SimTestServer::fromJson(QByteArray(hospitalScenario));
+// healthRule: the scenario's answer to the health query, a rule followed by a comma.
+std::unique_ptr<SimTestServer> startServer(const char* healthRule = "") {
+    auto server = SimTestServer::fromJson(QByteArray(hospitalScenario).replace("%HEALTH%", healthRule));
     EXPECT_TRUE(server && server->isRunning());
     return server;
 }
 
 const QString databaseList =
     QStringLiteral("SELECT name FROM sys.databases where database_id >= 5 order by name ");
+const QString healthQuery = qormin::app::MainWindowStatements::databaseHealth();
+const QRegularExpression stamp(QStringLiteral("^\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d "));
+
+// Every batch the server received, the window's health question included.
+QStringList batches(const SimTestServer& server) {
+    QStringList texts;
+    for (const auto& entry : server.transcript()) {
+        if (entry.kind == QLatin1String("batch"))
+            texts.append(entry.text);
+    }
+    return texts;
+}
+
+QString lastError(qormin::app::frmMain& window) {
+    return window.findChild<QLabel*>(QStringLiteral("lblLastError"))->text().remove(stamp);
+}
 
 TEST(DatabaseListTest, startUpConnectsOnlyTheSideWithAStoredPassword) {
     const auto server = startServer();
@@ -79,6 +98,14 @@ TEST(DatabaseListTest, countIncludesTheHeaderRowClickPicksTheDatabaseAndARefused
     EXPECT_TRUE(harness.window().serverAccess().log().text().startsWith(QStringLiteral(
         "The SELECT permission was denied on the object 'tables', database 'mssqlsystemresource', "
         "schema 'sys'.\r\n")));
+    // A failed query is its handler's to report (here in txtLog); the status bar shows it.
+    const QString line =
+        QStringLiteral("Left server ") + server->address() +
+        QStringLiteral(": The SELECT permission was denied on the object 'tables', database "
+                       "'mssqlsystemresource', schema 'sys'. -- SELECT t.NAME AS TableName, "
+                       "s.Name AS SchemaName, p.rows AS RowCounts, SUM(a.total_pages) * 8 AS Tot...");
+    EXPECT_EQ(harness.window().serverAccess().errors().text(), QString());
+    EXPECT_EQ(lastError(harness.window()), line);
 }
 
 // The table list of a database picked in the right grid comes from the left server, whose
@@ -116,7 +143,10 @@ TEST(DatabaseListTest, failedLoginShowsTheServersMessageAndTheConnectButtonRetri
     WindowHarness harness;
     harness.storeConnection(0, server->address(), QStringLiteral("wrong"));
     harness.load();
-    EXPECT_EQ(harness.output(), QStringLiteral("MSGBOX: Login failed for user 'sa'. -> ok\n"));
+    const QString refused =
+        QStringLiteral("Left server ") + server->address() + QStringLiteral(": Login failed for user 'sa'.");
+    EXPECT_EQ(harness.output(), QStringLiteral("MSGBOX: ") + refused + QStringLiteral(" -> ok\n"));
+    EXPECT_EQ(lastError(harness.window()), refused);
     EXPECT_FALSE(harness.window().serverAccess().IsConnected(0));
     // Start-up went on after the box.
     EXPECT_TRUE(harness.window().serverAccess().log().text().startsWith(QStringLiteral("checking path ")));
@@ -125,6 +155,90 @@ TEST(DatabaseListTest, failedLoginShowsTheServersMessageAndTheConnectButtonRetri
     ASSERT_EQ(result.exitCode, 0) << result.errors.toStdString();
     EXPECT_EQ(result.output, QStringLiteral("4\n"));
     EXPECT_TRUE(harness.window().serverAccess().IsConnected(0));
+    // The next success clears the status bar's error.
+    EXPECT_EQ(lastError(harness.window()), QString());
 }
+
+struct HealthCase {
+    const char* name;
+    const char* healthRule;
+    const char* batch; // before the prints
+    const char* printed;
+    std::vector<int> markedRows;
+    const char* logLine; // txtLog's line about the health columns, if any
+};
+
+class DatabaseHealthTest : public testing::TestWithParam<HealthCase> {};
+
+// The health query follows the database list and fills the columns after the name; overdue
+// backups are marked and counted; without msdb history the grid keeps its names and one log
+// line says why, and the run does not count as failed.
+TEST_P(DatabaseHealthTest, fillsTheColumnsMarksOverdueBackupsOrFailsSoft) {
+    const HealthCase& c = GetParam();
+    const auto server = startServer(c.healthRule);
+    WindowHarness harness;
+    harness.storeConnection(0, server->address(), QStringLiteral("secret"));
+    harness.load();
+    harness.window().serverAccess().setScriptOnly(true); // the query is read-only: still sent
+    const auto result = harness.runBatch(QString::fromUtf8(c.batch) +
+                                         QStringLiteral("print GridDB(0)\nprint lblDBCount(0)\n"));
+    EXPECT_EQ(result.exitCode, 0) << result.errors.toStdString();
+    EXPECT_EQ(result.output, QString::fromUtf8(c.printed));
+    auto& window = harness.window();
+    for (int row = 1; row < window.GridDB(0)->Rows(); ++row) {
+        const bool marked = std::find(c.markedRows.begin(), c.markedRows.end(), row) != c.markedRows.end();
+        EXPECT_EQ(window.GridDB(0)->rowBackColor(row).isValid(), marked) << row;
+    }
+    const QString logLine =
+        QString::fromUtf8(c.logLine).replace(QStringLiteral("%SERVER%"), server->address());
+    EXPECT_EQ(window.serverAccess().log().text().count(QStringLiteral("No database health")),
+              c.logLine ? 1 : 0);
+    EXPECT_TRUE(window.serverAccess().log().text().contains(logLine + QStringLiteral("\r\n")));
+    EXPECT_EQ(window.serverAccess().errors().text(), QString());
+    EXPECT_EQ(batches(*server).mid(0, 2), (QStringList{databaseList, healthQuery}));
+    EXPECT_TRUE(healthQuery.startsWith(QLatin1String(SimTestServer::healthQueryStart)));
+}
+
+#define HEALTH_COLUMNS                                                                                       \
+    "name\tState\tRecovery\tData MB\tLog MB\tLast full backup\tFull age\tLast log backup\tLog "              \
+    "age\tAttention\n"
+#define HEALTH_BILLING                                                                                       \
+    "Billing\tONLINE\tFULL\t100.0\t20.0\t2026-11-24 23:00\t10 h\t2026-11-25 09:45\t15 min\t\n"
+#define HEALTH_PATIENTS                                                                                      \
+    "Patient_Data\tONLINE\tFULL\t2048.5\t512.0\t2026-11-22 23:00\t2 d\tnever\t\tfull backup 2 d old; no "    \
+    "log backup\n"
+#define HEALTH_STATION "Station\tONLINE\tSIMPLE\t50.0\t10.0\t2026-11-24 10:00\t25 h\t\t\t"
+
+const char* const healthHistory = R"json({"prefix": "SELECT d.name, d.state_desc,", "response": {"result": {
+  "columns": ["name:nvarchar(128)", "state_desc:nvarchar(60)", "recovery_model_desc:nvarchar(60)", "data_mb:decimal(18,1)",
+              "log_mb:decimal(18,1)", "last_full:datetime", "full_age_minutes:int", "last_log:datetime", "log_age_minutes:int"],
+  "rows": [["Billing", "ONLINE", "FULL", 100, 20, "2026-11-24 23:00:00", 600, "2026-11-25 09:45:00", 15],
+           ["Patient_Data", "ONLINE", "FULL", "2048.5", 512, "2026-11-22 23:00:00", 3480, null, null],
+           ["Station", "ONLINE", "SIMPLE", 50, 10, "2026-11-24 10:00:00", 1500, null, null]]}}},)json";
+
+const HealthCase healthCases[] = {
+    {"withHistoryDefaultLimits",
+     healthHistory,
+     "",
+     HEALTH_COLUMNS HEALTH_BILLING HEALTH_PATIENTS HEALTH_STATION "full backup 25 h old\n4 (2 overdue)\n",
+     {2, 3},
+     nullptr},
+    {"longerFullBackupLimitFromTheOptionsPage",
+     healthHistory,
+     "set txtFullBackupHours 48\nclick cmdRefreshDB(0)\n",
+     HEALTH_COLUMNS HEALTH_BILLING HEALTH_PATIENTS HEALTH_STATION "\n4 (1 overdue)\n",
+     {2},
+     nullptr},
+    {"withoutMsdbHistory",
+     R"json({"prefix": "SELECT d.name, d.state_desc,", "response": {"error": {"number": 208,
+        "text": "Invalid object name 'msdb.dbo.backupset'."}}},)json",
+     "",
+     "name\nBilling\nPatient_Data\nStation\n4\n",
+     {},
+     "No database health columns for the Left server %SERVER%: Invalid object name 'msdb.dbo.backupset'."},
+};
+
+INSTANTIATE_TEST_SUITE_P(Cases, DatabaseHealthTest, testing::ValuesIn(healthCases),
+                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
 
 } // namespace

@@ -19,7 +19,7 @@ public:
     QString serverText(int side) const override { return server[side]; }
     QString userText(int side) const override { return user[side]; }
     QString passwordText(int side) const override { return password[side]; }
-    void showConnectError(const QString& description) override { errorBoxes.append(description); }
+    void showConnectError(const QString& description, const QString&) override { errorBoxes.append(description); }
     void setBusyCursor(bool busy) override { busyChanges.append(busy); }
 };
 

@@ -13,6 +13,8 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QRegularExpression>
+#include <QSignalSpy>
 #include <QTcpServer>
 #include <QTimer>
 #include <algorithm>
@@ -65,6 +67,14 @@ protected:
 
     // The log, newest line first.
     QString log() const { return m_access->log().text(); }
+    // txtErrs with each line's time stamp checked and cut off.
+    QString errorsUnstamped() const {
+        static const QRegularExpression stamp(QStringLiteral("^\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d "),
+                                              QRegularExpression::MultilineOption);
+        const QString text = m_access->errors().text();
+        EXPECT_EQ(text.count(stamp), text.count(QStringLiteral("\r\n"))) << text.toStdString();
+        return QString(text).remove(stamp);
+    }
 
     // Calls action on the window thread once the server has received the statement.
     void whenServerReceives(const QString& text, std::function<void()> action) {
@@ -108,6 +118,7 @@ enum class Target { Simulator, ClosedPort, SilentPort, HalfLogin };
 
 struct ConnectFailureCase {
     const char* name;
+    int side;
     Target target;
     const char* password;
     const char* box;
@@ -121,7 +132,7 @@ TEST_P(ConnectFailureTest, showsTheReasonInABoxAndStaysDisconnected) {
     QTcpServer listener;
     if (c.target != Target::Simulator) {
         ASSERT_TRUE(listener.listen(QHostAddress::LocalHost));
-        m_host.server[0] = QStringLiteral("127.0.0.1,%1").arg(listener.serverPort());
+        m_host.server[c.side] = QStringLiteral("127.0.0.1,%1").arg(listener.serverPort());
     }
     if (c.target == Target::ClosedPort) {
         listener.close();
@@ -130,36 +141,42 @@ TEST_P(ConnectFailureTest, showsTheReasonInABoxAndStaysDisconnected) {
     const auto halfLogin =
         SimTestServer::fromJson(R"json({"loginStallAfterTokens": 2, "hangLimitSeconds": 5})json");
     if (c.target == Target::HalfLogin) {
-        m_host.server[0] = halfLogin->address();
+        m_host.server[c.side] = halfLogin->address();
     }
     const bool silent = c.target == Target::SilentPort || c.target == Target::HalfLogin;
     m_access->setLoginTimeout(1);
-    m_host.password[0] = QString::fromUtf8(c.password);
+    m_host.password[c.side] = QString::fromUtf8(c.password);
     int ticks = 0;
     QTimer ticker;
     QObject::connect(&ticker, &QTimer::timeout, [&ticks] { ++ticks; });
     ticker.start(50);
-    m_access->ConnectServer(0);
-    EXPECT_FALSE(m_access->IsConnected(0));
+    QSignalSpy statusLine(m_access.get(), &ServerAccess::lastErrorChanged);
+    m_access->ConnectServer(c.side);
+    EXPECT_FALSE(m_access->IsConnected(c.side));
     // The window's event loop kept turning while the login waited.
     EXPECT_GE(ticks, silent ? 5 : 0);
-    EXPECT_EQ(m_host.errorBoxes, QStringList{QString::fromUtf8(c.box)});
-    // A server that did not answer in time is named in both log boxes; other refusals only box.
-    const QString timedOut =
-        QStringLiteral("Connect to the left server %1 gave up: Timeout expired\r\n").arg(m_host.server[0]);
-    EXPECT_EQ(log(), silent ? timedOut : QString());
-    EXPECT_EQ(m_access->errors().text(), silent ? timedOut : QString());
+    // One box, naming the side and its server; the same line, time-stamped, in txtErrs.
+    const QString named = (c.side == 0 ? QStringLiteral("Left server ") : QStringLiteral("Right server ")) +
+                          m_host.server[c.side] + QStringLiteral(": ") + QString::fromUtf8(c.box);
+    EXPECT_EQ(m_host.errorBoxes, QStringList{named});
+    EXPECT_EQ(errorsUnstamped(), named + QStringLiteral("\r\n"));
+    ASSERT_EQ(statusLine.size(), 1);
+    EXPECT_TRUE(statusLine.front().front().toString().endsWith(named));
+    // A server that did not answer in time also leaves its line in the log.
+    EXPECT_EQ(log(), silent ? named + QStringLiteral("\r\n") : QString());
 }
 
 const ConnectFailureCase connectFailureCases[] = {
-    {"wrongPassword", Target::Simulator, "wrong", "Login failed for user 'sa'."},
-    {"semicolonCutsThePassword", Target::Simulator, "demo;x",
+    {"wrongPassword", 0, Target::Simulator, "wrong", "Login failed for user 'sa'."},
+    {"semicolonCutsThePassword", 0, Target::Simulator, "demo;x",
      "Format of the initialization string does not conform to the OLE DB specification."},
-    {"semicolonAndKeyCutsThePassword", Target::Simulator, "de;mo=1", "Login failed for user 'sa'."},
-    {"closedPortGivesTheDriversReason", Target::ClosedPort, "demo",
+    {"semicolonAndKeyCutsThePassword", 0, Target::Simulator, "de;mo=1", "Login failed for user 'sa'."},
+    {"closedPortGivesTheDriversReason", 0, Target::ClosedPort, "demo",
      "Unable to connect: Adaptive Server is unavailable or does not exist"},
-    {"silentServerGivesUpAfterTheLoginTimeout", Target::SilentPort, "demo", "Timeout expired"},
-    {"halfAnsweredLoginGivesUpAfterTheLoginTimeout", Target::HalfLogin, "demo", "Timeout expired"},
+    {"closedPortOnTheRightNamesTheRightServer", 1, Target::ClosedPort, "demo",
+     "Unable to connect: Adaptive Server is unavailable or does not exist"},
+    {"silentServerGivesUpAfterTheLoginTimeout", 0, Target::SilentPort, "demo", "Timeout expired"},
+    {"halfAnsweredLoginGivesUpAfterTheLoginTimeout", 1, Target::HalfLogin, "demo", "Timeout expired"},
 };
 
 INSTANTIATE_TEST_SUITE_P(Cases, ConnectFailureTest, ::testing::ValuesIn(connectFailureCases), caseName);
@@ -195,7 +212,12 @@ TEST_P(ExecuteSqlTest, logsRunningTheStatementAndDoneOrTheServersError) {
     EXPECT_EQ(m_access->tally().failed, GetParam().succeeds ? 0 : 1);
     EXPECT_EQ(log(), QString::fromUtf8(GetParam().lastLine) + QStringLiteral("\r\n") + sql +
                          QStringLiteral("\r\nConnected.\r\nRunning SQL..\r\n"));
-    EXPECT_EQ(m_access->errors().text(), QString());
+    // A failure also leaves one line in txtErrs, naming the side, its server and the statement.
+    EXPECT_EQ(errorsUnstamped(), GetParam().succeeds
+                                     ? QString()
+                                     : QStringLiteral("Left server ") + m_host.server[0] +
+                                           QStringLiteral(": ") + QString::fromUtf8(GetParam().lastLine) +
+                                           QStringLiteral(" -- ") + sql + QStringLiteral("\r\n"));
     EXPECT_EQ(m_host.busyChanges, (QList<bool>{true, false}));
     EXPECT_EQ(m_server->statements(), QStringList{sql});
 }

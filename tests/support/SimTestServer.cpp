@@ -51,7 +51,8 @@ std::vector<sim::TranscriptEntry> SimTestServer::requests() const {
         const QString procedure = entry.json.value(QLatin1String("procedure")).toString().toLower();
         const bool bookkeeping = procedure == QLatin1String("sp_prepare") ||
                                  procedure == QLatin1String("sp_unprepare") ||
-                                 entry.text == QLatin1String("SELECT @@SPID");
+                                 entry.text == QLatin1String("SELECT @@SPID") ||
+                                 entry.text.startsWith(QLatin1String(healthQueryStart));
         if ((entry.kind == QLatin1String("batch") || entry.kind == QLatin1String("rpc")) && !bookkeeping) {
             result.push_back(std::move(entry));
         }

@@ -11,6 +11,8 @@ namespace qormin::test {
 // A scenario that does not parse or a server that cannot listen fails the current test.
 class SimTestServer {
 public:
+    static constexpr const char* healthQueryStart = "SELECT d.name, d.state_desc, d.recovery_model_desc,";
+
     static std::unique_ptr<SimTestServer> fromJson(const QByteArray& json);
     static std::unique_ptr<SimTestServer> fromFile(const QString& path);
     explicit SimTestServer(sim::Scenario scenario);
@@ -27,8 +29,9 @@ public:
     // The batches and RPCs that carried a statement, in arrival order. Left out: logins,
     // attentions, disconnects, the driver's own handle bookkeeping (sp_prepare, which only
     // declares a statement, and sp_unprepare), and the tool's question for its session id
-    // ("SELECT @@SPID", once per connection before a backup or restore is watched). FreeTDS
-    // sends no statements of its own at connect.
+    // ("SELECT @@SPID", once per connection before a backup or restore is watched), and the
+    // window's health question after each database list (healthQueryStart; the tests of the
+    // database grid read it from transcript()). FreeTDS sends no statements of its own at connect.
     std::vector<sim::TranscriptEntry> requests() const;
     // The texts of requests().
     QStringList statements() const;
