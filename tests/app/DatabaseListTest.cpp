@@ -145,8 +145,10 @@ TEST(DatabaseListTest, failedLoginShowsTheServersMessageAndTheConnectButtonRetri
     harness.load();
     const QString refused =
         QStringLiteral("Left server ") + server->address() + QStringLiteral(": Login failed for user 'sa'.");
-    EXPECT_EQ(harness.output(), QStringLiteral("MSGBOX: ") + refused + QStringLiteral(" -> ok\n"));
+    // The box holds the server's reason; its title, txtErrs and the status bar name side and server.
+    EXPECT_EQ(harness.output(), QStringLiteral("MSGBOX: Login failed for user 'sa'. -> ok\n"));
     EXPECT_EQ(lastError(harness.window()), refused);
+    EXPECT_TRUE(harness.window().serverAccess().errors().text().contains(refused));
     EXPECT_FALSE(harness.window().serverAccess().IsConnected(0));
     // Start-up went on after the box.
     EXPECT_TRUE(harness.window().serverAccess().log().text().startsWith(QStringLiteral("checking path ")));
@@ -180,8 +182,8 @@ TEST_P(DatabaseHealthTest, fillsTheColumnsMarksOverdueBackupsOrFailsSoft) {
     harness.storeConnection(0, server->address(), QStringLiteral("secret"));
     harness.load();
     harness.window().serverAccess().setScriptOnly(true); // the query is read-only: still sent
-    const auto result = harness.runBatch(QString::fromUtf8(c.batch) +
-                                         QStringLiteral("print GridDB(0)\nprint lblDBCount(0)\n"));
+    const auto result = harness.runBatch(QStringLiteral("set chkDatabaseHealth 1\n") + QString::fromUtf8(c.batch) +
+                                         QStringLiteral("click cmdRefreshDB(0)\nprint GridDB(0)\nprint lblDBCount(0)\n"));
     EXPECT_EQ(result.exitCode, 0) << result.errors.toStdString();
     EXPECT_EQ(result.output, QString::fromUtf8(c.printed));
     auto& window = harness.window();
@@ -195,7 +197,8 @@ TEST_P(DatabaseHealthTest, fillsTheColumnsMarksOverdueBackupsOrFailsSoft) {
               c.logLine ? 1 : 0);
     EXPECT_TRUE(window.serverAccess().log().text().contains(logLine + QStringLiteral("\r\n")));
     EXPECT_EQ(window.serverAccess().errors().text(), QString());
-    EXPECT_EQ(batches(*server).mid(0, 2), (QStringList{databaseList, healthQuery}));
+    // A batch run starts without the columns: its start-up sends the list alone.
+    EXPECT_EQ(batches(*server).mid(0, 3), (QStringList{databaseList, databaseList, healthQuery}));
     EXPECT_TRUE(healthQuery.startsWith(QLatin1String(SimTestServer::healthQueryStart)));
 }
 
@@ -225,7 +228,7 @@ const HealthCase healthCases[] = {
      nullptr},
     {"longerFullBackupLimitFromTheOptionsPage",
      healthHistory,
-     "set txtFullBackupHours 48\nclick cmdRefreshDB(0)\n",
+     "set txtFullBackupHours 48\n",
      HEALTH_COLUMNS HEALTH_BILLING HEALTH_PATIENTS HEALTH_STATION "\n4 (1 overdue)\n",
      {2},
      nullptr},

@@ -14,12 +14,16 @@ public:
     QString user[2] = {QStringLiteral("sa"), QStringLiteral("sa")};
     QString password[2] = {QStringLiteral("demo"), QStringLiteral("demo")};
     QStringList errorBoxes;
+    QStringList errorBoxTitles;
     QList<bool> busyChanges;
 
     QString serverText(int side) const override { return server[side]; }
     QString userText(int side) const override { return user[side]; }
     QString passwordText(int side) const override { return password[side]; }
-    void showConnectError(const QString& description, const QString&) override { errorBoxes.append(description); }
+    void showConnectError(const QString& description, const QString& title) override {
+        errorBoxes.append(description);
+        errorBoxTitles.append(title);
+    }
     void setBusyCursor(bool busy) override { busyChanges.append(busy); }
 };
 
