@@ -2,7 +2,8 @@
 // as a program of its own): rows per second against a plain ODBC loop that walks the same
 // positioned cursor and sends the same three-column UPDATE per row, the two alternated and the
 // best kept; the largest lateness of a 5 ms timer while the run works (the window's
-// responsiveness); and the process's peak resident memory before and after.
+// responsiveness); and the process's peak resident memory before and after. The pair runs idle
+// and under a background load (BenchSupport's compareIdleAndLoaded).
 // Usage: qormin-bench-anonymize [rows, default 100000] [runs, default 2]
 #include "BenchSupport.h"
 #include "anonymize/AnonymizeRun.h"
@@ -121,25 +122,21 @@ int main(int argc, char** argv) {
     const qormin::anonymize::AnonymizeLists lists{
         QStringLiteral("Bench..tbNames LastName FirstName MiddleName"), surnames, given};
     const long before = peakResidentKilobytes();
-    BestTimes best;
-    qint64 latest = 0;
     int rawRows = 0;
-    for (int round = 0; round < runs; ++round) {
-        LatenessProbe probe(5);
-        probe.start();
-        QElapsedTimer clock;
-        clock.start();
-        run.runComplete(lists, QStringLiteral("bench secret"));
-        const double tool = secondsSince(clock);
-        probe.stop();
-        latest = std::max(latest, probe.largestMilliseconds());
-        best.keep(tool, rawSeconds(odbc, &rawRows));
-    }
+    compareIdleAndLoaded(out,
+                         {QStringLiteral("complete anonymise, %1 rows x 3 names").arg(rows),
+                          static_cast<double>(rows),
+                          [&] { run.runComplete(lists, QStringLiteral("bench secret")); },
+                          [&] { rawSeconds(odbc, &rawRows); }},
+                         runs);
+    LatenessProbe probe(5);
+    probe.start();
+    run.runComplete(lists, QStringLiteral("bench secret"));
+    probe.stop();
+    const qint64 latest = probe.largestMilliseconds();
     const long after = peakResidentKilobytes();
-    out << "complete anonymise, " << rows << " rows x 3 names, best of " << runs << ": " << best.tool
-        << " s (" << rows / best.tool << " rows/s); raw ODBC cursor loop " << best.raw << " s ("
-        << rawRows / best.raw << " rows/s); ratio " << best.ratio() << Qt::endl;
-    out << "largest lateness of a 5 ms timer during the runs: " << latest << " ms" << Qt::endl;
+    out << "raw loop rows: " << rawRows << Qt::endl;
+    out << "largest lateness of a 5 ms timer during a run: " << latest << " ms" << Qt::endl;
     out << "peak RSS: before " << before << " kB, after " << after << " kB" << Qt::endl;
     out << "rows counted by the run: " << recordNumber.text()
         << "; first error line: " << access.errors().text().section(QStringLiteral("\r\n"), 0, 0) << Qt::endl;

@@ -3,7 +3,8 @@
 // against the plain ODBC loop doing the same per-record work (range read on one connection with
 // bound columns; per record the same look-up text on another, and for a missing one an INSERT
 // prepared once whose parameters point at the bound columns), the two alternated and the best of
-// several runs kept; then the peak resident memory after 10,000 and after 40,000 records.
+// several runs kept, idle and under a background load (BenchSupport's compareIdleAndLoaded); then
+// the peak resident memory after 10,000 and after 40,000 records.
 // Usage: qormin-bench-copy-by-id [runs, default 3]
 #include "BenchSupport.h"
 #include "WindowHarness.h"
@@ -79,25 +80,18 @@ int main(int argc, char** argv) {
     constexpr int records = 10000;
     const int runs = countArgument(argc, argv, 1, 3);
     const long before = peakResidentKilobytes();
-    BestTimes best;
     RawCopyCounts counts;
-    for (int run = 0; run < runs; ++run) {
-        const double tool = copy(records);
-        const double raw = rawCopyByIdSeconds(odbc, odbc, QStringLiteral("Bench..tbIds"), records, counts);
-        out << "run " << run + 1 << ": copy by ID " << records / tool << " records/s, raw ODBC loop "
-            << records / raw << " records/s (added " << counts.added << ", existing " << counts.existing
-            << "), ratio " << tool / raw << Qt::endl;
-        best.keep(tool, raw);
-    }
+    compareIdleAndLoaded(
+        out,
+        {QStringLiteral("copy by ID, %1 records").arg(records), records, [&copy] { copy(records); },
+         [&] { rawCopyByIdSeconds(odbc, odbc, QStringLiteral("Bench..tbIds"), records, counts); }},
+        runs);
+    out << "raw ODBC loop: added " << counts.added << ", existing " << counts.existing << Qt::endl;
     const long after10k = peakResidentKilobytes();
     const double tool40k = copy(40000);
     const long after40k = peakResidentKilobytes();
     const QString log = harness.window().serverAccess().log().text();
     out << "last closing line: " << log.section(QStringLiteral("\r\n"), 0, 0) << Qt::endl;
-    out << "best of " << runs << ", " << records << " records: copy by ID " << best.tool << " s ("
-        << records / best.tool << " records/s), raw ODBC loop " << best.raw << " s (" << records / best.raw
-        << " records/s)" << Qt::endl;
-    out << "copy by ID / raw ODBC time: " << best.ratio() << Qt::endl;
     out << "copy by ID, 40000 records: " << tool40k << " s (" << 40000 / tool40k << " records/s)" << Qt::endl;
     out << "peak RSS: before " << before << " kB, after 10000-record runs " << after10k
         << " kB, after the 40000-record run " << after40k << " kB (ratio "

@@ -106,12 +106,6 @@ void showTable(qormin::test::WindowHarness& harness) {
     harness.window().txtDB()->setText(QStringLiteral("qbench"));
 }
 
-void report(QTextStream& out, const char* loop, int rows, const BestTimes& best, int runs) {
-    out << "best of " << runs << ", " << rows << " rows: " << loop << " " << rows / best.tool
-        << " rows/s, raw ODBC loop " << rows / best.raw << " rows/s, tool / raw time " << best.ratio()
-        << Qt::endl;
-}
-
 } // namespace
 
 int main(int argc, char** argv) {
@@ -149,21 +143,20 @@ int main(int argc, char** argv) {
 
     const int runs = countArgument(argc, argv, 1, 3);
     const QString oddRecords = QStringLiteral(" WHERE idnum % 2 = 1");
-    BestTimes byId;
-    for (int run = 0; run < runs; ++run) {
-        left.empty(QStringLiteral("qbench"), oddRecords);
-        const double tool = secondsOf([&harness] {
-            harness.runBatch(QStringLiteral("set txtStartIDNum 1\nset txtENDIDNum %1\nclick cmdCopybyRecID\n")
-                                 .arg(idRecords));
-        });
-        left.empty(QStringLiteral("qbench"), oddRecords);
-        RawCopyCounts counts;
-        const double raw = rawCopyByIdSeconds(servers.odbc(1), servers.odbc(0),
-                                              QStringLiteral("qbench..tbIds"), idRecords, counts);
-        out << "run " << run + 1 << ": copy by ID " << idRecords / tool << " records/s, raw ODBC loop "
-            << idRecords / raw << " records/s, ratio " << tool / raw << Qt::endl;
-        byId.keep(tool, raw);
-    }
+    RawCopyCounts counts;
+    LoopPair byId{QStringLiteral("copy by ID on the engine, %1 records").arg(idRecords), idRecords,
+                  [&harness] {
+                      harness.runBatch(
+                          QStringLiteral("set txtStartIDNum 1\nset txtENDIDNum %1\nclick cmdCopybyRecID\n")
+                              .arg(idRecords));
+                  },
+                  [&] {
+                      rawCopyByIdSeconds(servers.odbc(1), servers.odbc(0), QStringLiteral("qbench..tbIds"),
+                                         idRecords, counts);
+                  }};
+    byId.reset = [&left, &oddRecords] { left.empty(QStringLiteral("qbench"), oddRecords); };
+    compareIdleAndLoaded(out, byId, runs);
+    out << "raw loop: added " << counts.added << ", existing " << counts.existing << Qt::endl;
     out << "copy by ID closing line: "
         << harness.window().serverAccess().log().text().section(QStringLiteral("\r\n"), 0, 0) << Qt::endl;
 
@@ -173,20 +166,12 @@ int main(int argc, char** argv) {
                  .arg(idRecords + 1)
                  .arg(tableRows));
     left.run(QStringLiteral("USE master"));
-    BestTimes byRecord;
-    for (int run = 0; run < runs; ++run) {
-        left.empty(QStringLiteral("qbench2"));
-        const double tool =
-            secondsOf([&harness] { harness.runBatch(QStringLiteral("click cmdCopyTables\n")); });
-        left.empty(QStringLiteral("qbench2"));
-        const double raw = rawCopyByRecordSeconds(servers);
-        out << "run " << run + 1 << ": copy by record " << tableRows / tool << " rows/s, raw ODBC loop "
-            << tableRows / raw << " rows/s, ratio " << tool / raw << Qt::endl;
-        byRecord.keep(tool, raw);
-    }
+    LoopPair byRecord{QStringLiteral("copy by record on the engine, %1 rows").arg(tableRows), tableRows,
+                      [&harness] { harness.runBatch(QStringLiteral("click cmdCopyTables\n")); },
+                      [&servers] { rawCopyByRecordSeconds(servers); }};
+    byRecord.reset = [&left] { left.empty(QStringLiteral("qbench2")); };
+    compareIdleAndLoaded(out, byRecord, runs);
     const QStringList lastLines = harness.window().serverAccess().log().text().split(QStringLiteral("\r\n"));
     out << "copy by record closing lines: " << lastLines.mid(0, 3).join(QStringLiteral(" | ")) << Qt::endl;
-    report(out, "copy by ID", idRecords, byId, runs);
-    report(out, "copy by record", tableRows, byRecord, runs);
     return 0;
 }

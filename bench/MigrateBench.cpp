@@ -15,8 +15,10 @@
 //
 // Peak resident memory is taken after all migration runs and again after all repair runs (a fresh
 // window each run; the raw loops hold next to nothing).
+// Each pair runs idle and under a background load (BenchSupport's compareIdleAndLoaded).
 // Usage: qormin-bench-migrate [runs, default 3] [migrate|repair, default both]
 // (BENCH_HIDDEN=1 leaves the windows hidden; BENCH_TRANSCRIPT=FILE keeps the simulator's transcript.)
+#include "BenchSupport.h"
 #include "db/ServerAccess.h"
 #include "platform/MessageBoxService.h"
 #include "platform/SettingsStore.h"
@@ -38,7 +40,6 @@
 #include <memory>
 #include <sql.h>
 #include <sqlext.h>
-#include <sys/resource.h>
 
 namespace {
 
@@ -109,52 +110,18 @@ public:
     QString saveFileName(const QString&, const QString&, const QString&) override { return {}; }
 };
 
-long peakResidentKilobytes() {
-    rusage usage{};
-    getrusage(RUSAGE_SELF, &usage);
-    return usage.ru_maxrss;
-}
-
-double seconds(const std::function<void()>& work) {
-    QElapsedTimer clock;
-    clock.start();
-    work();
-    return static_cast<double>(clock.nsecsElapsed()) / 1e9;
-}
-
-struct HandleFree {
-    SQLSMALLINT type;
-    void operator()(void* handle) const { SQLFreeHandle(type, handle); }
-};
-using Handle = std::unique_ptr<void, HandleFree>;
-
-Handle allocate(SQLSMALLINT type, SQLHANDLE parent) {
-    SQLHANDLE handle = SQL_NULL_HANDLE;
-    SQLAllocHandle(type, parent, &handle);
-    return Handle(handle, HandleFree{type});
-}
+using qormin::bench::allocate;
+using qormin::bench::compareIdleAndLoaded;
+using qormin::bench::Handle;
+using qormin::bench::peakResidentKilobytes;
+using qormin::bench::wide;
 
 Handle environment() {
-    Handle handle = allocate(SQL_HANDLE_ENV, SQL_NULL_HANDLE);
-    SQLSetEnvAttr(handle.get(), SQL_ATTR_ODBC_VERSION, reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3), 0);
-    return handle;
+    return qormin::bench::odbcEnvironment();
 }
 
 Handle connect(SQLHANDLE environment, const QString& connectionString) {
-    Handle connection = allocate(SQL_HANDLE_DBC, environment);
-    QByteArray text = connectionString.toUtf8();
-    SQLDriverConnect(connection.get(), nullptr, reinterpret_cast<SQLCHAR*>(text.data()), SQL_NTS, nullptr, 0,
-                     nullptr, SQL_DRIVER_NOPROMPT);
-    return connection;
-}
-
-std::vector<SQLWCHAR> wide(const QString& text) {
-    std::vector<SQLWCHAR> characters;
-    for (const QChar character : text) {
-        characters.push_back(character.unicode());
-    }
-    characters.push_back(0);
-    return characters;
+    return qormin::bench::connect(environment, connectionString);
 }
 
 // Sends a statement and reads whatever it answers to its end.
@@ -325,15 +292,12 @@ struct Bench {
     }
 
     void migrate() const {
-        double bestTool = 1e9;
-        double bestRaw = 1e9;
         QString status;
         int rawInserted = 0;
-        for (int pass = 0; pass < runs; ++pass) {
+        auto tool = [&] {
             qormin::transfer::frmMigrateData window(access, boxes, folder);
             showWindow(window);
-            const double tool = seconds([&window] { window.cmdStart_Click(); });
-            bestTool = std::min(bestTool, tool);
+            window.cmdStart_Click();
             status = window.findChild<QLabel*>(QStringLiteral("lblStatus"))->text() +
                      QStringLiteral(" rows read, ") +
                      window.findChild<QLabel*>(QStringLiteral("lblCurrent"))->text();
@@ -341,25 +305,19 @@ struct Bench {
             if (!logged.isEmpty()) {
                 out << "migration log: " << logged.left(500) << Qt::endl;
             }
-            const double raw = rawMigrateSeconds(odbc, &rawInserted);
-            bestRaw = std::min(bestRaw, raw);
-            out << "  migration run " << pass + 1 << ": window " << tool << " s, raw " << raw << " s"
-                << Qt::endl;
-        }
-        out << "migration, best of " << runs << ", " << migrateRows << " rows (half present; " << status
-            << "): frmMigrateData " << bestTool << " s (" << migrateRows / bestTool
-            << " rows/s), raw ODBC loop " << bestRaw << " s (" << migrateRows / bestRaw << " rows/s, "
-            << rawInserted << " inserted)" << Qt::endl;
-        out << "migration / raw ODBC time: " << bestTool / bestRaw << Qt::endl;
+        };
+        compareIdleAndLoaded(out,
+                             {QStringLiteral("migration, %1 rows (half present)").arg(migrateRows),
+                              migrateRows, tool, [&] { rawMigrateSeconds(odbc, &rawInserted); }},
+                             runs);
+        out << "migration: " << status << "; raw loop inserted " << rawInserted << Qt::endl;
         out << "peak RSS after the migration runs: " << peakResidentKilobytes() << " kB" << Qt::endl;
     }
 
     void repair() const {
-        double bestTool = 1e9;
-        double bestRaw = 1e9;
         qsizetype logLines = 0;
         int rawUpdated = 0;
-        for (int pass = 0; pass < runs; ++pass) {
+        auto tool = [&] {
             const std::unique_ptr<qormin::platform::SettingsStore> settings =
                 qormin::platform::SettingsStore::openFile(folder + QStringLiteral("/settings.ini"));
             qormin::transfer::frmFixTransDate window(access, boxes, *settings);
@@ -367,19 +325,14 @@ struct Bench {
             window.findChild<QLineEdit*>(QStringLiteral("txtDest"))->setText(damagedTable);
             window.findChild<QLineEdit*>(QStringLiteral("txtWhere"))->setText(Fix::defaultWhere);
             showWindow(window);
-            const double tool = seconds([&window] { window.Command1_Click(); });
-            bestTool = std::min(bestTool, tool);
+            window.Command1_Click();
             logLines = window.findChild<QPlainTextEdit*>(QStringLiteral("txtLog"))->blockCount();
-            const double raw = rawRepairSeconds(odbc, &rawUpdated);
-            bestRaw = std::min(bestRaw, raw);
-            out << "  repair run " << pass + 1 << ": window " << tool << " s, raw " << raw << " s"
-                << Qt::endl;
-        }
-        out << "repair, best of " << runs << ", " << repairRows << " rows (log " << logLines
-            << " lines): frmFixTransDate " << bestTool << " s (" << repairRows / bestTool
-            << " rows/s), raw ODBC loop " << bestRaw << " s (" << repairRows / bestRaw << " rows/s, "
-            << rawUpdated << " updated)" << Qt::endl;
-        out << "repair / raw ODBC time: " << bestTool / bestRaw << Qt::endl;
+        };
+        compareIdleAndLoaded(out,
+                             {QStringLiteral("date repair, %1 rows").arg(repairRows), repairRows, tool,
+                              [&] { rawRepairSeconds(odbc, &rawUpdated); }},
+                             runs);
+        out << "date repair: log " << logLines << " lines; raw loop updated " << rawUpdated << Qt::endl;
         out << "peak RSS after the repair runs: " << peakResidentKilobytes() << " kB" << Qt::endl;
     }
 };

@@ -6,7 +6,8 @@
 // of each kept; the copy sends its rows a hundred to a request, so it is expected to pass the
 // per-row loop, and its speed is printed as a multiple of the loop's; then
 // the process's peak resident memory after 100,000 and after 400,000 rows (flat memory keeps
-// the two close). Usage: qormin-bench-table-copy [runs, default 3]
+// the two close). Each pair runs idle and under a background load (BenchSupport's
+// compareIdleAndLoaded). Usage: qormin-bench-table-copy [runs, default 3]
 #include "BenchSupport.h"
 #include "controls/FlexGrid.h"
 #include "db/RecordReader.h"
@@ -127,47 +128,36 @@ int main(int argc, char** argv) {
     const int runs = countArgument(argc, argv, 1, 3);
     const QString odbc = odbcConnectionString(simulator.port());
     const long before = peakResidentKilobytes();
-    BestTimes best;
     int rawRows = 0;
-    for (int run = 0; run < runs; ++run) {
-        const double tool = secondsOf([&tools] {
-            tools.CopyRecords(QStringLiteral("Bench..tb100000"), QStringLiteral("Bench2..tbCopy"));
-        });
-        const double raw = rawOdbcSeconds(odbc, QStringLiteral("SELECT * FROM Bench..tb100000"), &rawRows);
-        out << "run " << run + 1 << ": copy by record " << 100000 / tool << " rows/s, raw ODBC loop "
-            << rawRows / raw << " rows/s, ratio " << tool / raw << Qt::endl;
-        best.keep(tool, raw);
-    }
+    compareIdleAndLoaded(
+        out,
+        {QStringLiteral("copy by record, 100000 rows"), 100000,
+         [&tools] { tools.CopyRecords(QStringLiteral("Bench..tb100000"), QStringLiteral("Bench2..tbCopy")); },
+         [&] { rawOdbcSeconds(odbc, QStringLiteral("SELECT * FROM Bench..tb100000"), &rawRows); }},
+        runs);
     const long after100k = peakResidentKilobytes();
     const double tool400k = secondsOf(
         [&tools] { tools.CopyRecords(QStringLiteral("Bench..tb400000"), QStringLiteral("Bench2..tbCopy")); });
     const long after400k = peakResidentKilobytes();
 
-    out << "best of " << runs << ", 100000 rows: copy by record " << best.tool << " s (" << 100000 / best.tool
-        << " rows/s), raw ODBC loop " << best.raw << " s (" << rawRows / best.raw << " rows/s)" << Qt::endl;
-    out << "copy by record / raw ODBC time: " << best.ratio() << Qt::endl;
-    out << "copy by record, rows several to a request: " << 100000 / best.tool << " rows/s, "
-        << 1 / best.ratio() << " x the raw per-row loop's rows/s (goal >= 3)" << Qt::endl;
     out << "copy by record, 400000 rows: " << tool400k << " s (" << 400000 / tool400k << " rows/s)"
         << Qt::endl;
     // The positioned mechanism that in-place loops (anonymisation, date repair) keep.
-    BestTimes bestUpdate;
     int rawUpdated = 0;
-    for (int run = 0; run < runs; ++run) {
-        const double update = secondsOf([&access] {
-            qormin::db::RecordReader reader(access.side(0), QStringLiteral("Bench..tbUpdate"),
-                                            qormin::db::RecordReader::Mode::Updatable);
-            reader.open();
-            while (reader.next()) {
-                reader.updateCurrentRow({QStringLiteral("name")},
-                                        {QString(QLatin1Char('X')) + reader.value(1).toString().mid(1)});
-            }
-        });
-        bestUpdate.keep(update, rawUpdateSeconds(odbc, &rawUpdated));
-    }
-    out << "in-place update, " << updateRows << " rows: record loop " << updateRows / bestUpdate.tool
-        << " rows/s, raw ODBC loop " << rawUpdated / bestUpdate.raw << " rows/s, ratio " << bestUpdate.ratio()
-        << Qt::endl;
+    compareIdleAndLoaded(
+        out,
+        {QStringLiteral("in-place update, %1 rows").arg(updateRows), updateRows,
+         [&access] {
+             qormin::db::RecordReader reader(access.side(0), QStringLiteral("Bench..tbUpdate"),
+                                             qormin::db::RecordReader::Mode::Updatable);
+             reader.open();
+             while (reader.next()) {
+                 reader.updateCurrentRow({QStringLiteral("name")},
+                                         {QString(QLatin1Char('X')) + reader.value(1).toString().mid(1)});
+             }
+         },
+         [&] { rawUpdateSeconds(odbc, &rawUpdated); }},
+        runs);
     out << "peak RSS: before " << before << " kB, after 100000-row copies " << after100k
         << " kB, after the 400000-row copy " << after400k << " kB (ratio "
         << static_cast<double>(after400k) / static_cast<double>(after100k) << ")" << Qt::endl;

@@ -4,8 +4,9 @@
 // the same cursor statements, one FETCH, one prepared INSERT and one DELETE ... WHERE CURRENT OF
 // per row. Also the process's peak resident memory and how late a 5 ms timer on the window's
 // thread comes while the tool runs (the window's log shows every row). The simulator keeps its
-// rows, so every run reads the same 1,000.
-// Usage: qormin-bench-transfer [runs of 1,000, default 100]
+// rows, so every run reads the same 1,000. The two are alternated and compared idle and under a
+// background load (BenchSupport's compareIdleAndLoaded).
+// Usage: qormin-bench-transfer [runs of 1,000 per loop, default 20] [alternated rounds, default 3]
 #include "BenchSupport.h"
 #include "controls/FlexGrid.h"
 #include "db/ServerAccess.h"
@@ -36,7 +37,9 @@ QByteArray tableRule(const QString& statement, int rows) {
 QByteArray scenarioText() {
     return QByteArray(R"json({"rules": [)json") +
            tableRule(QStringLiteral("SELECT TOP 1 * FROM Bench2..tbDocs"), 1) + "," +
-           tableRule(transferQuery, rowsPerRun) + "]}";
+           tableRule(transferQuery, rowsPerRun) +
+           // A move counts a row only when its INSERT reports one row written.
+           R"json(, {"prefix": "INSERT INTO Bench2..tbDocs", "response": {"rowCount": 1}}]})json";
 }
 
 class QuietBoxes : public qormin::platform::MessageBoxService {
@@ -53,7 +56,7 @@ public:
 
 // The tool's statements as plain ODBC calls on one connection: the cursor, then per row FETCH,
 // the INSERT prepared once with its parameters bound to the fetched columns, and the DELETE.
-double rawSeconds(const QString& connectionString, int runs, qint64* rows) {
+void rawLoop(const QString& connectionString, int runs, qint64* rows) {
     Handle environment = odbcEnvironment();
     Handle connection = connect(environment.get(), connectionString);
     Handle cursor = allocate(SQL_HANDLE_STMT, connection.get());
@@ -66,8 +69,6 @@ double rawSeconds(const QString& connectionString, int runs, qint64* rows) {
     row.bindParameters(insert.get());
     const auto fetch = wide(QStringLiteral("FETCH NEXT FROM raw_cursor"));
     const auto deleteText = wide(QStringLiteral("DELETE FROM Bench..tbDocs WHERE CURRENT OF raw_cursor"));
-    QElapsedTimer clock;
-    clock.start();
     *rows = 0;
     for (int pass = 0; pass < runs; ++pass) {
         openRawCursor(cursor.get(), transferQuery);
@@ -88,7 +89,6 @@ double rawSeconds(const QString& connectionString, int runs, qint64* rows) {
         }
         closeRawCursor(cursor.get());
     }
-    return secondsSince(clock);
 }
 
 } // namespace
@@ -97,7 +97,7 @@ int main(int argc, char** argv) {
     useOffscreenWithoutDisplay();
     QApplication application(argc, argv);
     QTextStream out(stdout);
-    const int runs = countArgument(argc, argv, 1, 100);
+    const int runs = countArgument(argc, argv, 1, 20);
 
     SimProcess simulator(QStringLiteral(QORMIN_SIM_PATH));
     if (!simulator.start(scenarioText(), &out))
@@ -128,31 +128,33 @@ int main(int argc, char** argv) {
     job.stoppable = true;
     job.announceDone = true;
 
-    LatenessProbe ticker(5);
-    const long before = peakResidentKilobytes();
-    ticker.start();
-    QElapsedTimer clock;
-    clock.start();
+    const int rounds = countArgument(argc, argv, 2, 3);
     qint64 moved = 0;
     qint64 deleted = 0;
-    for (int pass = 0; pass < runs; ++pass) {
-        const qormin::transfer::TransferDBCount count = tools.transfer(job);
-        moved += count.written;
-        deleted += count.deleted;
-    }
-    const double tool = secondsSince(clock);
-    ticker.stop();
-    const long after = peakResidentKilobytes();
-
+    auto toolLoop = [&] {
+        moved = 0;
+        deleted = 0;
+        for (int pass = 0; pass < runs; ++pass) {
+            const qormin::transfer::TransferDBCount count = tools.transfer(job);
+            moved += count.written;
+            deleted += count.deleted;
+        }
+    };
     qint64 rawRows = 0;
-    const double raw = rawSeconds(odbcConnectionString(simulator.port()), runs, &rawRows);
-
-    out << "transfer with delete, " << runs << " runs of " << rowsPerRun << ": " << moved << " written, "
-        << deleted << " deleted in " << tool << " s (" << static_cast<double>(moved) / tool << " rows/s)"
+    const QString odbc = odbcConnectionString(simulator.port());
+    const long before = peakResidentKilobytes();
+    compareIdleAndLoaded(out,
+                         {QStringLiteral("transfer with delete, %1 rows").arg(runs * rowsPerRun),
+                          static_cast<double>(runs) * rowsPerRun, toolLoop,
+                          [&] { rawLoop(odbc, runs, &rawRows); }},
+                         rounds);
+    const long after = peakResidentKilobytes();
+    LatenessProbe ticker(5);
+    ticker.start();
+    toolLoop();
+    ticker.stop();
+    out << "tool: " << moved << " written, " << deleted << " deleted; raw loop: " << rawRows << " rows"
         << Qt::endl;
-    out << "raw ODBC loop, same statements: " << rawRows << " rows in " << raw << " s ("
-        << static_cast<double>(rawRows) / raw << " rows/s)" << Qt::endl;
-    out << "transfer / raw ODBC time: " << tool / raw << Qt::endl;
     out << "peak RSS: before " << before << " kB, after " << after << " kB (window log holds "
         << log->blockCount() << " lines)" << Qt::endl;
     out << "window latency: the 5 ms timer came at most " << ticker.largestMilliseconds() << " ms late"

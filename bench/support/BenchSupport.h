@@ -45,6 +45,58 @@ struct BestTimes {
     double ratio() const { return tool / raw; }
 };
 
+// What one run of a loop cost this process. CPU time and context switches are the process's own
+// (every thread of the tool, getrusage RUSAGE_SELF): the simulator and the background load are
+// processes of their own and do not count. Requests are this process's SQLExecute and
+// SQLExecDirect calls, each one request to the server (rows fetched from a plain result stream
+// in without one).
+struct LoopCost {
+    double seconds = 1e9;
+    double cpuSeconds = 1e9;
+    long requests = 0;
+    long switches = 0;
+    // The best of two runs, figure by figure (the requests are the same each run).
+    void keepBest(const LoopCost& other);
+};
+LoopCost costOf(const std::function<void()>& work);
+long odbcRequestsSoFar();
+
+// The load average as /proc/loadavg gives it ("2.05 1.80 1.62"), to print beside each figure.
+QString loadAverage();
+
+// One busy process per core at normal priority, from start() until stop() or until this goes:
+// the machine a workstation or a shared server is when it does other work.
+class BackgroundLoad {
+public:
+    BackgroundLoad() = default;
+    ~BackgroundLoad();
+    BackgroundLoad(const BackgroundLoad&) = delete;
+    BackgroundLoad& operator=(const BackgroundLoad&) = delete;
+    void start();
+    void stop();
+
+private:
+    std::vector<int> m_processes;
+};
+
+// A loop of the tool and the plain ODBC loop of the same statements over the same rows.
+struct LoopPair {
+    QString name;
+    double rows = 1;
+    std::function<void()> tool;
+    std::function<void()> raw;
+    std::function<void()> reset = [] {}; // before each run of either, not measured
+};
+struct LoopComparison {
+    LoopCost tool;
+    LoopCost raw;
+    QString load; // the load average when the runs ended
+};
+// The pair alternated runs times, best of each kept, first on the machine as it is and then
+// under a BackgroundLoad; prints a line per run and one per condition with time ratio, CPU per
+// row, requests per row and context switches per row of both loops.
+std::vector<LoopComparison> compareIdleAndLoaded(QTextStream& out, const LoopPair& pair, int runs);
+
 // The largest lateness in ms of a periodic timer on this thread while work runs there.
 class LatenessProbe {
 public:
