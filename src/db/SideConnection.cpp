@@ -537,6 +537,59 @@ StatementOutcome SideConnection::executeWithParameters(const QString& sql,
     });
 }
 
+std::vector<StatementOutcome> SideConnection::executeChain(const std::vector<ChainedStatement>& statements,
+                                                           bool stopAtRow) {
+    std::vector<StatementOutcome> outcomes;
+    const auto ends = [stopAtRow](const StatementOutcome& outcome) {
+        const bool hasRow = !outcome.resultSets.empty() && !outcome.resultSets.front().rows.empty();
+        return !outcome.succeeded || (stopAtRow && hasRow);
+    };
+    if (collectsChanges()) {
+        for (const ChainedStatement& statement : statements) {
+            outcomes.push_back(
+                statement.values.empty()
+                    ? execute(statement.sql, statement.retention)
+                    : executeWithParameters(statement.sql, statement.targets, statement.values));
+            if (ends(outcomes.back())) {
+                break;
+            }
+        }
+        return outcomes;
+    }
+    Q_EMIT statementStarted(m_side);
+    runOnWorker([this, &statements, &outcomes, &ends] {
+        const auto shared = [this] { return m_worker->sharedStatement(); };
+        for (const ChainedStatement& chained : statements) {
+            outcomes.push_back(runOnWorkerThread(shared, [this, &chained](OdbcStatement& statement) {
+                BatchResultReader reader(
+                    statement, chained.retention, [this](const ServerMessage& m) { forwardMessage(m); },
+                    &m_worker->cancelRequested);
+                if (chained.values.empty()) {
+                    return reader.execute(chained.sql);
+                }
+                bindAll(statement, chained.targets, chained.values);
+                return reader.drain(statement.execDirect(chained.sql));
+            }));
+            if (ends(outcomes.back())) {
+                return;
+            }
+        }
+    });
+    // Each statement that ran is started and finished for the listeners, as one sent alone is.
+    bool lost = false;
+    for (size_t index = 0; index < outcomes.size(); ++index) {
+        if (index > 0) {
+            Q_EMIT statementStarted(m_side);
+        }
+        Q_EMIT statementFinished(m_side, outcomes[index].succeeded);
+        lost = lost || outcomes[index].connectionLost;
+    }
+    if (lost) {
+        Q_EMIT connectionLost(m_side);
+    }
+    return outcomes;
+}
+
 int SideConnection::prepare(const QString& sql) {
     int id = 0;
     runOnWorker([this, &sql, &id] {
