@@ -211,7 +211,8 @@ void AnonymizeRun::fastTable(int row, const QStringList& firstNames) {
             values.emplace_back(Statements::fastPick(firstNames, index));
         }
         // A test run sends nothing: the pending values are dropped as a cancelled update was.
-        if (!testRun && !names.isEmpty() && !reader.updateCurrentRow(names, values))
+        if (!testRun && !names.isEmpty() &&
+            !reader.updateCurrentRow(names, values, nullptr, db::RecordReader::AfterChange::FetchNext))
             updateFieldByField(reader, table, names, values, totals);
         db::yieldToEventLoop();
         if (m_controls.stopRequested())
@@ -266,7 +267,8 @@ void AnonymizeRun::completeTable(int row, const NameMapping& mapping, const QSet
                                        reader.columns()[static_cast<size_t>(position)]));
             ++totals.replaced;
         }
-        if (!testRun && !names.isEmpty() && !reader.updateCurrentRow(names, values))
+        if (!testRun && !names.isEmpty() &&
+            !reader.updateCurrentRow(names, values, nullptr, db::RecordReader::AfterChange::FetchNext))
             updateFieldByField(reader, table, names, values, totals);
         db::yieldToEventLoop();
         if (m_controls.stopRequested())

@@ -157,7 +157,9 @@ void RecordReader::countRead(bool succeeded) {
 
 bool RecordReader::fetchCursorChunk() {
     StatementOutcome outcome =
-        m_side.execute(fetchText(m_cursor, m_chunkSize), ResultRetention::AllResultSets);
+        m_fetchedAhead ? std::move(*m_fetchedAhead)
+                       : m_side.execute(fetchText(m_cursor, m_chunkSize), ResultRetention::AllResultSets);
+    m_fetchedAhead.reset();
     if (!outcome.succeeded) {
         m_error = outcome.errorDescription;
         m_atEnd = true;
@@ -230,7 +232,7 @@ QVariant RecordReader::value(const QString& name) const {
 }
 
 bool RecordReader::updateCurrentRow(const QStringList& columnNames, const std::vector<QVariant>& values,
-                                    QString* error) {
+                                    QString* error, AfterChange after) {
     auto fail = [error](const QString& reason) {
         if (error != nullptr) {
             *error = reason;
@@ -245,6 +247,8 @@ bool RecordReader::updateCurrentRow(const QStringList& columnNames, const std::v
     }
     QStringList assignments;
     QStringList literals;
+    // The literal text only matters to Script only; writing it out per row would cost every loop.
+    const bool collecting = m_side.collectsChanges();
     std::vector<ColumnInfo> targets;
     for (qsizetype index = 0; index < columnNames.size(); ++index) {
         const int column = columnIndex(columnNames[index]);
@@ -261,16 +265,19 @@ bool RecordReader::updateCurrentRow(const QStringList& columnNames, const std::v
             return fail(QStringLiteral("The value ") + change);
         }
         assignments.append(quotedName(columnNames[index]) + QStringLiteral(" = ?"));
-        literals.append(quotedName(columnNames[index]) + QStringLiteral(" = ") +
-                        sqlLiteral(values[static_cast<size_t>(index)], targets.back()));
+        if (collecting) {
+            literals.append(quotedName(columnNames[index]) + QStringLiteral(" = ") +
+                            sqlLiteral(values[static_cast<size_t>(index)], targets.back()));
+        }
     }
     const QString where = QStringLiteral(" WHERE CURRENT OF ") + m_cursor;
     const QString head = QStringLiteral("UPDATE ") + m_updateTable + QStringLiteral(" SET ");
-    if (m_side.withholds(head + literals.join(QStringLiteral(", ")) + where)) {
+    if (collecting && m_side.withholds(head + literals.join(QStringLiteral(", ")) + where)) {
         return true;
     }
-    const StatementOutcome outcome =
-        m_side.executeWithParameters(head + assignments.join(QStringLiteral(", ")) + where, targets, values);
+    const StatementOutcome outcome = change({head + assignments.join(QStringLiteral(", ")) + where,
+                                             ResultRetention::AllResultSets, targets, values},
+                                            after);
     if (!outcome.succeeded) {
         return fail(outcome.errorDescription);
     }
@@ -285,7 +292,7 @@ QString RecordReader::deleteText(const QString& table, const QString& cursor) {
     return QStringLiteral("DELETE FROM ") + table + QStringLiteral(" WHERE CURRENT OF ") + cursor;
 }
 
-bool RecordReader::deleteCurrentRow(QString* error) {
+bool RecordReader::deleteCurrentRow(QString* error, AfterChange after) {
     auto fail = [error](const QString& reason) {
         if (error != nullptr) {
             *error = reason;
@@ -299,8 +306,25 @@ bool RecordReader::deleteCurrentRow(QString* error) {
     if (m_side.withholds(text)) {
         return true;
     }
-    const StatementOutcome outcome = m_side.execute(text, ResultRetention::Nothing);
+    const StatementOutcome outcome = change({text, ResultRetention::Nothing, {}, {}}, after);
     return outcome.succeeded ? true : fail(outcome.errorDescription);
+}
+
+// A change of the current row, with the next row's FETCH in the same job when the loop is done
+// with this row; the fetch goes only when the change succeeded, so a loop that handles a failure
+// (field by field) is still on its row.
+StatementOutcome RecordReader::change(ChainedStatement statement, AfterChange after) {
+    if (after == AfterChange::StayOnRow || m_atEnd) {
+        return statement.values.empty()
+                   ? m_side.execute(statement.sql, statement.retention)
+                   : m_side.executeWithParameters(statement.sql, statement.targets, statement.values);
+    }
+    std::vector<StatementOutcome> outcomes = m_side.executeChain(
+        {std::move(statement), {fetchText(m_cursor, m_chunkSize), ResultRetention::AllResultSets, {}, {}}});
+    if (outcomes.size() > 1) {
+        m_fetchedAhead = std::move(outcomes[1]);
+    }
+    return std::move(outcomes.front());
 }
 
 void RecordReader::dropReading() {
@@ -318,6 +342,7 @@ void RecordReader::close() {
     m_open = false;
     m_onRow = false;
     m_chunk.clear();
+    m_fetchedAhead.reset();
     if (m_mode == Mode::Updatable) {
         m_side.execute(closeText(m_cursor), ResultRetention::Nothing);
         return;

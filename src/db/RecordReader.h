@@ -1,16 +1,16 @@
 #pragma once
 
 #include "db/ResultTable.h"
+#include "db/SideConnection.h"
 
 #include <QString>
 #include <QStringList>
 #include <QVariant>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace qormin::db {
-
-class SideConnection;
 
 // Walks a query or a whole table row by row in bounded memory while the side's own connection
 // stays free for the loop's writes (which need its session: SET IDENTITY_INSERT, USE).
@@ -49,14 +49,20 @@ public:
     // Rows held in memory now: at most one chunk.
     size_t bufferedRows() const { return m_chunk.size(); }
 
+    // What the loop does after a change of the current row that succeeded. FetchNext: nothing
+    // more with this row, so the change and the FETCH of the next row go to the side as one job
+    // (one wait instead of two per row) and next() takes the row fetched. A loop that stops
+    // right after such a change has had one row more fetched, and nothing done with it.
+    enum class AfterChange { StayOnRow, FetchNext };
+
     // Writes the named columns of the current row (updatable readers only), each value bound
     // as its column's type. False with the server's reason on failure; the loop can go on.
     bool updateCurrentRow(const QStringList& columnNames, const std::vector<QVariant>& values,
-                          QString* error = nullptr);
+                          QString* error = nullptr, AfterChange after = AfterChange::StayOnRow);
 
     // Deletes the current row (updatable readers only) through the cursor, so a table without
     // a key loses exactly that row. False with the server's reason on failure.
-    bool deleteCurrentRow(QString* error = nullptr);
+    bool deleteCurrentRow(QString* error = nullptr, AfterChange after = AfterChange::StayOnRow);
 
     void close();
 
@@ -77,6 +83,7 @@ private:
     SideConnection& streamConnection();
     void takeRows(StatementOutcome& outcome);
     void countRead(bool succeeded);
+    StatementOutcome change(ChainedStatement statement, AfterChange after);
 
     SideConnection& m_side;
     std::unique_ptr<SideConnection> m_reading; // read-only readers: the second connection
@@ -94,6 +101,7 @@ private:
     bool m_onRow = false;
     qint64 m_rowsRead = 0;
     bool m_readCounted = false;
+    std::optional<StatementOutcome> m_fetchedAhead; // the next row's FETCH, sent with a change
 };
 
 } // namespace qormin::db

@@ -33,6 +33,15 @@ struct SeriesOutcome {
     bool cancelled = false;
 };
 
+// One statement of a chain (SideConnection::executeChain): its text and, when it has "?" markers,
+// the values bound to them as their target columns' SQL types.
+struct ChainedStatement {
+    QString sql;
+    ResultRetention retention = ResultRetention::AllResultSets;
+    std::vector<ColumnInfo> targets;
+    std::vector<QVariant> values;
+};
+
 // One side's server connection, owned by a worker thread of its own. Every call runs on that
 // thread while the calling thread waits in a local event loop, so the window keeps painting
 // and can cancel, yet callers read as plain sequential code. Jobs of one side run in order.
@@ -69,6 +78,15 @@ public:
     // Runs a statement with "?" markers, each bound as the SQL type of its target column.
     StatementOutcome executeWithParameters(const QString& sql, const std::vector<ColumnInfo>& targets,
                                            const std::vector<QVariant>& values);
+
+    // The statements in order as one job of the worker, each its own request read to its end: a
+    // loop's few dependent statements per row then cost the caller one wait instead of one each,
+    // which is what a loop pays most for on a busy machine. Stops after the first statement that
+    // fails and, with stopAtRow, after the first whose first result has a row. One outcome per
+    // statement run. While Script only collects changes each goes through execute() or
+    // executeWithParameters() alone instead.
+    std::vector<StatementOutcome> executeChain(const std::vector<ChainedStatement>& statements,
+                                               bool stopAtRow = false);
 
     // A statement prepared once on its own handle and executed per row; the id stays valid until
     // unprepare() or until the connection closes (then execution fails like a closed connection).

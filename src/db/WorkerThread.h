@@ -10,7 +10,7 @@
 
 namespace qormin::db {
 
-// Watches flag for up to time without sleeping (yielding the core). True once it is set. A
+// Watches flag for up to time without sleeping or giving the core away. True once it is set. A
 // thread that is about to be handed work within microseconds reacts faster this way than when
 // it has to be woken from sleep.
 bool watchBriefly(const std::atomic<bool>& flag, std::chrono::microseconds time);

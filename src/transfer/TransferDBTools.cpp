@@ -142,7 +142,7 @@ bool TransferDBTools::moveRow(db::RecordReader& reader, db::RecordWriter& writer
     }
     if (job.deleteAfterTransfer) {
         QString error;
-        if (!reader.deleteCurrentRow(&error)) {
+        if (!reader.deleteCurrentRow(&error, db::RecordReader::AfterChange::FetchNext)) {
             ++count.failed;
             showError(error);
             return false;

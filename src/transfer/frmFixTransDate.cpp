@@ -222,8 +222,22 @@ bool frmFixTransDate::repairRow(db::RecordReader& reader, db::SideConnection& si
     const QVariant itemId = reader.value(QStringLiteral("itemid"));
     const QVariant refNum = reader.value(QStringLiteral("refnum"));
     const TransDateKeys keys = TransDateKeys::of(idNum, refNum, revenueId, itemId);
+    // The look-ups up to the first that finds a date go to the side as one job: one wait per row
+    // rather than one per query.
+    std::vector<db::ChainedStatement> lookups;
+    lookups.push_back({Statements::methodQuery(Statements::backupMethod, m_src->text(), keys),
+                       db::ResultRetention::FirstResultSet,
+                       {},
+                       {}});
+    for (int method = Statements::firstOtherMethod; method <= Statements::lastOtherMethod; ++method) {
+        lookups.push_back({Statements::methodQuery(method, m_src->text(), keys),
+                           db::ResultRetention::FirstResultSet,
+                           {},
+                           {}});
+    }
+    const std::vector<db::StatementOutcome> outcomes = side.executeChain(lookups, true);
     QVariant date;
-    if (!findDate(side, Statements::methodQuery(Statements::backupMethod, m_src->text(), keys), date)) {
+    if (!dateOf(outcomes.front(), date)) {
         return false;
     }
     if (date.isValid()) {
@@ -231,11 +245,12 @@ bool frmFixTransDate::repairRow(db::RecordReader& reader, db::SideConnection& si
         return saveDate(reader, date, Statements::backupMethod);
     }
     WriteLog(Statements::notFoundInBackup, true);
-    for (int method = Statements::firstOtherMethod; method <= Statements::lastOtherMethod; ++method) {
-        if (!findDate(side, Statements::methodQuery(method, m_src->text(), keys), date)) {
+    for (size_t index = 1; index < outcomes.size(); ++index) {
+        if (!dateOf(outcomes[index], date)) {
             return false;
         }
         if (date.isValid()) {
+            const int method = Statements::firstOtherMethod + static_cast<int>(index) - 1;
             WriteLog(Statements::foundLine(method, date), true);
             return saveDate(reader, date, method);
         }
@@ -247,8 +262,7 @@ bool frmFixTransDate::repairRow(db::RecordReader& reader, db::SideConnection& si
 }
 
 // False when the query failed (the run ends); date is invalid when no row came back.
-bool frmFixTransDate::findDate(db::SideConnection& side, const QString& query, QVariant& date) {
-    const db::StatementOutcome outcome = side.execute(query, db::ResultRetention::FirstResultSet);
+bool frmFixTransDate::dateOf(const db::StatementOutcome& outcome, QVariant& date) {
     if (!outcome.succeeded) {
         m_error = outcome.errorDescription;
         return false;
@@ -262,8 +276,10 @@ bool frmFixTransDate::findDate(db::SideConnection& side, const QString& query, Q
 }
 
 bool frmFixTransDate::saveDate(db::RecordReader& reader, const QVariant& date, int method) {
+    // Every row is followed by the next: the repair has no stop.
     return reader.updateCurrentRow({QStringLiteral("TransDate"), QStringLiteral("TransDateFixed")},
-                                   {date, QVariant(method)}, &m_error);
+                                   {date, QVariant(method)}, &m_error,
+                                   db::RecordReader::AfterChange::FetchNext);
 }
 
 void frmFixTransDate::endRun(const QString& error) {

@@ -13,6 +13,7 @@ namespace qormin::db {
 class RecordReader;
 class ServerAccess;
 class SideConnection;
+struct StatementOutcome;
 } // namespace qormin::db
 
 namespace qormin::platform {
@@ -52,7 +53,7 @@ private:
     void addFixedColumns(db::SideConnection& side);
     void showRowCount(db::SideConnection& side);
     bool repairRow(db::RecordReader& reader, db::SideConnection& side);
-    bool findDate(db::SideConnection& side, const QString& query, QVariant& date);
+    bool dateOf(const db::StatementOutcome& outcome, QVariant& date);
     bool saveDate(db::RecordReader& reader, const QVariant& date, int method);
     void endRun(const QString& error);
 

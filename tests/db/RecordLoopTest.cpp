@@ -159,6 +159,51 @@ TEST_F(RecordLoopTest, updatableReaderChangesTheCurrentRowWithTypedParameters) {
     EXPECT_EQ(fetches[0].text, QStringLiteral("FETCH NEXT FROM qormin_cursor_1"));
 }
 
+// A change that also fetches the next row must leave the loop's statements exactly as they were:
+// the same rows visited once each, in the same order of statements.
+class ChangeThenFetchTest : public RecordLoopTest,
+                            public ::testing::WithParamInterface<RecordReader::AfterChange> {};
+
+TEST_P(ChangeThenFetchTest, sendsTheStatementsOfOneChangeAtATime) {
+    const RecordReader::AfterChange after = GetParam();
+    RecordReader reader(side(), QStringLiteral("Patients"), RecordReader::Mode::Updatable);
+    ASSERT_TRUE(reader.open());
+    QStringList visited;
+    while (reader.next()) {
+        visited.append(reader.value(0).toString());
+        if (visited.size() == 1) {
+            ASSERT_TRUE(reader.updateCurrentRow({QStringLiteral("FirstName")}, {QStringLiteral("Ann")},
+                                                nullptr, after));
+        } else if (visited.size() == 2) {
+            ASSERT_TRUE(reader.deleteCurrentRow(nullptr, after));
+        } else {
+            ASSERT_TRUE(reader.updateCurrentRow({QStringLiteral("LastName")}, {QStringLiteral("Lee")},
+                                                nullptr, after));
+        }
+    }
+    reader.close();
+    EXPECT_EQ(visited, (QStringList{QStringLiteral("1"), QStringLiteral("2"), QStringLiteral("3")}));
+    QStringList sent;
+    for (const auto& entry : m_server->requests()) {
+        sent.append(entry.text.section(QLatin1Char(' '), 0, 1) +
+                    (entry.parameters.isEmpty()
+                         ? QString()
+                         : QStringLiteral(" ") +
+                               entry.parameters[0].toObject().value(QLatin1String("value")).toString()));
+    }
+    EXPECT_EQ(sent.mid(sent.indexOf(QStringLiteral("DECLARE qormin_cursor_1"))),
+              (QStringList{QStringLiteral("DECLARE qormin_cursor_1"), QStringLiteral("FETCH NEXT"),
+                           QStringLiteral("UPDATE Patients Ann"), QStringLiteral("FETCH NEXT"),
+                           QStringLiteral("DELETE FROM"), QStringLiteral("FETCH NEXT"),
+                           QStringLiteral("UPDATE Patients Lee"), QStringLiteral("FETCH NEXT"),
+                           QStringLiteral("CLOSE qormin_cursor_1\r\nDEALLOCATE")}));
+    EXPECT_EQ(m_access->tally().failed, 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(BothWays, ChangeThenFetchTest,
+                         ::testing::Values(RecordReader::AfterChange::StayOnRow,
+                                           RecordReader::AfterChange::FetchNext));
+
 struct InsertCase {
     const char* column;
     QVariant value;
