@@ -2,10 +2,13 @@
 #include "db/DriverLocator.h"
 
 #include "QStringPrinter.h"
+#include "RowName.h"
 
 #include <gtest/gtest.h>
 
 namespace {
+
+using qormin::test::PrintTo;
 
 using qormin::db::buildConnectionString;
 using qormin::db::translateConnectionString;
@@ -81,7 +84,7 @@ const TranslationCase translationCases[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Cases, ConnectionTranslationTest, ::testing::ValuesIn(translationCases),
-                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
+                         qormin::test::RowName());
 
 // What is shown of a connection string keeps everything but the password's value, however the
 // string spells or quotes it.

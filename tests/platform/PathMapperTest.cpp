@@ -1,8 +1,11 @@
 #include "platform/PathMapper.h"
+#include "RowName.h"
 
 #include <gtest/gtest.h>
 
 namespace {
+
+using qormin::test::PrintTo;
 
 using qormin::platform::PathMapper;
 
@@ -46,7 +49,7 @@ const MappingCase mappingCases[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Cases, PosixPathMappingTest, testing::ValuesIn(mappingCases),
-                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
+                         qormin::test::RowName());
 
 TEST(PathMapperTest, windowsUsesTextsAsTheyStand) {
     PathMapper mapper(PathMapper::Platform::Windows, QString(), QString());
