@@ -44,7 +44,7 @@ build_suites() {
 # a test fails twice: a failure that does not come back when the test runs alone is a test that
 # depends on the machine's load, reported on standard error, not a fault found.
 run_suites() {
-    local suite binary output test
+    local suite binary output status failed test
     for suite in "$@"; do
         binary=$(find "$build/tests" -type f -name "$suite" -perm -u+x | head -n 1)
         if [[ -z $binary ]]; then
@@ -52,8 +52,15 @@ run_suites() {
             return 2
         fi
         output=$(timeout 900 "$binary" --gtest_brief=1 2>&1)
-        [[ $? -eq 124 ]] && echo "$suite: timed out" && return 1
-        for test in $(grep -o '^\[  FAILED  \] [^ ,]*' <<<"$output" | cut -c14- | sort -u); do
+        status=$?
+        [[ $status -eq 124 ]] && echo "$suite: timed out" && return 1
+        failed=$(grep -o '^\[  FAILED  \] [^ ,]*' <<<"$output" | cut -c14- | sort -u)
+        # a suite that ends without naming a failed test crashed (an assertion, a sanitizer)
+        if [[ $status -ne 0 && -z $failed ]]; then
+            echo "$suite: crashed (exit status $status)"
+            return 1
+        fi
+        for test in $failed; do
             if timeout 300 "$binary" --gtest_brief=1 --gtest_filter="$test" >/dev/null 2>&1; then
                 echo "mutation-check: $suite: $test failed once and passed alone" >&2
             else
