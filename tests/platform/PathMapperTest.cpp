@@ -38,6 +38,7 @@ const MappingCase mappingCases[] = {
     {"shareUnderChosenMountRootKeepsCase", "\\\\SQLMAIN\\Backup\\MIR", "/mnt/smb",
      "/mnt/smb/SQLMAIN/Backup/MIR"},
     {"serverWithoutShareCannotResolve", "\\\\sqlmain", "", ""},
+    {"shareWithoutServerCannotResolve", "\\\\\\backup", "", ""},
     {"serverWithEmptyShareCannotResolve", "\\\\sqlmain\\", "", ""},
     {"driveLetterToLinkFolder", "X:\\MIR\\", "", "/home/dba/.local/share/QORMIN DB Tools/drives/x/MIR/"},
     {"lowerCaseDriveLetter", "y:\\backup", "", "/home/dba/.local/share/QORMIN DB Tools/drives/y/backup"},
