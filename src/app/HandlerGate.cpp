@@ -93,10 +93,7 @@ HandlerGate::HandlerGate(QWidget& mainWindow, QLabel& statusLine)
         connect(dispatcher, &QAbstractEventDispatcher::aboutToBlock, this, &HandlerGate::loopAboutToBlock);
 }
 
-HandlerGate::~HandlerGate() {
-    if (m_cursorWaiting)
-        QApplication::restoreOverrideCursor();
-}
+HandlerGate::~HandlerGate() = default;
 
 void HandlerGate::addWindow(QWidget* window) {
     m_windows.emplace_back(window);
@@ -231,13 +228,12 @@ void HandlerGate::updateStatus() {
 
 void HandlerGate::updateCursor() {
     const bool waiting = m_statementBusy || m_showing;
-    if (waiting == m_cursorWaiting)
+    if (waiting == m_waitCursor.has_value())
         return;
-    m_cursorWaiting = waiting;
     if (waiting)
-        QApplication::setOverrideCursor(Qt::WaitCursor);
+        m_waitCursor.emplace(Qt::WaitCursor);
     else
-        QApplication::restoreOverrideCursor();
+        m_waitCursor.reset();
 }
 
 HandlerGate::Run::Run(HandlerGate& gate, const QString& label, const QWidget* control) : m_gate(gate) {

@@ -1,10 +1,13 @@
 #pragma once
 
+#include "platform/OverrideCursor.h"
+
 #include <QElapsedTimer>
 #include <QObject>
 #include <QPointer>
 #include <QString>
 #include <functional>
+#include <optional>
 #include <vector>
 
 class QLabel;
@@ -99,7 +102,7 @@ private:
     QPointer<QWidget> m_runningWindow;
     QElapsedTimer m_since;
     bool m_statementBusy = false;
-    bool m_cursorWaiting = false;
+    std::optional<platform::OverrideCursor> m_waitCursor;
 };
 
 } // namespace qormin::app

@@ -99,7 +99,7 @@ void BatchResultReader::absorb(short rc) {
     m_lastCallHadDiagnostics = !diagnostics.empty();
     QString lostConnectionText;
     for (const auto& diagnostic : diagnostics) {
-        if (diagnostic.sqlState == QLatin1String("HY008") || diagnostic.sqlState == QLatin1String("HYT00")) {
+        if (diagnostic.isCancel()) {
             m_outcome.cancelled = true;
         }
         ServerMessage message = diagnostic.toServerMessage();

@@ -19,6 +19,8 @@ struct OdbcDiagnostic {
     qint64 rowNumber = 0; // of a statement run for several rows at once: the row (from 1); 0 unknown
 
     bool isInformational() const { return sqlState.startsWith(QLatin1String("01")); }
+    // A statement ended by Cancel (HY008) or by its own time limit (HYT00).
+    bool isCancel() const { return sqlState == QLatin1String("HY008") || sqlState == QLatin1String("HYT00"); }
     bool isCommunicationFailure() const;
     ServerMessage toServerMessage() const;
 };

@@ -1,8 +1,11 @@
 #include "platform/WidgetMessageBoxService.h"
 
+#include "platform/OverrideCursor.h"
+
 #include <QApplication>
 #include <QFileDialog>
 #include <QMessageBox>
+#include <optional>
 
 namespace qormin::platform {
 
@@ -58,13 +61,10 @@ MessageBoxAnswer WidgetMessageBoxService::MsgBox(const QString& text, MessageBox
                     standardButtons(buttons), m_parent);
     box.setDefaultButton(standardButton(defaultAnswer(buttons)));
     // A box raised while a handler shows the hourglass must still get a normal pointer.
-    const bool busy = QApplication::overrideCursor() != nullptr;
-    if (busy)
-        QApplication::setOverrideCursor(Qt::ArrowCursor);
-    const int button = box.exec();
-    if (busy)
-        QApplication::restoreOverrideCursor();
-    return answerOf(button);
+    std::optional<OverrideCursor> arrow;
+    if (QApplication::overrideCursor() != nullptr)
+        arrow.emplace(Qt::ArrowCursor);
+    return answerOf(box.exec());
 }
 
 QString WidgetMessageBoxService::saveFileName(const QString& caption, const QString& suggestedName,

@@ -5,6 +5,7 @@
 #include "anonymize/AnonymizePage.h"
 #include "anonymize/AnonymizeStatements.h"
 
+#include "RowName.h"
 #include "db/ServerAccess.h"
 
 #include <QCheckBox>
@@ -15,6 +16,8 @@
 #include <map>
 
 namespace {
+
+using qormin::test::PrintTo;
 
 using qormin::anonymize::AnonymizePage;
 using qormin::test::SimTestServer;
@@ -229,8 +232,7 @@ const FastCase fastCases[] = {
      "Missing..tbGone LastName FirstName\\r\\nBilling..tbCashPatient LastName FirstName", false, 2, 1},
 };
 
-INSTANTIATE_TEST_SUITE_P(Lines, FastRunTest, testing::ValuesIn(fastCases),
-                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
+INSTANTIATE_TEST_SUITE_P(Lines, FastRunTest, testing::ValuesIn(fastCases), qormin::test::RowName());
 
 // Indexes run to 998 whatever the list holds: a 500-name list leaves about half the names empty.
 TEST_F(AnonymizeRunTest, fastRunWithA500NameListWritesEmptyNamesForAboutHalf) {
@@ -279,8 +281,8 @@ struct NameCase {
     const char* sent;        // FirstName as the UPDATE set it; nullptr: refused
 };
 
-void PrintTo(const NameCase& c, std::ostream* out) {
-    *out << c.name;
+std::string_view label(const NameCase& row) {
+    return row.name;
 }
 
 class NameMatrixTest : public AnonymizeRunTest, public ::testing::WithParamInterface<NameCase> {};
@@ -321,8 +323,7 @@ const NameCase nameCases[] = {
     {"completeCutBeforeAnEmoji", "tbShort", "cmdAnonymizeComplete", "Zo😀", "Zo"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Names, NameMatrixTest, testing::ValuesIn(nameCases),
-                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
+INSTANTIATE_TEST_SUITE_P(Names, NameMatrixTest, testing::ValuesIn(nameCases), qormin::test::RowName());
 
 TEST_F(AnonymizeRunTest, answeringNoOrLackingASecretChangesNothing) {
     const auto refused =
@@ -358,6 +359,6 @@ TEST_P(StopMidRunTest, endsTheRunAtTheNextRecord) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Runs, StopMidRunTest, ::testing::Values("cmdAnonymize", "cmdAnonymizeComplete"),
-                         [](const auto& test) { return std::string(test.param); });
+                         qormin::test::RowName());
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "QStringPrinter.h"
 
+#include "RowName.h"
 #include "anonymize/AnonymizeStatements.h"
 #include "anonymize/NameMapping.h"
 #include "anonymize/modNames.h"
@@ -9,6 +10,8 @@
 #include <gtest/gtest.h>
 
 namespace {
+
+using qormin::test::PrintTo;
 
 namespace Statements = qormin::anonymize::AnonymizeStatements;
 using qormin::anonymize::NameMapping;
@@ -46,20 +49,53 @@ const TextCase textCases[] = {
      "SELECT COUNT(*) FROM B..t WHERE [LastName] IN (N'A', N'B') OR [FirstName] IN (N'A', N'B')"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Texts, TextTest, testing::ValuesIn(textCases),
-                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
+INSTANTIATE_TEST_SUITE_P(Texts, TextTest, testing::ValuesIn(textCases), qormin::test::RowName());
 
 TEST(DefaultTablesTest, areTheFortyLinesInOrder) {
-    const QStringList lines = Statements::defaultTables().split(QStringLiteral("\r\n"));
-    ASSERT_EQ(lines.size(), 40);
-    EXPECT_EQ(lines[0], QStringLiteral("[Patient_Data].[dbo].[tbmaster] LastName FirstName MiddleName"));
-    EXPECT_EQ(lines[1], QStringLiteral("[Patient_Data].[dbo].[tbmaster2] Mother Father"));
-    EXPECT_EQ(lines[16],
-              QStringLiteral("Patient_data..tbMedRecLog OrigLastName OrigFirstName OrigMiddleName"));
-    EXPECT_EQ(lines[17], QStringLiteral("Patient_data..tbMedRecLog NewLastName NewFirstName NewMiddleName"));
-    EXPECT_EQ(lines[19], QStringLiteral("Medicare..tbMedPatient LastName"));
-    EXPECT_EQ(lines[37], QStringLiteral("DICOM..PatientTable Name_Last Name_First"));
-    EXPECT_EQ(lines[39], QStringLiteral("payroll..tbcmaster LastName FirstName MiddleName"));
+    const char* const expected[] = {"[Patient_Data].[dbo].[tbmaster] LastName FirstName MiddleName",
+                                    "[Patient_Data].[dbo].[tbmaster2] Mother Father",
+                                    "Patient_data..Missing_Names LastName FirstName MiddleName",
+                                    "Patient_data..tbAdmContact LastName FirstName MiddleName",
+                                    "Patient_data..tbAdmDataSheet LastName FirstName MiddleName",
+                                    "Patient_data..tbAdmDischarge LastName FirstName MiddleName",
+                                    "Patient_data..tbAdmWaitingList LastName FirstName MiddleName",
+                                    "Patient_data..tbAdmWatcherMaster LastName FirstName MiddleName",
+                                    "Patient_data..tbMaster3 LastName FirstName MiddleName",
+                                    "Patient_data..tbMedRecCertificate LastName FirstName MiddleName",
+                                    "Patient_data..tbMedrecBirthRegister LastName FirstName MiddleName",
+                                    "Patient_data..tbMedrecDischargeRegister LastName FirstName MiddleName",
+                                    "Patient_data..tbMedrecDiseaseIndex LastName FirstName MiddleName",
+                                    "Patient_data..tbMedrecDoctorIndex LastName FirstName MiddleName",
+                                    "Patient_data..tbMedrecIncomplete LastName FirstName MiddleName",
+                                    "Patient_data..tbPastMaster LastName FirstName MiddleName",
+                                    "Patient_data..tbMedRecLog OrigLastName OrigFirstName OrigMiddleName",
+                                    "Patient_data..tbMedRecLog NewLastName NewFirstName NewMiddleName",
+                                    "Patient_data..tbMedrecProcedureIndex LastName FirstName MiddleName",
+                                    "Medicare..tbMedPatient LastName",
+                                    "Medicare..tbMedMember LastName",
+                                    "Billing..tbBillPasswordList LastName FirstName MiddleName",
+                                    "Billing..tbBillProcCert LastName FirstName MiddleName",
+                                    "Billing..tbCashDocRefundstoBank LastName FirstName MiddleName",
+                                    "Billing..tbCashPatient LastName FirstName MiddleName",
+                                    "Billing..tbParsCoMakers LastName FirstName MiddleName",
+                                    "Build_File..tbCoDoctor LastName FirstName MiddleName",
+                                    "Build_File..tbCoMedTech LastName FirstName MiddleName",
+                                    "Radiology..tbOBFileNum LastName FirstName MiddleName",
+                                    "Accounting..tbBIRRegistration LastName FirstName MiddleName",
+                                    "Accounting..VEND LastName FirstName MiddleName",
+                                    "Register..tbPhysicalExamination LastName FirstName MiddleName",
+                                    "Prepaid..tbPrepaidCharges LastName FirstName MiddleName",
+                                    "Reports..PatientData LastName FirstName MiddleName",
+                                    "BloodDonation..AutologousDonor Name LastName",
+                                    "BloodDonation..Donor Name LastName",
+                                    "BloodDonation..Phlebotomy Name LastName",
+                                    "DICOM..PatientTable Name_Last Name_First",
+                                    "payroll..tbpmaster LastName FirstName MiddleName",
+                                    "payroll..tbcmaster LastName FirstName MiddleName"};
+    QStringList lines;
+    for (const char* line : expected)
+        lines << QString::fromLatin1(line);
+    EXPECT_EQ(Statements::defaultTables().split(QStringLiteral("\r\n")), lines);
 }
 
 TEST(NameListTest, excludesOnlyANameFollowedByCrLfAndCutsListsAtEachCrLf) {

@@ -1,5 +1,6 @@
 #include "WindowHarness.h"
 
+#include "RowName.h"
 #include "anonymize/ConfigAnonymizePage.h"
 #include "controls/FlexGrid.h"
 #include "controls/ctlSaveLoadFile.h"
@@ -10,6 +11,8 @@
 #include <gtest/gtest.h>
 
 namespace {
+
+using qormin::test::PrintTo;
 
 using qormin::anonymize::ConfigAnonymizePage;
 using qormin::test::WindowHarness;
@@ -80,8 +83,7 @@ const ConfigureCase configureCases[] = {
     {"configAnonymizePageHook", "page 9\n"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Ways, ConfigureTest, testing::ValuesIn(configureCases),
-                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
+INSTANTIATE_TEST_SUITE_P(Ways, ConfigureTest, testing::ValuesIn(configureCases), qormin::test::RowName());
 
 TEST_F(ConfigAnonymizePageTest, anonymizePageBindsTheTableListOnce) {
     writeFile("AnonymizeTables.txt", "Billing..tbCashPatient LastName\r\n");
@@ -131,8 +133,7 @@ const GridClickCase gridClickCases[] = {
     {"savedAddsExactlyOneLine", true, 1, "Lab..tbResults\\r\\nBilling..tbCashPatient\\r\\n", true},
 };
 
-INSTANTIATE_TEST_SUITE_P(Clicks, GridClickTest, testing::ValuesIn(gridClickCases),
-                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
+INSTANTIATE_TEST_SUITE_P(Clicks, GridClickTest, testing::ValuesIn(gridClickCases), qormin::test::RowName());
 
 struct NameCase {
     const char* name;
@@ -159,7 +160,6 @@ const NameCase nameCases[] = {
     {"saveBeforeBinding", "click ctlExclue.cmdSaveFile", "\"cmdSaveFile\" is disabled"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Names, PanelNameTest, testing::ValuesIn(nameCases),
-                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
+INSTANTIATE_TEST_SUITE_P(Names, PanelNameTest, testing::ValuesIn(nameCases), qormin::test::RowName());
 
 } // namespace

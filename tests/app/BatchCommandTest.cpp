@@ -1,8 +1,11 @@
 #include "app/batch/BatchCommand.h"
+#include "RowName.h"
 
 #include <gtest/gtest.h>
 
 namespace {
+
+using qormin::test::PrintTo;
 
 using qormin::app::BatchCommand;
 using qormin::app::parseBatchLine;
@@ -54,8 +57,7 @@ const LineCase lineCases[] = {
      "p:\\scripts\\withheld.sql", 0, -1},
 };
 
-INSTANTIATE_TEST_SUITE_P(Lines, BatchLineTest, testing::ValuesIn(lineCases),
-                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
+INSTANTIATE_TEST_SUITE_P(Lines, BatchLineTest, testing::ValuesIn(lineCases), qormin::test::RowName());
 
 struct MalformedCase {
     const char* name;
@@ -91,7 +93,7 @@ const MalformedCase malformedCases[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Lines, MalformedBatchLineTest, testing::ValuesIn(malformedCases),
-                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
+                         qormin::test::RowName());
 
 struct EscapeCase {
     const char* name;
@@ -118,7 +120,6 @@ const EscapeCase escapeCases[] = {
     {"plain", "Billing..tbCashPatient", "Billing..tbCashPatient"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Values, EscapedValueTest, testing::ValuesIn(escapeCases),
-                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
+INSTANTIATE_TEST_SUITE_P(Values, EscapedValueTest, testing::ValuesIn(escapeCases), qormin::test::RowName());
 
 } // namespace

@@ -1,4 +1,5 @@
 #include "QStringPrinter.h"
+#include "RowName.h"
 #include "WindowHarness.h"
 
 #include <QCheckBox>
@@ -7,6 +8,8 @@
 #include <gtest/gtest.h>
 
 namespace {
+
+using qormin::test::PrintTo;
 
 using qormin::test::WindowHarness;
 
@@ -116,7 +119,6 @@ const FailureCase failureCases[] = {
     {"afterCommentLines", "# one\n\n# two\nwait", 5, "one number", true},
 };
 
-INSTANTIATE_TEST_SUITE_P(Scripts, BatchFailureTest, testing::ValuesIn(failureCases),
-                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
+INSTANTIATE_TEST_SUITE_P(Scripts, BatchFailureTest, testing::ValuesIn(failureCases), qormin::test::RowName());
 
 } // namespace

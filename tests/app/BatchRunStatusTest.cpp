@@ -1,4 +1,5 @@
 #include "QStringPrinter.h"
+#include "RowName.h"
 #include "SimTestServer.h"
 #include "WindowHarness.h"
 
@@ -9,6 +10,8 @@
 namespace qormin::test {
 
 namespace {
+
+using qormin::test::PrintTo;
 
 // The header row's "name" and the database "Broken" cannot be backed up; Billing reports progress.
 const QByteArray scenario = R"json({
@@ -97,8 +100,7 @@ const StatusCase statusCases[] = {
      "sent 0, failed 0, withheld by Script only 0,", "exit status 2"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Runs, BatchExitStatusTest, testing::ValuesIn(statusCases),
-                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
+INSTANTIATE_TEST_SUITE_P(Runs, BatchExitStatusTest, testing::ValuesIn(statusCases), qormin::test::RowName());
 
 // Every log line and server message is on the output as it happens, with its side.
 TEST_F(BatchRunStatusTest, logLinesAndServerMessagesReachTheOutputInOrder) {

@@ -1,5 +1,6 @@
 #include "KeyringTestSession.h"
 #include "QStringPrinter.h"
+#include "RowName.h"
 #include "SimTestServer.h"
 #include "ToolRun.h"
 
@@ -13,6 +14,8 @@
 #include <gtest/gtest.h>
 
 namespace {
+
+using qormin::test::PrintTo;
 
 using qormin::test::KeyringTestSession;
 
@@ -167,6 +170,6 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         FallbackCase{"noSessionBus", false, "the credential store cannot be used (Could not connect"},
         FallbackCase{"busThatNeverAnswers", true, "the credential store did not answer within 10 s"}),
-    [](const auto& test) { return std::string(test.param.name); });
+    qormin::test::RowName());
 
 } // namespace

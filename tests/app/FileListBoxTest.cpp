@@ -1,5 +1,6 @@
 #include "controls/FileListBox.h"
 #include "QStringPrinter.h"
+#include "RowName.h"
 #include "platform/LocalFileSystemService.h"
 #include "platform/PathMapper.h"
 
@@ -9,6 +10,8 @@
 #include <gtest/gtest.h>
 
 namespace {
+
+using qormin::test::PrintTo;
 
 using qormin::controls::FileListBox;
 using qormin::platform::LocalFileSystemService;
@@ -47,6 +50,9 @@ struct PatternCase {
     const char* pattern;
     const char* expected; // names joined by "|"
 };
+std::string_view label(const PatternCase& row) {
+    return row.pattern;
+}
 
 class FileListPatternTest : public FileListBoxTest, public testing::WithParamInterface<PatternCase> {};
 
@@ -63,7 +69,8 @@ INSTANTIATE_TEST_SUITE_P(
                     PatternCase{"*.*", "accounting.BAK|Billing.bak|readme|Station.mdf|Station_log.bak"},
                     PatternCase{"*.mdf", "Station.mdf"},
                     PatternCase{"*.mdf;*.BAK", "accounting.BAK|Billing.bak|Station.mdf|Station_log.bak"},
-                    PatternCase{"*.ldf", ""}));
+                    PatternCase{"*.ldf", ""}),
+    qormin::test::IndexedRowName());
 
 TEST_F(FileListBoxTest, refreshShowsNewFilesAndKeepsTheSelection) {
     FileListBox list(files);

@@ -2,6 +2,7 @@
 #include "SimTestServer.h"
 #include "WindowHarness.h"
 
+#include "RowName.h"
 #include "app/LogView.h"
 #include "app/RunningWorkStopper.h"
 #include "controls/FileListBox.h"
@@ -31,6 +32,8 @@
 namespace qormin::test {
 
 namespace {
+
+using qormin::test::PrintTo;
 
 // "Hung" never backs up until cancelled; reading a backup's file list takes a while.
 const QByteArray scenario = R"json({
@@ -211,8 +214,7 @@ const PassCase passCases[] = {
      {"Billing"}},
 };
 
-INSTANTIATE_TEST_SUITE_P(Input, AllDatabasesPassTest, testing::ValuesIn(passCases),
-                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
+INSTANTIATE_TEST_SUITE_P(Input, AllDatabasesPassTest, testing::ValuesIn(passCases), qormin::test::RowName());
 
 struct CloseCase {
     const char* name;
@@ -265,7 +267,7 @@ const CloseCase closeCases[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Close, CloseWhileRunningTest, testing::ValuesIn(closeCases),
-                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
+                         qormin::test::RowName());
 
 // A handler that takes no notice of Cancel or STOP: after Yes the window waits for it no longer
 // than the stopper's limit, says so in the log and closes anyway.

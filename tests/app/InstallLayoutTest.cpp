@@ -1,5 +1,6 @@
 #include "QStringPrinter.h"
 
+#include "RowName.h"
 #include "app/InstallLayout.h"
 
 #include <QDir>
@@ -9,6 +10,8 @@
 #include <gtest/gtest.h>
 
 namespace {
+
+using qormin::test::PrintTo;
 
 namespace install = qormin::app::install;
 
@@ -69,7 +72,6 @@ TEST_P(InstallLayoutTest, findsTheCompanionsOfTheProgram) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Layouts, InstallLayoutTest, testing::ValuesIn(layoutCases),
-                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
+INSTANTIATE_TEST_SUITE_P(Layouts, InstallLayoutTest, testing::ValuesIn(layoutCases), qormin::test::RowName());
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "app/LogView.h"
 #include "QStringPrinter.h"
+#include "RowName.h"
 #include "WindowHarness.h"
 #include "app/LogModel.h"
 #include "db/LogBuffer.h"
@@ -15,6 +16,8 @@
 #include <gtest/gtest.h>
 
 namespace {
+
+using qormin::test::PrintTo;
 
 using qormin::app::LogModel;
 using qormin::app::LogView;
@@ -95,8 +98,7 @@ const ModelCase modelCases[] = {
      {"top", "typed", "c", "d"}},
 };
 
-INSTANTIATE_TEST_SUITE_P(Cases, LogModelTest, testing::ValuesIn(modelCases),
-                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
+INSTANTIATE_TEST_SUITE_P(Cases, LogModelTest, testing::ValuesIn(modelCases), qormin::test::RowName());
 
 class LogViewTest : public testing::Test {
 protected:

@@ -2,6 +2,7 @@
 #include "SimTestServer.h"
 #include "WindowHarness.h"
 
+#include "RowName.h"
 #include "db/LogBuffer.h"
 #include "db/ServerAccess.h"
 
@@ -18,6 +19,8 @@
 // source row goes without its copy.
 namespace qormin::test {
 namespace {
+
+using qormin::test::PrintTo;
 
 constexpr int left = 0;
 constexpr int right = 1;
@@ -89,6 +92,9 @@ struct FaultCase {
     const FaultPoint* point;
     int place;
 };
+std::string label(const FaultCase& row) {
+    return std::string(row.operation->name) + '_' + row.point->name + std::to_string(row.place);
+}
 
 // What a run left behind, for the operation's own checks.
 struct FaultRun {
@@ -293,11 +299,7 @@ TEST_P(LongOperationFaultTest, isReportedFailedAndTheSideServesTheNextStatement)
 }
 
 INSTANTIATE_TEST_SUITE_P(EveryPlace, LongOperationFaultTest, testing::ValuesIn(faultCases()),
-                         [](const auto& test) {
-                             const FaultCase& fault = test.param;
-                             return std::string(fault.operation->name) + '_' + fault.point->name +
-                                    std::to_string(fault.place);
-                         });
+                         qormin::test::RowName());
 
 } // namespace
 } // namespace qormin::test

@@ -1,8 +1,11 @@
 #include "app/MainWindowStatements.h"
+#include "RowName.h"
 
 #include <gtest/gtest.h>
 
 namespace {
+
+using qormin::test::PrintTo;
 
 namespace Statements = qormin::app::MainWindowStatements;
 
@@ -40,6 +43,6 @@ const StatementCase statementCases[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Statements, MainWindowStatementsTest, testing::ValuesIn(statementCases),
-                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
+                         qormin::test::RowName());
 
 } // namespace

@@ -1,8 +1,11 @@
 #include "app/SettingsTable.h"
+#include "RowName.h"
 
 #include <gtest/gtest.h>
 
 namespace {
+
+using qormin::test::PrintTo;
 
 using namespace qormin::app;
 
@@ -13,6 +16,9 @@ struct AddressCase {
     SettingAddress read;
     const char* startupDefault;
 };
+std::string label(const AddressCase& row) {
+    return row.control + (row.index >= 0 ? std::to_string(row.index) : "");
+}
 
 class SettingsTableTest : public testing::TestWithParam<AddressCase> {};
 
@@ -36,10 +42,7 @@ const AddressCase addressCases[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Controls, SettingsTableTest, testing::ValuesIn(addressCases),
-                         [](const auto& testInfo) {
-                             return std::string(testInfo.param.control) +
-                                    (testInfo.param.index >= 0 ? std::to_string(testInfo.param.index) : "");
-                         });
+                         qormin::test::RowName());
 
 // A password address missing here would be written into the settings file in plain text.
 TEST(SettingsTableTest, everyPasswordBoxIsKeptAsASecret) {

@@ -6,6 +6,7 @@
 #include "db/ServerAccess.h"
 #include "platform/SettingsStore.h"
 
+#include "RowName.h"
 #include "platform/LocalFileSystemService.h"
 #include "platform/PathMapper.h"
 
@@ -20,6 +21,8 @@
 
 namespace {
 
+using qormin::test::PrintTo;
+
 using qormin::test::WindowHarness;
 
 QString textOf(qormin::app::frmMain& window, const char* name) {
@@ -32,6 +35,20 @@ void touch(const QString& path) {
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
 }
 
+// The text shown for a name as batch mode spells it: "frmX" is that window's title, "frmX.name"
+// a control of it, a plain name a control of the main window.
+QString caption(qormin::app::frmMain& main, const QString& name) {
+    const QString window =
+        name.contains(u'.') || name.startsWith(QLatin1String("frm")) ? name.section(u'.', 0, 0) : QString();
+    QWidget* top = window.isEmpty() ? &main : main.findWindow(window);
+    if (top == nullptr || name == window)
+        return top == nullptr ? QStringLiteral("<no window>") : top->windowTitle();
+    for (QWidget* widget : top->findChildren<QWidget*>(name.section(u'.', -1)))
+        if (widget->window() == top)
+            return widget->property("text").toString();
+    return QStringLiteral("<no control>");
+}
+
 struct FieldCase {
     const char* control;
     const char* firstRun; // shown on an empty settings file
@@ -39,6 +56,9 @@ struct FieldCase {
     const char* key;
     const char* afterRestart; // nullptr: not restarted (a stored password connects at start-up)
 };
+std::string_view label(const FieldCase& row) {
+    return row.control;
+}
 
 class FieldTest : public testing::TestWithParam<FieldCase> {};
 
@@ -85,10 +105,7 @@ const FieldCase fieldCases[] = {
     {"txtCertificateHost(0)", "", "MAIN", "txtCertificateHost0", typed},
 };
 
-INSTANTIATE_TEST_SUITE_P(Fields, FieldTest, testing::ValuesIn(fieldCases), [](const auto& testInfo) {
-    QString name = QString::fromLatin1(testInfo.param.control);
-    return name.remove(u'(').remove(u')').toStdString();
-});
+INSTANTIATE_TEST_SUITE_P(Fields, FieldTest, testing::ValuesIn(fieldCases), qormin::test::RowName());
 
 // The Options page's encryption reaches the connections before start-up connects anything.
 TEST(StartupTest, encryptionChosenOnTheOptionsPageGovernsTheSideFromTheNextStart) {
@@ -247,6 +264,59 @@ TEST(StartupTest, hungBackupFolderLeavesTheWindowWorkingAndIsNamedInTheStatusBar
     EXPECT_TRUE(QTest::qWaitFor([&] { return status->text().isEmpty(); }, 20000))
         << status->text().toStdString();
     EXPECT_EQ(window.FileB()->ListCount(), 2);
+}
+
+// Every caption, and the first-run texts of the transfer and repair windows, as the tool has always
+// shown them ("name=text|...", names as batch mode spells them).
+TEST(StartupTest, captionsAndFirstRunTextsAreTheToolsOwn) {
+    WindowHarness harness;
+    harness.load();
+    ASSERT_EQ(harness
+                  .runBatch(QStringLiteral("open frmTransferDB\nopen frmHistorical\nopen frmMigrateData\n"
+                                           "open frmFixTransDate\n"))
+                  .exitCode,
+              0);
+    const char* const captions[] = {
+        "cmdBackup(0)=Backup|cmdBackup(1)=Backup|cmdFullRecovery(0)=Full Recovery Mode|"
+        "cmdMakeSimple=Make Simple|Command1=single user|Command2=multi user|chkALL=ALL DBS|"
+        "chkLogOnly=Log Only|chkStop=STOP|cmdRestore(0)=Restore|cmdRestore(1)=Restore|"
+        "cmdRestoreFileList(0)=Restore File list|cmdRestoreMain=Restore ALL to Main|"
+        "cmdRestoretoMain=Restore ALL to Main|cmdRename=Rename bak files (remove date)|"
+        "cmdRenameDir=Rename bak files (remove date)|cmdSetPartner(0)=Set Partner ->|"
+        "cmdSetPartner(1)=<- Set Partner|cmdMakeOnline(0)=Make Online / fix|"
+        "cmdMakeOnline(1)=Make Online (partner off)|cmdMirrorAll(0)=Mirror All from 1|"
+        "cmdMirrorAll(1)=Mirror All from 2|cmdCopyCert(0)=CopyCert|cmdCopyCert(2)=CopyCert|"
+        "cmdRunScript(0)=RunScript both servers|cmdRunScript(1)=RunScript svr1|"
+        "cmdRunScript(2)=RunScript svr2|cmdRunScript(3)=RunScript svr1|cmdRunScript(4)=Restart Mirroring|"
+        "cmdAttachAll=Attach All (right)|cmdDetachAll=Detach All (right)|cmdDrop(1)=DropDB|"
+        "cmdDropAll(0)=Drop ALL|cmdCopy(0)=Copy ->|cmdDropDir=Drop Dir|"
+        "cmdCopyTables=Copy table by record|cmdCopyTablesDB2=Copy Structure to DBname_2|"
+        "cmdDropTableDB2=Drop table DBname_2|cmdCloneTable=Clone Table Records|cmdCopyInto=Copy Into|"
+        "cmdTruncate=Truncate|cmdCheckTables=Check|cmdCopytoNEW=Copy to _NEW2|"
+        "cmdCopybyRecID=Copy records to database 1|cmdInit=Configure|cmdInitAnonymize=Init|"
+        "cmdDefault=Default tables|cmdGetTables=Get Tables|cmdSampleData=Sample Data|"
+        "cmdTest(0)=Create Table|cmdTest(1)=Test ADD   <3s|cmdTest(2)=Test Delete|"
+        "cmdTest(3)=Test Read  <2s",
+        "frmTransferDB=Transfer DB|frmTransferDB.chkDelete=Delete after transfer|"
+        "frmTransferDB.chkAllTables=All Tables|frmTransferDB.cmdDefault=default|"
+        "frmTransferDB.cmdSelect=Query|frmTransferDB.cmdTransfer=Transfer Data|"
+        "frmTransferDB.cmdDeleteData=Delete Data|frmTransferDB.cmdCreateTable=Create Table|"
+        "frmTransferDB.cmdDeleteDestTable=Delete Dest Table|frmTransferDB.cmdCreateIndex=Create Index|"
+        "frmTransferDB.cmdSyncStructure=Sync Structure|frmTransferDB.txtStartDate=1/1/2020|"
+        "frmTransferDB.txtEndDate=12/31/2020|frmTransferDB.txtYears=|frmTransferDB.txtRecsAtATime=1000|"
+        "frmTransferDB.txtToDatabase=Patient_Files_2020|frmTransferDB.txtWHERE=DocType = 'PHIC Docs'",
+        "frmHistorical=Transfer to History|frmHistorical.chkAllTables=All Tables",
+        "frmMigrateData.cmdStart=Start|frmMigrateData.cmdStop=Stop|frmMigrateData.cmdSkipTable=SkipTable|"
+        "frmMigrateData.chkSimulate=Simulate|frmMigrateData.chkTop20=20 Records",
+        "frmFixTransDate=Fix Trans Date|frmFixTransDate.txtSrc=Billing..tbBillDailyBill|"
+        "frmFixTransDate.txtDest=Billing..tbBillDailyBill|"
+        "frmFixTransDate.txtWhere=TransDate = '2020-07-17 09:02:18.000'|"
+        "frmFixTransDate.Option1=Step 1 (from backup)|"
+        "frmFixTransDate.Option2=Step 2  (from other tables)|frmFixTransDate.cmdStop=Stop"};
+    for (const char* group : captions)
+        for (const QString& row : QString::fromLatin1(group).split(u'|'))
+            EXPECT_EQ(caption(harness.window(), row.section(u'=', 0, 0)), row.section(u'=', 1))
+                << row.toStdString();
 }
 
 } // namespace

@@ -1,10 +1,13 @@
 #include "controls/SaveLoadFileText.h"
+#include "RowName.h"
 
 #include <QFile>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 namespace {
+
+using qormin::test::PrintTo;
 
 using qormin::controls::SaveLoadFileText;
 using Encoding = SaveLoadFileText::Encoding;
@@ -30,8 +33,8 @@ struct FileCase {
     Encoding encoding;
 };
 
-void PrintTo(const FileCase& c, std::ostream* out) {
-    *out << c.name;
+std::string_view label(const FileCase& row) {
+    return row.name;
 }
 
 class FileTextReadTest : public SaveLoadFileTextTest, public ::testing::WithParamInterface<FileCase> {};
@@ -55,7 +58,7 @@ INSTANTIATE_TEST_SUITE_P(
         FileCase{"utf8WithByteOrderMark", "\xef\xbb\xbfx", QStringLiteral("\ufeffx"), Encoding::Utf8},
         FileCase{"invalidUtf8IsLatin1", "M\xfcller\r\n", QStringLiteral("M\u00fcller\r\n"), Encoding::Latin1},
         FileCase{"cutUtf8SequenceIsLatin1", "ab\xc3", QStringLiteral("ab\u00c3"), Encoding::Latin1}),
-    [](const auto& caseInfo) { return std::string(caseInfo.param.name); });
+    qormin::test::RowName());
 
 TEST_F(SaveLoadFileTextTest, latin1TextThatGainsOtherCharactersIsSavedAsUtf8) {
 #ifdef Q_OS_WIN

@@ -1,4 +1,5 @@
 #include "controls/ctlSaveLoadFile.h"
+#include "RowName.h"
 #include "platform/MessageBoxService.h"
 
 #include <QDir>
@@ -11,6 +12,8 @@
 #include <optional>
 
 namespace {
+
+using qormin::test::PrintTo;
 
 using qormin::controls::ctlSaveLoadFile;
 using qormin::platform::MessageBoxAnswer;
@@ -81,7 +84,7 @@ const RoundTripCase roundTripCases[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Files, PanelRoundTripTest, testing::ValuesIn(roundTripCases),
-                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
+                         qormin::test::RowName());
 
 struct EditCase {
     const char* name;
@@ -112,8 +115,7 @@ const EditCase editCases[] = {
     {"latin1FileStaysLatin1", QByteArray("Caf\xe9..t\xa0x\r\n"), "y..z\r\n", "Caf\xe9..t\xa0x\r\ny..z\r\n"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Edits, PanelEditTest, testing::ValuesIn(editCases),
-                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
+INSTANTIATE_TEST_SUITE_P(Edits, PanelEditTest, testing::ValuesIn(editCases), qormin::test::RowName());
 
 TEST_F(PanelTest, loadOfAMissingFileEmptiesTheBoxWithoutAMessage) {
     m_panel.setText(QStringLiteral("left over"));
@@ -183,6 +185,6 @@ const FailureCase failureCases[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Folders, PanelSaveFailureTest, testing::ValuesIn(failureCases),
-                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
+                         qormin::test::RowName());
 
 } // namespace

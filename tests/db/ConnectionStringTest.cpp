@@ -3,10 +3,13 @@
 #include "db/DriverLocator.h"
 
 #include "QStringPrinter.h"
+#include "RowName.h"
 
 #include <gtest/gtest.h>
 
 namespace {
+
+using qormin::test::PrintTo;
 
 using qormin::db::buildConnectionString;
 using qormin::db::translateConnectionString;
@@ -118,7 +121,7 @@ const TranslationCase translationCases[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Cases, ConnectionTranslationTest, ::testing::ValuesIn(translationCases),
-                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
+                         qormin::test::RowName());
 
 // A probe asks the same server with less checked, and never with the operator's credentials.
 TEST(ConnectionSecurityTest, probesSendNoPasswordAndLoosenOneCheck) {

@@ -2,10 +2,13 @@
 #include "db/ServerMessageLog.h"
 
 #include "QStringPrinter.h"
+#include "RowName.h"
 
 #include <gtest/gtest.h>
 
 namespace {
+
+using qormin::test::PrintTo;
 
 using qormin::db::LogBuffer;
 
@@ -46,8 +49,7 @@ const LogCase logCases[] = {
     {"clearStartsOver", {{'p', "old"}, {'c', ""}, {'p', "new"}}, "new\r\n"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Cases, LogBufferTest, ::testing::ValuesIn(logCases),
-                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
+INSTANTIATE_TEST_SUITE_P(Cases, LogBufferTest, ::testing::ValuesIn(logCases), qormin::test::RowName());
 
 TEST(ServerMessageLogTest, keepsTheNewestMessagesOnly) {
     qormin::db::ServerMessageLog log;

@@ -1,10 +1,13 @@
 #include "db/NameGuard.h"
 
 #include "QStringPrinter.h"
+#include "RowName.h"
 
 #include <gtest/gtest.h>
 
 namespace {
+
+using qormin::test::PrintTo;
 
 using namespace qormin::db;
 
@@ -65,7 +68,7 @@ INSTANTIATE_TEST_SUITE_P(
         NameCase{"nul", QString(QChar(0)) + QStringLiteral("x"), "a control character",
                  "a control character"},
         NameCase{"delete", QStringLiteral("x") + QChar(0x7F), "a control character", "a control character"}),
-    [](const auto& test) { return std::string(test.param.name); });
+    qormin::test::RowName());
 
 TEST(NameGuardLineTest, showsControlCharactersEscaped) {
     EXPECT_EQ(

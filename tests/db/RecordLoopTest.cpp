@@ -2,6 +2,7 @@
 #include "QStringPrinter.h"
 #include "SimTestServer.h"
 
+#include "RowName.h"
 #include "db/LogBuffer.h"
 #include "db/RecordReader.h"
 #include "db/RecordWriter.h"
@@ -20,6 +21,8 @@
 #include <sqlext.h>
 
 namespace {
+
+using qormin::test::PrintTo;
 
 using qormin::db::RecordReader;
 using qormin::db::RecordWriter;
@@ -210,6 +213,9 @@ struct InsertCase {
     const char* declaredType; // how the parameter arrives, as the driver declared it
     const char* arrived;      // the value as it arrived, as a JSON array of one
 };
+std::string_view label(const InsertCase& row) {
+    return row.column;
+}
 
 class RecordWriterTypeTest : public RecordLoopTest, public ::testing::WithParamInterface<InsertCase> {};
 
@@ -248,9 +254,7 @@ const InsertCase insertCases[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(EveryType, RecordWriterTypeTest, ::testing::ValuesIn(insertCases),
-                         [](const auto& testInfo) {
-                             return std::string(testInfo.param.column) + "_" + std::to_string(testInfo.index);
-                         });
+                         qormin::test::IndexedRowName());
 
 // Rounding is not the server's conversion (it truncates 3.7 to 3): a fraction bound for an
 // integer column goes as text, which the server refuses, and never arrives as 4.
@@ -326,7 +330,7 @@ protected:
         m_server->clearTranscript();
         sent.sort();
         return {sent, static_cast<int>(requests.size())};
-    }
+    } // namespace
 };
 
 // Rows handed over together insert exactly what one by one inserts, with the same errors:
@@ -372,8 +376,7 @@ const TogetherCase togetherCases[] = {
     {"endsTheRequestAtTheFirstRowAndAgain", {"Conv", "b", "c", "Bad", "Conv", "f", "Conv", "h"}, 5},
 };
 
-INSTANTIATE_TEST_SUITE_P(Rows, RowsTogetherTest, ::testing::ValuesIn(togetherCases),
-                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
+INSTANTIATE_TEST_SUITE_P(Rows, RowsTogetherTest, ::testing::ValuesIn(togetherCases), qormin::test::RowName());
 
 TEST_F(RecordLoopTest, scriptOnlyCollectsInsertsAndUpdatesAsLiteralStatements) {
     m_access->setScriptOnly(true);

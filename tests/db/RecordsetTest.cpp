@@ -2,11 +2,14 @@
 #include "db/ResultTableModel.h"
 
 #include "QStringPrinter.h"
+#include "RowName.h"
 
 #include <QDateTime>
 #include <gtest/gtest.h>
 
 namespace {
+
+using qormin::test::PrintTo;
 
 using qormin::db::ResultTable;
 using qormin::db::ResultTableModel;
@@ -79,7 +82,6 @@ const DisplayCase displayCases[] = {
     {"binary", QVariant(QByteArray("\x01\xab", 2)), "0x01AB"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Values, DisplayTextTest, ::testing::ValuesIn(displayCases),
-                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
+INSTANTIATE_TEST_SUITE_P(Values, DisplayTextTest, ::testing::ValuesIn(displayCases), qormin::test::RowName());
 
 } // namespace

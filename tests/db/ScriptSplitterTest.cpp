@@ -1,10 +1,13 @@
 #include "db/ScriptSplitter.h"
 
 #include "QStringPrinter.h"
+#include "RowName.h"
 
 #include <gtest/gtest.h>
 
 namespace {
+
+using qormin::test::PrintTo;
 
 struct SplitCase {
     const char* name;
@@ -76,6 +79,6 @@ const SplitCase splitCases[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Scripts, ScriptSplitterTest, ::testing::ValuesIn(splitCases),
-                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
+                         qormin::test::RowName());
 
 } // namespace

@@ -2,6 +2,7 @@
 #include "QStringPrinter.h"
 #include "SimTestServer.h"
 
+#include "RowName.h"
 #include "db/HeaderRowPass.h"
 #include "db/LogBuffer.h"
 #include "db/Recordset.h"
@@ -21,6 +22,8 @@
 #include <gtest/gtest.h>
 
 namespace {
+
+using qormin::test::PrintTo;
 
 using qormin::db::ServerAccess;
 using qormin::test::FakeServerAccessHost;
@@ -49,7 +52,6 @@ const QByteArray scenario = R"json({
   ]
 })json";
 
-constexpr auto caseName = [](const auto& info) { return std::string(info.param.name); };
 const QString listSql =
     QStringLiteral("SELECT name FROM sys.databases where database_id >= 5 order by name ");
 
@@ -182,7 +184,8 @@ const ConnectFailureCase connectFailureCases[] = {
     {"halfAnsweredLoginGivesUpAfterTheLoginTimeout", 1, Target::HalfLogin, "demo", "Timeout expired"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Cases, ConnectFailureTest, ::testing::ValuesIn(connectFailureCases), caseName);
+INSTANTIATE_TEST_SUITE_P(Cases, ConnectFailureTest, ::testing::ValuesIn(connectFailureCases),
+                         qormin::test::RowName());
 
 TEST_F(ServerAccessTest, failedConnectIsRetriedByTheNextStatement) {
     m_host.password[0] = QStringLiteral("wrong");
@@ -235,7 +238,7 @@ INSTANTIATE_TEST_SUITE_P(
         ExecuteCase{"unknownDatabase", "USE Nowhere",
                     "Database 'Nowhere' does not exist. Make sure that the name is entered correctly.",
                     false}),
-    caseName);
+    qormin::test::RowName());
 
 // A failed open returns the description and the statement, and closes what was open.
 TEST_F(ServerAccessTest, openRecordsetHoldsTheFirstResultSetAndLogsNothing) {
@@ -324,7 +327,7 @@ const CancelCase cancelCases[] = {
     {"streamingStatement", "slow restore", true},
 };
 
-INSTANTIATE_TEST_SUITE_P(Cases, CancelTest, ::testing::ValuesIn(cancelCases), caseName);
+INSTANTIATE_TEST_SUITE_P(Cases, CancelTest, ::testing::ValuesIn(cancelCases), qormin::test::RowName());
 
 TEST_F(ServerAccessTest, droppedConnectionIsLoggedAndTheNextStatementReconnects) {
     m_access->ExecuteSQL(0, QStringLiteral("drop me"));
@@ -394,7 +397,7 @@ INSTANTIATE_TEST_SUITE_P(
         ScriptOnlyCase{"writeThroughOpenRecordsetWithheld", "DELETE FROM t", true, false},
         ScriptOnlyCase{"listRuns", "SELECT name FROM sys.databases where database_id >= 5 order by name ",
                        true, true}),
-    caseName);
+    qormin::test::RowName());
 
 // Refusals inside a header-row pass are counted apart; every log line names its routine's side.
 TEST_F(ServerAccessTest, headerRowRefusalsAreCountedApartAndLogLinesKnowTheirSide) {

@@ -1,10 +1,13 @@
 #include "db/TakeToken.h"
 
 #include "QStringPrinter.h"
+#include "RowName.h"
 
 #include <gtest/gtest.h>
 
 namespace {
+
+using qormin::test::PrintTo;
 
 struct TakeTokenCase {
     const char* name;
@@ -34,7 +37,6 @@ const TakeTokenCase takeTokenCases[] = {
     {"emptyText", "", ",", "", ""},
 };
 
-INSTANTIATE_TEST_SUITE_P(Cases, TakeTokenTest, ::testing::ValuesIn(takeTokenCases),
-                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
+INSTANTIATE_TEST_SUITE_P(Cases, TakeTokenTest, ::testing::ValuesIn(takeTokenCases), qormin::test::RowName());
 
 } // namespace

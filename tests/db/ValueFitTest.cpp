@@ -1,5 +1,6 @@
 #include "QStringPrinter.h"
 
+#include "RowName.h"
 #include "db/ValueFit.h"
 
 #include <QDateTime>
@@ -8,6 +9,8 @@
 #include <sqlext.h>
 
 namespace {
+
+using qormin::test::PrintTo;
 
 using qormin::db::ColumnInfo;
 
@@ -106,6 +109,6 @@ INSTANTIATE_TEST_SUITE_P(
                 "is longer than nvarchar(1) holds"},
         FitCase{"binaryTooLong", QByteArray("\x01\x02\x03", 3), column(SQL_VARBINARY, "varbinary", 2),
                 "is longer than varbinary(2) holds"}),
-    [](const auto& testInfo) { return std::string(testInfo.param.name); });
+    qormin::test::RowName());
 
 } // namespace

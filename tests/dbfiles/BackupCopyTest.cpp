@@ -1,6 +1,7 @@
 #include "DatabaseFileFixture.h"
 #include "QStringPrinter.h"
 
+#include "RowName.h"
 #include "db/LogBuffer.h"
 #include "db/ServerAccess.h"
 #include "dbfiles/BackupFileCopier.h"
@@ -14,6 +15,8 @@
 
 namespace qormin::test {
 namespace {
+
+using qormin::test::PrintTo;
 
 // What happens to the files of x:\MIR (left share) and y:\MIR (right share) when a button or
 // box is used while the first file is being copied.
@@ -90,7 +93,7 @@ INSTANTIATE_TEST_SUITE_P(
         CopyCase{"scriptOnlyListsTheCopiesAndMakesNone",
                  "set chkScriptOnly 1\nset txtDB Billing\nclick cmdCopy(0)\n", "",
                  QStringList{"Billing.BAK", "Billing_log.BAK"}, QStringList()}),
-    [](const auto& test) { return std::string(test.param.name); });
+    qormin::test::RowName());
 
 using MissingBackupTest = DatabaseFileFixture;
 

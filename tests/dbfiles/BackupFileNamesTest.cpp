@@ -1,9 +1,12 @@
 #include "dbfiles/BackupFileNames.h"
 #include "QStringPrinter.h"
+#include "RowName.h"
 
 #include <gtest/gtest.h>
 
 namespace {
+
+using qormin::test::PrintTo;
 
 using qormin::dbfiles::BackupFileNames;
 
@@ -13,8 +16,8 @@ struct DatabaseNameCase {
     bool skippedInFullPass;
 };
 
-void PrintTo(const DatabaseNameCase& c, std::ostream* out) {
-    *out << c.fileName;
+std::string_view label(const DatabaseNameCase& row) {
+    return row.fileName;
 }
 
 class DatabaseNameTest : public ::testing::TestWithParam<DatabaseNameCase> {};
@@ -33,7 +36,8 @@ INSTANTIATE_TEST_SUITE_P(Files, DatabaseNameTest,
                                            DatabaseNameCase{"Lab_log_old.bak", "Lab_log_old", true},
                                            DatabaseNameCase{"Payroll.2015.bak", "Payroll", false},
                                            DatabaseNameCase{"Station_LOG.bak", "Station_LOG", false},
-                                           DatabaseNameCase{"NoExtension", "NoExtension", false}));
+                                           DatabaseNameCase{"NoExtension", "NoExtension", false}),
+                         qormin::test::IndexedRowName());
 
 struct RenameCase {
     const char* fileName;
@@ -41,8 +45,8 @@ struct RenameCase {
     const char* newName;   // nullptr: the file is left alone
 };
 
-void PrintTo(const RenameCase& c, std::ostream* out) {
-    *out << c.fileName << " / " << (c.separator == nullptr ? "year" : c.separator);
+std::string label(const RenameCase& row) {
+    return std::string(row.fileName) + " / " + (row.separator == nullptr ? "year" : row.separator);
 }
 
 class RenameTest : public ::testing::TestWithParam<RenameCase> {};
@@ -68,6 +72,7 @@ INSTANTIATE_TEST_SUITE_P(Names, RenameTest,
                                            RenameCase{"Payroll_2015_2015.bak", nullptr, "Payroll.bak"},
                                            RenameCase{"Billing_20160301.bak", nullptr, nullptr},
                                            RenameCase{"Billing.bak", nullptr, nullptr},
-                                           RenameCase{"_20150301.bak", nullptr, nullptr}));
+                                           RenameCase{"_20150301.bak", nullptr, nullptr}),
+                         qormin::test::IndexedRowName());
 
 } // namespace

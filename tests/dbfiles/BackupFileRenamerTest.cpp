@@ -1,6 +1,7 @@
 #include "QStringPrinter.h"
 #include "WindowHarness.h"
 
+#include "RowName.h"
 #include "controls/FileListBox.h"
 #include "db/LogBuffer.h"
 #include "db/ServerAccess.h"
@@ -13,6 +14,8 @@
 
 namespace qormin::test {
 namespace {
+
+using qormin::test::PrintTo;
 
 struct RenameCase {
     const char* name;
@@ -84,7 +87,7 @@ INSTANTIATE_TEST_SUITE_P(
                    QStringList{"Billing.bak", "Station_2016.bak"},
                    QStringList{"renamed \\\\hospital\\backup\\Billing_20150301.bak to Billing.bak",
                                "skipped Station_2016.bak: nothing to cut from the name"}}),
-    [](const auto& test) { return std::string(test.param.name); });
+    qormin::test::RowName());
 
 } // namespace
 } // namespace qormin::test

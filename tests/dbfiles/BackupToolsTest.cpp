@@ -1,6 +1,7 @@
 #include "DatabaseFileFixture.h"
 #include "QStringPrinter.h"
 
+#include "RowName.h"
 #include "db/ServerAccess.h"
 #include "db/ServerMessageLog.h"
 
@@ -9,6 +10,8 @@
 
 namespace qormin::test {
 namespace {
+
+using qormin::test::PrintTo;
 
 // One statement per database, header row included; %1 is the database.
 QStringList perDatabase(const char* pattern, const QStringList& databases) {
@@ -86,7 +89,7 @@ INSTANTIATE_TEST_SUITE_P(
                    QStringList{fullBackup("Billing", ", CHECKSUM"), logBackup("Billing", ", CHECKSUM")}},
         ButtonCase{"checksumLeavesVerifyAlone", "set chkChecksum 1\nset chkLogOnly 1\nclick cmdVerify(0)\n",
                    0, QStringList{verify("Billing", "_log.BAK")}}),
-    [](const auto& test) { return std::string(test.param.name); });
+    qormin::test::RowName());
 
 using BackupAllDatabasesTest = DatabaseFileFixture;
 
@@ -134,7 +137,7 @@ INSTANTIATE_TEST_SUITE_P(
                                   perDatabase(simpleRecovery, {"name", "Billing", "Patient_Data"})},
                     InterruptCase{"clearingAllEndsMakeSimple", "cmdMakeSimple", "chkALL", false,
                                   perDatabase(simpleRecovery, {"name", "Billing", "Patient_Data"})}),
-    [](const auto& test) { return std::string(test.param.name); });
+    qormin::test::RowName());
 
 TEST_F(BackupAllDatabasesTest, clearingAllEndsABackupPassAfterBothBackupsOfTheCurrentDatabase) {
     whenStatementStartsFor(QStringLiteral("Billing"), [this] { window().chkALL()->setChecked(false); });

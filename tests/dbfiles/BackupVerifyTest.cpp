@@ -1,6 +1,7 @@
 #include "DatabaseFileFixture.h"
 #include "QStringPrinter.h"
 
+#include "RowName.h"
 #include "db/LogBuffer.h"
 #include "db/ServerAccess.h"
 #include "db/ServerMessageLog.h"
@@ -12,6 +13,8 @@
 
 namespace qormin::test {
 namespace {
+
+using qormin::test::PrintTo;
 
 const QString folder = QStringLiteral("p:\\backup\\MIR\\");
 
@@ -50,7 +53,7 @@ INSTANTIATE_TEST_SUITE_P(Runs, ChecksumSettingTest,
                                          ChecksumSettingCase{"tickedIsKept", "set chkChecksum 1\n", "1"},
                                          ChecksumSettingCase{"clearedAfterTickingIsKeptOff",
                                                              "set chkChecksum 1\nset chkChecksum 0\n", "0"}),
-                         [](const auto& test) { return std::string(test.param.name); });
+                         qormin::test::RowName());
 
 const QString pollText = QStringLiteral(
     "SELECT percent_complete, estimated_completion_time FROM sys.dm_exec_requests WHERE session_id = 57");
@@ -151,7 +154,7 @@ INSTANTIATE_TEST_SUITE_P(Statements, WatchedStatementTest,
                                                      "Backup Billing"},
                                          WatchedCase{"restoreToTheRight", "click cmdRestore(1)\n", 1,
                                                      "RESTORE DATABASE", "Restore Billing"}),
-                         [](const auto& test) { return std::string(test.param.name); });
+                         qormin::test::RowName());
 
 class DroppedPollingTest : public ProgressTest {
 protected:

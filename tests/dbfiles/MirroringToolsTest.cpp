@@ -1,6 +1,7 @@
 #include "DatabaseFileFixture.h"
 #include "QStringPrinter.h"
 
+#include "RowName.h"
 #include "db/LogBuffer.h"
 #include "db/ServerAccess.h"
 #include "db/ServerMessageLog.h"
@@ -15,6 +16,8 @@
 
 namespace qormin::test {
 namespace {
+
+using qormin::test::PrintTo;
 
 const QString databaseList =
     QStringLiteral("SELECT name FROM sys.databases where database_id >= 5 order by name ");
@@ -92,7 +95,7 @@ INSTANTIATE_TEST_SUITE_P(
                       "click cmdRunScript(4)\nclick cmdRestartEndpoint(1)\n", QStringList(),
                       QStringList{QStringLiteral("ALTER ENDPOINT Endpoint_Mirroring STATE=STOPPED\r"),
                                   QStringLiteral("ALTER ENDPOINT Endpoint_Mirroring STATE=STARTED\r")}}),
-    [](const auto& test) { return std::string(test.param.name); });
+    qormin::test::RowName());
 
 TEST_F(MirroringToolsTest, scriptsRunOnTheirServersAndAcceptLowerCaseGo) {
     run(QStringLiteral("click cmdRunScript(0)\nclick cmdRunScript(1)\nclick cmdRunScript(3)\n"));

@@ -1,8 +1,11 @@
 #include "DatabaseFileFixture.h"
 #include "QStringPrinter.h"
+#include "RowName.h"
 
 namespace qormin::test {
 namespace {
+
+using qormin::test::PrintTo;
 
 struct RefusedNameCase {
     const char* name;
@@ -42,7 +45,7 @@ INSTANTIATE_TEST_SUITE_P(
         RefusedNameCase{"makeOnline", "Bill'ing", "cmdMakeOnline(1)", "Bill'ing", "a quote"},
         RefusedNameCase{"restoreDrill", "Billing;x", "cmdRestoreDrill(0)", "Billing;x", "a semicolon"},
         RefusedNameCase{"clearConnections", "Bill'ing", "cmdClearConnections(0)", "Bill'ing", "a quote"}),
-    [](const auto& test) { return std::string(test.param.name); });
+    qormin::test::RowName());
 
 // Every button that pastes txtDB into a statement, by where the statement puts it: a blank
 // ends a bare name (DROP DATABASE x SHUTDOWN ), but is part of a [bracketed] or quoted one.
@@ -51,6 +54,9 @@ struct PastedNameCase {
     bool bare;
     const char* field = "txtDB"; // where the name is typed
 };
+std::string_view label(const PastedNameCase& row) {
+    return row.click;
+}
 
 class PastedNameTest : public DatabaseFileFixture, public testing::WithParamInterface<PastedNameCase> {
 protected:
@@ -95,11 +101,7 @@ INSTANTIATE_TEST_SUITE_P(
                     PastedNameCase{"cmdBigTables", true}, PastedNameCase{"cmdReloadSPs", false},
                     PastedNameCase{"cmdTruncate", true}, PastedNameCase{"cmdCopybyRecID", true},
                     PastedNameCase{"frmFixTransDate.Command1", true, "frmFixTransDate.txtDest"}),
-    [](const auto& test) {
-        std::string name = test.param.click;
-        std::erase_if(name, [](char c) { return c == '(' || c == ')' || c == '.'; });
-        return name;
-    });
+    qormin::test::RowName());
 
 // A backup made elsewhere names its files itself; those names go between quotes in the MOVE
 // clauses, so the guard reads them too.

@@ -1,6 +1,7 @@
 #include "DatabaseFileFixture.h"
 #include "QStringPrinter.h"
 
+#include "RowName.h"
 #include "db/ServerAccess.h"
 
 #include <QCheckBox>
@@ -11,6 +12,8 @@
 
 namespace qormin::test {
 namespace {
+
+using qormin::test::PrintTo;
 
 const QString folder = QStringLiteral("p:\\backup\\MIR\\");
 const QString exists = QStringLiteral("SELECT name FROM sys.databases WHERE name = 'Billing_drill'");
@@ -52,8 +55,8 @@ struct DrillCase {
     const char* runResult; // the run log row's result and error; empty: no row
 };
 
-void PrintTo(const DrillCase& drillCase, std::ostream* out) {
-    *out << drillCase.name;
+std::string_view label(const DrillCase& row) {
+    return row.name;
 }
 
 QByteArray existsAnswers(const char* first, const char* second) {
@@ -149,7 +152,7 @@ INSTANTIATE_TEST_SUITE_P(
                 R"json({"prefix": "RESTORE LOG Billing_drill", "response": {"error": "The log is too late."}},)json"),
             QStringList{exists, fileList, restoreThenLog, restoreLog, drop}, 1,
             "failed at RESTORE LOG: The log is too late.", "failed,The log is too late."}),
-    [](const auto& test) { return std::string(test.param.name); });
+    qormin::test::RowName());
 
 // "RESTORE DATABASE x_drill|DROP DATABASE x_drill|...": what each database's drill did, in order.
 QString drillHeads(const QStringList& statements) {

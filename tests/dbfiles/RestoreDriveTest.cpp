@@ -1,8 +1,11 @@
 #include "dbfiles/RestoreDrive.h"
+#include "RowName.h"
 
 #include <gtest/gtest.h>
 
 namespace {
+
+using qormin::test::PrintTo;
 
 using qormin::dbfiles::RestoreDrive;
 
@@ -12,8 +15,8 @@ struct DriveCase {
     int restoreToIndex;
 };
 
-void PrintTo(const DriveCase& c, std::ostream* out) {
-    *out << c.databaseName << " side " << c.side;
+std::string label(const DriveCase& row) {
+    return std::string(row.databaseName) + " side " + std::to_string(row.side);
 }
 
 class RestoreToIndexTest : public ::testing::TestWithParam<DriveCase> {};
@@ -32,7 +35,8 @@ INSTANTIATE_TEST_SUITE_P(Kinds, RestoreToIndexTest,
                                            DriveCase{"BillingStation", 0, 0},
                                            DriveCase{"StationPayroll", 1, 3}, DriveCase{"Clinical", 0, 2},
                                            DriveCase{"Patient_Data", 0, 2}, DriveCase{"Patient_Data", 1, 5},
-                                           DriveCase{"", 1, 5}));
+                                           DriveCase{"", 1, 5}),
+                         qormin::test::IndexedRowName());
 
 struct ContainsCase {
     const char* upperName;
@@ -40,8 +44,8 @@ struct ContainsCase {
     int position;
 };
 
-void PrintTo(const ContainsCase& c, std::ostream* out) {
-    *out << c.upperName << " / " << c.fragment;
+std::string label(const ContainsCase& row) {
+    return std::string(row.upperName) + " / " + row.fragment;
 }
 
 class ContainsTextTest : public ::testing::TestWithParam<ContainsCase> {};
@@ -57,7 +61,8 @@ INSTANTIATE_TEST_SUITE_P(Positions, ContainsTextTest,
                                            ContainsCase{"NURSESTATION", "Station", 6},
                                            ContainsCase{"NurseStation", "STATION", 6},
                                            ContainsCase{"BILLING", "Payroll", 0},
-                                           ContainsCase{"", "ACCT", 0}));
+                                           ContainsCase{"", "ACCT", 0}),
+                         qormin::test::IndexedRowName());
 
 TEST(GetRestoreDriveTest, upperCasesTheCallersNameAndReadsAMissingBoxAsEmpty) {
     QString name = QStringLiteral("NurseStation");

@@ -1,10 +1,13 @@
 #include "dbfiles/RestoreStatements.h"
+#include "RowName.h"
 #include "dbfiles/DrillStatements.h"
 #include "dbfiles/RestoreFile.h"
 
 #include <gtest/gtest.h>
 
 namespace {
+
+using qormin::test::PrintTo;
 
 using qormin::dbfiles::DrillStatements;
 using qormin::dbfiles::RestoreFile;
@@ -15,8 +18,8 @@ struct PhysicalNameCase {
     const char* fileName;
 };
 
-void PrintTo(const PhysicalNameCase& c, std::ostream* out) {
-    *out << c.physicalName;
+std::string_view label(const PhysicalNameCase& row) {
+    return row.physicalName;
 }
 
 class PhysicalNameTest : public ::testing::TestWithParam<PhysicalNameCase> {};
@@ -33,7 +36,8 @@ INSTANTIATE_TEST_SUITE_P(Names, PhysicalNameTest,
                                            PhysicalNameCase{R"(C:\a\b\c\Billing_1.ndf)", "Billing_1.ndf"},
                                            PhysicalNameCase{"Billing.mdf", "Billing.mdf"},
                                            PhysicalNameCase{R"(\\srv\share\x.mdf)", "x.mdf"},
-                                           PhysicalNameCase{R"(D:\data\)", ""}));
+                                           PhysicalNameCase{R"(D:\data\)", ""}),
+                         qormin::test::IndexedRowName());
 
 struct MovesCase {
     const char* name;
@@ -60,7 +64,7 @@ INSTANTIATE_TEST_SUITE_P(
                   QList<RestoreFile>{RestoreFile::fromFileListRow("Lab_2", R"(D:\x\Lab_2.ndf)")}, "L",
                   R"( MOVE  'Lab_2' TO 'E:\db\Lab_2.ndf', )"},
         MovesCase{"noFilesNoClauses", {}, "L", ""}),
-    [](const auto& caseInfo) { return std::string(caseInfo.param.name); });
+    qormin::test::RowName());
 
 // The window tests check every restore statement against the simulated servers; a backup whose
 // file list could not be read is the one they do not reach.
@@ -100,7 +104,7 @@ INSTANTIATE_TEST_SUITE_P(
                                      R"(MOVE 'Lab' TO 'T:\drill\Lab_drill.mdf', )"
                                      R"(MOVE 'Lab_log' TO 'T:\drill\Lab_log_drill.LDF', )"
                                      R"(MOVE 'Lab_raw' TO 'T:\drill\Lab_raw_drill')"}),
-    [](const auto& caseInfo) { return std::string(caseInfo.param.name); });
+    qormin::test::RowName());
 
 TEST(DrillStatementsTest, scratchNameNeverEqualsTheOriginal) {
     for (const char* name : {"Billing", "x", "Lab_drill"})

@@ -1,6 +1,7 @@
 #include "DatabaseFileFixture.h"
 #include "QStringPrinter.h"
 
+#include "RowName.h"
 #include "controls/FileListBox.h"
 #include "db/ServerAccess.h"
 
@@ -11,6 +12,8 @@
 
 namespace qormin::test {
 namespace {
+
+using qormin::test::PrintTo;
 
 const QString databaseList =
     QStringLiteral("SELECT name FROM sys.databases where database_id >= 5 order by name ");
@@ -70,6 +73,9 @@ struct SideCase {
     int side;
     QStringList expected;
 };
+std::string label(const SideCase& row) {
+    return "side" + std::to_string(row.side);
+}
 
 class RestoreOneDatabaseTest : public RestoreFixture, public testing::WithParamInterface<SideCase> {};
 
@@ -98,7 +104,7 @@ INSTANTIATE_TEST_SUITE_P(
                              QStringList{fileListQuery(mir, QStringLiteral("Billing")),
                                          restoreDb + moves("Billing", "F:\\db", "F:\\db"),
                                          restoreLog + moves("Billing", "F:\\db", "F:\\db"), databaseList}}),
-    [](const auto& test) { return "side" + std::to_string(test.param.side); });
+    qormin::test::RowName());
 
 struct AllFilesCase {
     const char* name;
@@ -128,7 +134,7 @@ INSTANTIATE_TEST_SUITE_P(
                                  2},
                     AllFilesCase{"logOnlyRestoresEveryFilesLog", true,
                                  "RESTORE LOG  Billing|RESTORE LOG  Billing_log|RESTORE LOG  Station", 3}),
-    [](const auto& test) { return std::string(test.param.name); });
+    qormin::test::RowName());
 
 TEST_F(RestoreFixture, scriptOnlyRestorePassSendsOnlyTheReadOnlyStatements) {
     showFiles(window().FileB(), {QStringLiteral("Billing.bak"), QStringLiteral("Station.bak")});
@@ -172,7 +178,7 @@ INSTANTIATE_TEST_SUITE_P(Buttons, RestoreStopTest,
                                                   "File1", 0, false},
                                          StopCase{"restoreSourceFolderToMainClearsStop",
                                                   "click cmdRestoretoMain\n", "File2", 0, false}),
-                         [](const auto& test) { return std::string(test.param.name); });
+                         qormin::test::RowName());
 
 TEST_F(RestoreFixture, restoreToMainReadsTheMainFolderIgnoresTheLogDriveAndSwitchesTheFolderBack) {
     showFiles(window().File1(), {QStringLiteral("Billing.bak")});

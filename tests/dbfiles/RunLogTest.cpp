@@ -1,11 +1,14 @@
 #include "dbfiles/RunLog.h"
 #include "QStringPrinter.h"
+#include "RowName.h"
 #include "dbfiles/ProgressText.h"
 
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 namespace {
+
+using qormin::test::PrintTo;
 
 using qormin::dbfiles::ProgressText;
 using qormin::dbfiles::RunLog;
@@ -15,6 +18,9 @@ struct FieldCase {
     const char* text;
     const char* written;
 };
+std::string_view label(const FieldCase& row) {
+    return row.text;
+}
 
 class CsvFieldTest : public testing::TestWithParam<FieldCase> {};
 
@@ -27,7 +33,8 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(FieldCase{"Billing", "Billing"}, FieldCase{"", ""},
                     FieldCase{"p:\\backup\\MIR\\Billing.BAK", "p:\\backup\\MIR\\Billing.BAK"},
                     FieldCase{"a, b", "\"a, b\""}, FieldCase{"say \"no\"", "\"say \"\"no\"\"\""},
-                    FieldCase{"one\r\ntwo", "\"one\r\ntwo\""}, FieldCase{" padded", "\" padded\""}));
+                    FieldCase{"one\r\ntwo", "\"one\r\ntwo\""}, FieldCase{" padded", "\" padded\""}),
+    qormin::test::IndexedRowName());
 
 TEST(RunLogTest, headerIsWrittenOnceAndEveryLineEndsWithCrLf) {
     QTemporaryDir folder;
@@ -66,6 +73,9 @@ struct ProgressCase {
     qint64 millisecondsLeft;
     const char* shown;
 };
+std::string_view label(const ProgressCase& row) {
+    return row.shown;
+}
 
 class ProgressTextTest : public testing::TestWithParam<ProgressCase> {};
 
@@ -81,6 +91,7 @@ INSTANTIATE_TEST_SUITE_P(
                     ProgressCase{99.99, 89999, "Backup Billing — 99%, about 1 min left"},
                     ProgressCase{12.5, 59999, "Backup Billing — 12%, less than a minute left"},
                     ProgressCase{0, 0, "Backup Billing — 0%"}, ProgressCase{100, 0, "Backup Billing — 100%"},
-                    ProgressCase{-3, -1, "Backup Billing — 0%"}));
+                    ProgressCase{-3, -1, "Backup Billing — 0%"}),
+    qormin::test::IndexedRowName());
 
 } // namespace

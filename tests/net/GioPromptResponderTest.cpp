@@ -1,9 +1,12 @@
 #include "net/GioPromptResponder.h"
+#include "RowName.h"
 
 #include <gtest/gtest.h>
 #include <vector>
 
 namespace {
+
+using qormin::test::PrintTo;
 
 using qormin::net::GioPromptResponder;
 using qormin::net::ShareCredentials;
@@ -25,6 +28,9 @@ struct ConversationCase {
     Outcome is;
     std::vector<Step> steps;
 };
+std::string_view label(const ConversationCase& row) {
+    return row.is.name;
+}
 
 class GioPromptResponderTest : public ::testing::TestWithParam<ConversationCase> {};
 
@@ -71,6 +77,6 @@ INSTANTIATE_TEST_SUITE_P(
                          {{"Can't verify the identity\n[1] Connect anyway\n[2] Cancel\nChoice: ", "", true}}},
         ConversationCase{{"plainOutputIsNoPrompt", "", false, false},
                          {{"Mounted smb://srv/backup\n", "", false}, {"User: someone\n", "", false}}}),
-    [](const auto& testInfo) { return std::string(testInfo.param.is.name); });
+    qormin::test::RowName());
 
 } // namespace

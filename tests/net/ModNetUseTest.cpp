@@ -1,5 +1,6 @@
 #include "net/ModNetUse.h"
 #include "QStringPrinter.h"
+#include "RowName.h"
 #include "net/NetErrorText.h"
 #include "net/ShareConnector.h"
 
@@ -7,6 +8,8 @@
 #include <vector>
 
 namespace {
+
+using qormin::test::PrintTo;
 
 using qormin::net::ModNetUse;
 
@@ -44,6 +47,9 @@ struct ResultCase {
     std::uint32_t code;
     const char* text;
 };
+std::string_view label(const ResultCase& row) {
+    return row.text;
+}
 
 class NetErrorTextTest : public ::testing::TestWithParam<ResultCase> {};
 

@@ -1,8 +1,11 @@
 #include "net/MountErrorCodes.h"
+#include "RowName.h"
 
 #include <gtest/gtest.h>
 
 namespace {
+
+using qormin::test::PrintTo;
 
 namespace MountErrorCodes = qormin::net::MountErrorCodes;
 
@@ -12,8 +15,8 @@ struct MessageCase {
     bool fromSmbclient = false;
 };
 
-void PrintTo(const MessageCase& c, std::ostream* out) {
-    *out << c.message;
+std::string_view label(const MessageCase& row) {
+    return row.message;
 }
 
 class MountErrorCodesTest : public ::testing::TestWithParam<MessageCase> {};

@@ -1,3 +1,4 @@
+#include "RowName.h"
 #include "SambaTestServer.h"
 #include "SimTestServer.h"
 #include "WindowHarness.h"
@@ -14,6 +15,8 @@
 #include <gtest/gtest.h>
 
 namespace {
+
+using qormin::test::PrintTo;
 
 using namespace qormin;
 
@@ -161,7 +164,7 @@ INSTANTIATE_TEST_SUITE_P(
         ConnectCase{"leftSideIsDriveX", {0}, true, ""}, ConnectCase{"rightSideIsDriveY", {1}, true, ""},
         ConnectCase{"bothSides", {0, 1}, true, ""}, ConnectCase{"alreadyAssignedIsSilent", {1, 1}, true, ""},
         ConnectCase{"wrongPasswordShowsItsText", {0}, false, "MSGBOX: Invalid Password -> ok\n"}),
-    [](const auto& testInfo) { return std::string(testInfo.param.name); });
+    qormin::test::RowName());
 
 TEST(NetworkSharePageTest, folderButtonsShowTheSidesBackupShareAndOpenDirBTypesTheAdministratorLogOn) {
     ShareWindow window;
@@ -211,7 +214,7 @@ INSTANTIATE_TEST_SUITE_P(
                                  "Folder not opened: xdg-open is not installed (package xdg-utils)"},
                       LoggedCase{"folderOfNoServer", "", "click cmdOpenFolder(0)\n",
                                  "Folder not opened: \\\\\\backup names no share"}),
-    [](const auto& testInfo) { return std::string(testInfo.param.name); });
+    qormin::test::RowName());
 
 TEST(NetworkSharePageTest, clearConnectionsSendsTheKillLoopForTxtDB) {
     auto server = test::SimTestServer::fromJson(R"({"login": {"user": "sa", "password": "secret"}})");

@@ -1,8 +1,11 @@
 #include "net/SendKeysParser.h"
+#include "RowName.h"
 
 #include <gtest/gtest.h>
 
 namespace {
+
+using qormin::test::PrintTo;
 
 using qormin::net::KeyStroke;
 using qormin::net::SendKeysParser;
@@ -75,6 +78,6 @@ INSTANTIATE_TEST_SUITE_P(
         ParseCase{"modifierAtTheEndRefused", u"a^", {}, "a modifier without a key at position 2"},
         ParseCase{"badRepeatRefused", u"{DOWN x}", {}, "not a repeat count in {DOWN x} at position 1"},
         ParseCase{"functionOutOfRangeRefused", u"{F17}", {}, "unknown key {F17} at position 1"}),
-    [](const auto& testInfo) { return std::string(testInfo.param.name); });
+    qormin::test::RowName());
 
 } // namespace

@@ -1,8 +1,11 @@
 #include "net/ShareAddress.h"
+#include "RowName.h"
 
 #include <gtest/gtest.h>
 
 namespace {
+
+using qormin::test::PrintTo;
 
 using qormin::net::ShareAddress;
 
@@ -16,8 +19,8 @@ struct ParsedCase {
     const char* normalName = "";
 };
 
-void PrintTo(const ParsedCase& c, std::ostream* out) {
-    *out << c.remoteName;
+std::string_view label(const ParsedCase& row) {
+    return row.remoteName;
 }
 
 class ShareAddressParsesTest : public ::testing::TestWithParam<ParsedCase> {};
@@ -56,7 +59,8 @@ INSTANTIATE_TEST_SUITE_P(
                       ParsedCase{"x:\\backup", nullptr}, ParsedCase{"\\\\srv:0\\backup", nullptr},
                       ParsedCase{"\\\\srv:99999\\backup", nullptr},
                       ParsedCase{"\\\\srv:port\\backup", nullptr},
-                      ParsedCase{"\\\\bad host\\backup", nullptr}, ParsedCase{"\\\\:4455\\backup", nullptr}));
+                      ParsedCase{"\\\\bad host\\backup", nullptr}, ParsedCase{"\\\\:4455\\backup", nullptr}),
+    qormin::test::IndexedRowName());
 
 TEST(ShareAddressTest, rootDropsTheFolderOnly) {
     const auto address = ShareAddress::parse(QStringLiteral("\\\\srv:4455\\backup\\MIR"));

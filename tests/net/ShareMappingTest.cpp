@@ -1,4 +1,5 @@
 #include "GvfsTestSession.h"
+#include "RowName.h"
 #include "SambaTestServer.h"
 #include "net/DriveLinkStore.h"
 #include "net/GioShareMounter.h"
@@ -17,6 +18,8 @@
 
 namespace {
 
+using qormin::test::PrintTo;
+
 using namespace qormin;
 using qormin::platform::PathMapper;
 
@@ -24,6 +27,9 @@ enum class MounterKind { Gvfs, Smbclient };
 
 std::string kindName(MounterKind kind) {
     return kind == MounterKind::Gvfs ? "Gvfs" : "Smbclient";
+}
+void PrintTo(MounterKind kind, std::ostream* out) {
+    *out << kindName(kind);
 }
 
 // One Samba server (and one GVfs session) for all cases: starting them is the slow part.

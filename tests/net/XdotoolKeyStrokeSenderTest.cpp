@@ -1,9 +1,12 @@
 #include "net/XdotoolKeyStrokeSender.h"
+#include "RowName.h"
 #include "net/SendKeysParser.h"
 
 #include <gtest/gtest.h>
 
 namespace {
+
+using qormin::test::PrintTo;
 
 using qormin::net::SendKeysParser;
 using qormin::net::XdotoolKeyStrokeSender;
@@ -41,6 +44,6 @@ INSTANTIATE_TEST_SUITE_P(
                        {{keyArguments({"ctrl+c", "shift+F4", "alt+space", "ctrl+at", "ctrl+U00E4"}), {}}}},
         InvocationCase{"surrogatePairStaysWhole", u"a\U0001F600", {{typeArguments(), "a\xf0\x9f\x98\x80"}}},
         InvocationCase{"nothing", u"", {}}),
-    [](const auto& testInfo) { return std::string(testInfo.param.name); });
+    qormin::test::RowName());
 
 } // namespace

@@ -1,4 +1,5 @@
 #include "platform/ChunkedFileCopy.h"
+#include "RowName.h"
 
 #include <QByteArray>
 #include <QDir>
@@ -7,6 +8,8 @@
 #include <gtest/gtest.h>
 
 namespace {
+
+using qormin::test::PrintTo;
 
 using qormin::platform::ChunkedFileCopy;
 using qormin::platform::FileCopyOutcome;
@@ -71,6 +74,6 @@ INSTANTIATE_TEST_SUITE_P(
                     CopyCase{"cancelledLeavesTheTargetAsItWas", true, true, Result::Cancelled, "older copy"},
                     CopyCase{"missingSourceIsReportedAsSuch", false, false, Result::SourceMissing,
                              "older copy"}),
-    [](const auto& test) { return std::string(test.param.name); });
+    qormin::test::RowName());
 
 } // namespace

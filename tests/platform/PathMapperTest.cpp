@@ -1,8 +1,11 @@
 #include "platform/PathMapper.h"
+#include "RowName.h"
 
 #include <gtest/gtest.h>
 
 namespace {
+
+using qormin::test::PrintTo;
 
 using qormin::platform::PathMapper;
 
@@ -35,6 +38,7 @@ const MappingCase mappingCases[] = {
     {"shareUnderChosenMountRootKeepsCase", "\\\\SQLMAIN\\Backup\\MIR", "/mnt/smb",
      "/mnt/smb/SQLMAIN/Backup/MIR"},
     {"serverWithoutShareCannotResolve", "\\\\sqlmain", "", ""},
+    {"shareWithoutServerCannotResolve", "\\\\\\backup", "", ""},
     {"serverWithEmptyShareCannotResolve", "\\\\sqlmain\\", "", ""},
     {"driveLetterToLinkFolder", "X:\\MIR\\", "", "/home/dba/.local/share/QORMIN DB Tools/drives/x/MIR/"},
     {"lowerCaseDriveLetter", "y:\\backup", "", "/home/dba/.local/share/QORMIN DB Tools/drives/y/backup"},
@@ -46,7 +50,7 @@ const MappingCase mappingCases[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Cases, PosixPathMappingTest, testing::ValuesIn(mappingCases),
-                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
+                         qormin::test::RowName());
 
 TEST(PathMapperTest, windowsUsesTextsAsTheyStand) {
     PathMapper mapper(PathMapper::Platform::Windows, QString(), QString());

@@ -1,5 +1,6 @@
 #include "QStringPrinter.h"
 
+#include "RowName.h"
 #include "platform/SecretStore.h"
 #include "platform/SettingsStore.h"
 
@@ -9,6 +10,8 @@
 #include <map>
 
 namespace {
+
+using qormin::test::PrintTo;
 
 using qormin::platform::SecretStore;
 using qormin::platform::SettingsStore;
@@ -177,6 +180,6 @@ INSTANTIATE_TEST_SUITE_P(
                                {{sqlPassword, typed}},
                                {{sqlPassword, typed}},
                                0}),
-    [](const auto& test) { return std::string(test.param.name); });
+    qormin::test::RowName());
 
 } // namespace

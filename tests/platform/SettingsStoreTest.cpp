@@ -1,4 +1,5 @@
 #include "platform/SettingsStore.h"
+#include "RowName.h"
 
 #include <QDir>
 #include <QFile>
@@ -8,6 +9,8 @@
 #include <gtest/gtest.h>
 
 namespace {
+
+using qormin::test::PrintTo;
 
 using qormin::platform::SettingsStore;
 
@@ -79,9 +82,12 @@ INSTANTIATE_TEST_SUITE_P(Values, SettingsValueRoundTripTest,
                          testing::Values("p:\\backup\\MIR\\", "\\\\sqlmain\\backup", "a, b, c", "pass;word=x",
                                          "\"quoted\"", " leading and trailing ", "@Variant(x)",
                                          "line1\r\nline2", "Ärzte Ñandú 病院", "#not a comment", "[MAIN]",
-                                         "true", "0"));
+                                         "true", "0"),
+                         qormin::test::IndexedRowName());
 
 } // namespace
+
+using qormin::test::PrintTo;
 
 struct DamagedFileCase {
     const char* name;
@@ -131,7 +137,7 @@ INSTANTIATE_TEST_SUITE_P(
         DamagedFileCase{"unclosedSection", QByteArray("[MAIN\ntxtUserID0\n=x\n"), true},
         DamagedFileCase{"wrongShape", QByteArray("[MAIN]\ntxtUserID0=@Variant(\\0\\0\\0\\x7f)\n"), false},
         DamagedFileCase{"empty", QByteArray(), false}),
-    [](const auto& test) { return std::string(test.param.name); });
+    qormin::test::RowName());
 
 TEST(SettingsStoreSaveTest, aStoreThatCannotSaveSaysSoOnceAndKeepsWorking) {
     QTemporaryDir folder;

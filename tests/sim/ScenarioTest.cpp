@@ -2,19 +2,22 @@
 #include "sim/ResultSet.h"
 #include "sim/ScenarioData.h"
 
-#include "CaseName.h"
+#include "RowName.h"
 
 #include <gtest/gtest.h>
 
 namespace qormin::sim {
 namespace {
 
-using test::caseName;
+using qormin::test::PrintTo;
 
 struct BadScenario {
     QByteArray json;
     const char* error; // a part the message must contain
 };
+std::string_view label(const BadScenario& row) {
+    return row.error;
+}
 
 // A scenario with one rule answering one column of `type` holding `value` (JSON).
 QByteArray oneValue(const char* type, const char* value) {
@@ -78,7 +81,7 @@ INSTANTIATE_TEST_SUITE_P(
                     "\"generate\" is a row count"},
         BadScenario{oneValue("bigint", "1e50"), "not an integer"},
         BadScenario{oneValue("int", "-1e300"), "not an integer"}),
-    [](const auto& parameter) { return caseName(parameter.param.error, parameter.index); });
+    qormin::test::IndexedRowName());
 
 struct GeneratorCase {
     const char* type;
@@ -86,6 +89,9 @@ struct GeneratorCase {
     qint64 row;           // 0-based row index
     QVariant expected;
 };
+std::string_view label(const GeneratorCase& row) {
+    return row.type;
+}
 
 class GeneratorTest : public ::testing::TestWithParam<GeneratorCase> {};
 
@@ -116,7 +122,7 @@ INSTANTIATE_TEST_SUITE_P(
         GeneratorCase{"decimal(9,2)", R"j({"template": "{n}.25"})j", 6, QStringLiteral("7.25")},
         GeneratorCase{"varbinary(8)", nullptr, 254, QByteArray::fromHex("000000FF")},
         GeneratorCase{"nvarchar(5)", R"j({"value": "same"})j", 500, QStringLiteral("same")}),
-    [](const auto& parameter) { return caseName(parameter.param.type, parameter.index); });
+    qormin::test::IndexedRowName());
 
 } // namespace
 } // namespace qormin::sim

@@ -1,10 +1,12 @@
-#include "CaseName.h"
+#include "RowName.h"
 #include "SimClientTest.h"
 
 #include <gtest/gtest.h>
 
 namespace qormin::test {
 namespace {
+
+using qormin::test::PrintTo;
 
 const QByteArray scenario = R"json({
   "login": {"user": "sa", "password": "demo"},
@@ -71,13 +73,16 @@ INSTANTIATE_TEST_SUITE_P(
                       ReplyCase{"regexIsAnchored", "delete from Visits where 1 = 1", true, -1, 0, nullptr},
                       ReplyCase{"error", "select broken", false, -1, 208, "Invalid object name 'broken'."},
                       ReplyCase{"informationalMessage", "print", true, -1, 0, "just saying"}),
-    [](const ::testing::TestParamInfo<ReplyCase>& parameter) { return std::string(parameter.param.name); });
+    qormin::test::RowName());
 
 struct UseCase {
     const char* statement;
     const char* database; // current database afterwards
     int error;            // 0, or the error the statement gives
 };
+std::string_view label(const UseCase& row) {
+    return row.statement;
+}
 
 class SimUseTest : public SimBatchTest, public ::testing::WithParamInterface<UseCase> {};
 
@@ -101,7 +106,7 @@ INSTANTIATE_TEST_SUITE_P(
                       UseCase{"use [Patient_Data]", "Patient_Data", 0},
                       UseCase{"use Billing   ", "Billing", 0}, UseCase{"  Use BILLING;", "Billing", 0},
                       UseCase{"use MSDB", "msdb", 0}, UseCase{"use Nowhere", "master", 911}),
-    [](const auto& parameter) { return caseName(parameter.param.statement, parameter.index); });
+    qormin::test::IndexedRowName());
 
 TEST_F(SimBatchTest, transcriptHoldsLoginExactTextsInOrderAndDisconnect) {
     EXPECT_TRUE(server->statements().isEmpty()) << "the driver sent statements of its own at connect";
@@ -130,6 +135,9 @@ struct LoginCase {
     int error;        // 0 for a login that succeeds
     const char* text; // the error's text, or the database the session starts in
 };
+std::string_view label(const LoginCase& row) {
+    return row.text;
+}
 
 class SimLoginTest : public ::testing::TestWithParam<LoginCase> {};
 
@@ -159,7 +167,7 @@ INSTANTIATE_TEST_SUITE_P(
                       LoginCase{"sa", "demo", "Nowhere", 4060,
                                 "Cannot open database \"Nowhere\" requested by the login. The login failed."},
                       LoginCase{"SA", "demo", "patient_data", 0, "Patient_Data"}),
-    [](const auto& parameter) { return caseName(parameter.param.text, parameter.index); });
+    qormin::test::IndexedRowName());
 
 TEST_F(SimBatchTest, connectionsAreServedAtOnceAndResponsesComeInTurnAcrossThem) {
     OdbcClient second;

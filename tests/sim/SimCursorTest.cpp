@@ -1,3 +1,4 @@
+#include "RowName.h"
 #include "SimClientTest.h"
 
 #include <QJsonObject>
@@ -5,6 +6,8 @@
 
 namespace qormin::test {
 namespace {
+
+using qormin::test::PrintTo;
 
 const QByteArray scenario = R"json({
   "databases": ["Patient_Data"],
@@ -147,7 +150,7 @@ INSTANTIATE_TEST_SUITE_P(
         FailureCase{"updateOfAnUnknownColumn", updatable, 1,
                     "UPDATE Patients SET [nope] = 1 WHERE CURRENT OF qormin_cursor_3", 207,
                     "Invalid column name 'nope'."}),
-    [](const ::testing::TestParamInfo<FailureCase>& parameter) { return std::string(parameter.param.name); });
+    qormin::test::RowName());
 
 TEST_F(SimCursorTest, cursorsBelongToTheirConnection) {
     ASSERT_TRUE(client.execute(declare(5, readOnly)).succeeded);

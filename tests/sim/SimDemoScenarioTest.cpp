@@ -1,9 +1,12 @@
+#include "RowName.h"
 #include "SimClientTest.h"
 
 #include <gtest/gtest.h>
 
 namespace qormin::test {
 namespace {
+
+using qormin::test::PrintTo;
 
 const QString databaseList =
     QStringLiteral("SELECT name FROM sys.databases where database_id >= 5 order by name ");
@@ -102,7 +105,7 @@ INSTANTIATE_TEST_SUITE_P(
             "RESTORE LOG  Billing FROM DISK = 'p:\\backup\\MIR\\Billing_log.bak' With   MOVE  'Billing' TO "
             "'E:\\db\\Billing.mdf',  NORECOVERY  ",
             true, nullptr, "RESTORE LOG successfully processed"}),
-    [](const ::testing::TestParamInfo<DemoCase>& parameter) { return std::string(parameter.param.name); });
+    qormin::test::RowName());
 
 } // namespace
 } // namespace qormin::test

@@ -1,3 +1,4 @@
+#include "RowName.h"
 #include "SimClientTest.h"
 
 #include <QJsonArray>
@@ -6,6 +7,8 @@
 
 namespace qormin::test {
 namespace {
+
+using qormin::test::PrintTo;
 
 const QByteArray scenario = R"json({"rules": [
   {"prefix": "INSERT INTO t ([a])", "parameters": {"@P1": 25}, "response": {"error": {"number": 2627, "text": "dup"}}},
@@ -81,9 +84,7 @@ TEST_P(SimRpcTest, boundParameterArrivesTypedInTheTranscript) {
 }
 
 INSTANTIATE_TEST_SUITE_P(EveryType, SimRpcTest, ::testing::ValuesIn(parameterCases()),
-                         [](const ::testing::TestParamInfo<ParameterCase>& parameter) {
-                             return std::string(parameter.param.name);
-                         });
+                         qormin::test::RowName());
 
 // A rule with "parameters" refuses only the execution whose value matches, by handle too.
 TEST_F(SimRpcTest, preparedStatementRunsAgainByHandleAndRulesMatchItsValues) {

@@ -1,3 +1,4 @@
+#include "RowName.h"
 #include "SimClientTest.h"
 
 #include <QThread>
@@ -6,6 +7,8 @@
 
 namespace qormin::test {
 namespace {
+
+using qormin::test::PrintTo;
 
 const QByteArray scenario = R"json({
   "hangLimitSeconds": 60,
@@ -75,7 +78,7 @@ INSTANTIATE_TEST_SUITE_P(
                       CancelCase{"resultAbandonedWhileBeingWritten", "select big", false},
                       CancelCase{"backupAbandonedAfterItsFirstMessage",
                                  "BACKUP DATABASE [Billing] TO DISK = 'X:\\B.BAK'", false}),
-    [](const ::testing::TestParamInfo<CancelCase>& parameter) { return std::string(parameter.param.name); });
+    qormin::test::RowName());
 
 TEST_F(SimStreamTest, hangWithALimitGoesOnWithTheRest) {
     const auto outcome = client.execute(QStringLiteral("waitfor briefly"));

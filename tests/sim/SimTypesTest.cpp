@@ -1,5 +1,5 @@
-#include "CaseName.h"
 #include "OdbcClient.h"
+#include "RowName.h"
 #include "SimTestServer.h"
 
 #include <gtest/gtest.h>
@@ -78,7 +78,8 @@ TEST_P(SimTypesTest, valueAndNullArriveAsTyped) {
 
 INSTANTIATE_TEST_SUITE_P(EveryType, SimTypesTest, ::testing::Range<size_t>(0, columnCount),
                          [](const auto& parameter) {
-                             return caseName(columnCases[parameter.param].type, parameter.index);
+                             return qormin::test::testName(columnCases[parameter.param].type,
+                                                           parameter.index);
                          });
 
 } // namespace

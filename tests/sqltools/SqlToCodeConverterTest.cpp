@@ -1,10 +1,13 @@
 #include "QStringPrinter.h"
 
+#include "RowName.h"
 #include "sqltools/SqlToCodeConverter.h"
 
 #include <gtest/gtest.h>
 
 namespace {
+
+using qormin::test::PrintTo;
 
 namespace Converter = qormin::sqltools::SqlToCodeConverter;
 
@@ -34,10 +37,12 @@ const MakeCodeCase makeCodeCases[] = {
      " SQLStr = \" SELECT fromage, CONVERT(varchar(10), d) FROM t\""},
     {"tabIsNoSeparator", "select\ta from b", " SQLStr = \" select\ta FROM b\""},
     {"caseEnd", "case when a then b else c end as x", " SQLStr = \" case when a THEN b ELSE c END as x\""},
+    {"orVarcharGetdateYear", "select year(d),getdate() from t where a = 1 or b = cast(c as varchar(4))",
+     " SQLStr = \" SELECT YEAR(d),GETDATE() FROM t WHERE a = 1 OR b = cast(c as VARCHAR(4))\""},
 };
 
 INSTANTIATE_TEST_SUITE_P(Converter, MakeCodeTest, ::testing::ValuesIn(makeCodeCases),
-                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
+                         qormin::test::RowName());
 
 TEST(ClearCodeTest, removesQuotesAndAssignmentsKeepingBreaksBlanksAndCapitals) {
     const QString code = Converter::makeCode(QStringLiteral("select a\r\nfrom b"));

@@ -1,5 +1,6 @@
 #include "QStringPrinter.h"
 
+#include "RowName.h"
 #include "sqltools/SpReplaceStatements.h"
 #include "sqltools/SpeedTestStatements.h"
 #include "sqltools/TableSizeStatements.h"
@@ -7,6 +8,8 @@
 #include <gtest/gtest.h>
 
 namespace {
+
+using qormin::test::PrintTo;
 
 namespace SpReplace = qormin::sqltools::SpReplaceStatements;
 namespace TableSizes = qormin::sqltools::TableSizeStatements;
@@ -55,8 +58,7 @@ const RewriteCase rewriteCases[] = {
      "ALTER OR CREATE PROCEDURE p"},
 };
 
-INSTANTIATE_TEST_SUITE_P(SpReplace, RewriteTest, ::testing::ValuesIn(rewriteCases),
-                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
+INSTANTIATE_TEST_SUITE_P(SpReplace, RewriteTest, ::testing::ValuesIn(rewriteCases), qormin::test::RowName());
 
 TEST(SpReplaceStatementsTest, templatesZeroToFourAndNothingPast) {
     const std::pair<QString, QString> expected[] = {
@@ -83,26 +85,75 @@ TEST(SpReplaceStatementsTest, saveStampHasNoColonOrSlash) {
               QStringLiteral("31.01.24 10-20"));
 }
 
-TEST(TableSizeStatementsTest, defaultTextBeginsEmptyAndKeepsItsBlanks) {
-    const QStringList lines = TableSizes::defaultTableSizesText().split(QStringLiteral("\r\n"));
-    ASSERT_EQ(lines.size(), 31);
-    EXPECT_EQ(lines.first(), QString());
-    EXPECT_EQ(lines.last(), QString()); // the text ends with a line break
-    EXPECT_EQ(lines[1], QStringLiteral("SELECT "));
-    EXPECT_EQ(lines[5], QStringLiteral("    SUM(a.total_pages) * 8 AS TotalSpaceKB, "));
-    EXPECT_EQ(lines[14], QStringLiteral("INNER JOIN      "));
-    EXPECT_EQ(lines[29], QStringLiteral("   TotalSpaceMB desc"));
-}
-
-TEST(TableSizeStatementsTest, bigTablesQueryIsOneLine) {
-    const QString query = TableSizes::bigTablesQuery();
-    EXPECT_FALSE(query.contains(u'\r') || query.contains(u'\n'));
-    EXPECT_TRUE(query.startsWith(
-        QStringLiteral(" SELECT   t.NAME AS TableName,    s.Name AS SchemaName,    p.rows AS "
-                       "RowCounts,    CAST(ROUND(((SUM(a.total_pages) * 8) / 1024.00), 2)")));
-    EXPECT_TRUE(query.contains(
-        QStringLiteral(" AS UnusedSpaceMB FROM     sys.tables t INNER JOIN          sys.indexes")));
-    EXPECT_TRUE(query.endsWith(QStringLiteral("    t.Name, s.Name, p.Rows ORDER BY     TotalSpaceMB desc")));
+// Line by line as the tool has always had them: the default text begins with an empty line and
+// ends with a line break; the big-tables pieces join into one line.
+TEST(TableSizeStatementsTest, defaultTextAndBigTablesQueryKeepEveryBlank) {
+    const char* const defaultLines[] = {
+        "",
+        "SELECT ",
+        "    t.NAME AS TableName,",
+        "    s.Name AS SchemaName,",
+        "    p.rows AS RowCounts,",
+        "    SUM(a.total_pages) * 8 AS TotalSpaceKB, ",
+        "    CAST(ROUND(((SUM(a.total_pages) * 8) / 1024.00), 2) AS NUMERIC(36, 2)) AS TotalSpaceMB,",
+        "    SUM(a.used_pages) * 8 AS UsedSpaceKB, ",
+        "    CAST(ROUND(((SUM(a.used_pages) * 8) / 1024.00), 2) AS NUMERIC(36, 2)) AS UsedSpaceMB, ",
+        "    (SUM(a.total_pages) - SUM(a.used_pages)) * 8 AS UnusedSpaceKB,",
+        "    CAST(ROUND(((SUM(a.total_pages) - SUM(a.used_pages)) * 8) / 1024.00, 2) AS NUMERIC(36, 2)) ",
+        "AS UnusedSpaceMB",
+        "FROM ",
+        "    sys.tables t",
+        "INNER JOIN      ",
+        "    sys.indexes i ON t.OBJECT_ID = i.object_id",
+        "INNER JOIN ",
+        "    sys.partitions p ON i.object_id = p.OBJECT_ID AND i.index_id = p.index_id",
+        "INNER JOIN ",
+        "    sys.allocation_units a ON p.partition_id = a.container_id",
+        "LEFT OUTER JOIN ",
+        "    sys.schemas s ON t.schema_id = s.schema_id",
+        "WHERE ",
+        "    t.NAME NOT LIKE 'dt%' ",
+        "    AND t.is_ms_shipped = 0",
+        "    AND i.OBJECT_ID > 255 ",
+        "GROUP BY ",
+        "    t.Name, s.Name, p.Rows",
+        "ORDER BY ",
+        "   TotalSpaceMB desc",
+        ""};
+    const char* const bigTablesPieces[] = {
+        " SELECT   t.NAME AS TableName,",
+        "    s.Name AS SchemaName,",
+        "    p.rows AS RowCounts,",
+        "    CAST(ROUND(((SUM(a.total_pages) * 8) / 1024.00), 2) AS NUMERIC(36, 2)) AS TotalSpaceMB,",
+        "    CAST(ROUND(((SUM(a.used_pages) * 8) / 1024.00), 2) AS NUMERIC(36, 2)) AS UsedSpaceMB, ",
+        "    CAST(ROUND(((SUM(a.total_pages) - SUM(a.used_pages)) * 8) / 1024.00, 2) AS NUMERIC(36, 2)) AS "
+        "UnusedSpaceMB",
+        " FROM ",
+        "    sys.tables t",
+        " INNER JOIN      ",
+        "    sys.indexes i ON t.OBJECT_ID = i.object_id",
+        " INNER JOIN ",
+        "    sys.partitions p ON i.object_id = p.OBJECT_ID AND i.index_id = p.index_id",
+        " INNER JOIN ",
+        "    sys.allocation_units a ON p.partition_id = a.container_id",
+        " LEFT OUTER JOIN ",
+        "    sys.schemas s ON t.schema_id = s.schema_id",
+        " WHERE ",
+        "    t.NAME NOT LIKE 'dt%' ",
+        "    AND t.is_ms_shipped = 0",
+        "    AND i.OBJECT_ID > 255 ",
+        " GROUP BY ",
+        "    t.Name, s.Name, p.Rows",
+        " ORDER BY ",
+        "    TotalSpaceMB desc"};
+    QStringList text;
+    for (const char* line : defaultLines)
+        text << QString::fromLatin1(line);
+    EXPECT_EQ(TableSizes::defaultTableSizesText(), text.join(QStringLiteral("\r\n")));
+    QString query;
+    for (const char* piece : bigTablesPieces)
+        query += QString::fromLatin1(piece);
+    EXPECT_EQ(TableSizes::bigTablesQuery(), query);
 }
 
 TEST(TableSizeStatementsTest, logLineShowsRowsInThousands) {

@@ -1,5 +1,6 @@
 #include "SqlToolsFixture.h"
 
+#include "RowName.h"
 #include "controls/FlexGrid.h"
 #include "db/LogBuffer.h"
 #include "db/ServerAccess.h"
@@ -12,6 +13,8 @@
 namespace qormin::test {
 
 namespace {
+
+using qormin::test::PrintTo;
 
 namespace Statements = sqltools::TableSizeStatements;
 
@@ -74,7 +77,7 @@ const FailureCase failureCases[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(TableSizes, TableSizesFailureTest, ::testing::ValuesIn(failureCases),
-                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
+                         qormin::test::RowName());
 
 TEST_F(TableSizesPageTest, bigTablesFillTheGridAndTheChartAfterLoggingTheQuery) {
     const BatchResult result = run(QStringLiteral("click cmdBigTables\n"));

@@ -1,11 +1,14 @@
 #include "QStringPrinter.h"
 
+#include "RowName.h"
 #include "tablecopy/CopyByIdStatements.h"
 
 #include <gtest/gtest.h>
 
 namespace qormin::test {
 namespace {
+
+using qormin::test::PrintTo;
 
 using tablecopy::CopyByIdStatements;
 
@@ -43,8 +46,7 @@ const TextCase textCases[] = {
     {"notFound", CopyByIdStatements::tableNotFoundLine(table), "table not found in database 2 tbPatients"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Texts, CopyByIdTextTest, testing::ValuesIn(textCases),
-                         [](const testing::TestParamInfo<TextCase>& param) { return param.param.name; });
+INSTANTIATE_TEST_SUITE_P(Texts, CopyByIdTextTest, testing::ValuesIn(textCases), qormin::test::RowName());
 
 } // namespace
 } // namespace qormin::test

@@ -2,6 +2,7 @@
 #include "SimTestServer.h"
 #include "WindowHarness.h"
 
+#include "RowName.h"
 #include "db/LogBuffer.h"
 #include "db/ServerAccess.h"
 #include "platform/SettingsStore.h"
@@ -12,6 +13,8 @@
 
 namespace qormin::test {
 namespace {
+
+using qormin::test::PrintTo;
 
 // Left (database 1): Billing lists tbPatients, tbNoId and tbLeftOnly; tbPatients holds 106305 and
 // has an identity and a computed column, a column of its own, and lacks the right's rightOnly.
@@ -177,7 +180,7 @@ TEST_P(CopyByIdRefusalTest, SendsNothing) {
 INSTANTIATE_TEST_SUITE_P(IdTexts, CopyByIdRefusalTest,
                          testing::Values(RefusalCase{"start", "set txtStartIDNum 106300' or 1=1\n"},
                                          RefusalCase{"end", "set txtENDIDNum '\n"}),
-                         [](const testing::TestParamInfo<RefusalCase>& param) { return param.param.name; });
+                         qormin::test::RowName());
 
 TEST_F(CopyByIdTest, StopEndsTheTableLoop) {
     run(QStringLiteral("select GridDB(0) 1\nset chkStop 1\n"));

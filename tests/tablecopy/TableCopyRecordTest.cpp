@@ -1,3 +1,4 @@
+#include "RowName.h"
 #include "TableCopyToolsFixture.h"
 
 #include <QElapsedTimer>
@@ -13,6 +14,8 @@
 
 namespace qormin::test {
 namespace {
+
+using qormin::test::PrintTo;
 
 // Row-by-row copies: rows stream from a cursor over the source and go in as typed INSERTs.
 const QByteArray recordScenario = R"json({
@@ -175,6 +178,9 @@ struct FieldCase {
     QStringList inserted; // per INSERT: the column list, then the values as they arrived
     const char* errors;
 };
+std::string_view label(const FieldCase& row) {
+    return row.table;
+}
 
 class FieldLossTest : public RecordCopyTest, public ::testing::WithParamInterface<FieldCase> {};
 
@@ -213,8 +219,7 @@ const FieldCase fieldCases[] = {
      "copied 4/errors 3"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Targets, FieldLossTest, ::testing::ValuesIn(fieldCases),
-                         [](const auto& testInfo) { return std::string(testInfo.param.table); });
+INSTANTIATE_TEST_SUITE_P(Targets, FieldLossTest, ::testing::ValuesIn(fieldCases), qormin::test::RowName());
 
 // Nothing changes without a word: each value lost is named in the errors box by table, key (the
 // row's first field) and column, and the run counts it.

@@ -1,8 +1,11 @@
 #include "tablecopy/TableCopyStatements.h"
+#include "RowName.h"
 
 #include <gtest/gtest.h>
 
 namespace {
+
+using qormin::test::PrintTo;
 
 using Statements = qormin::tablecopy::TableCopyStatements;
 
@@ -29,6 +32,6 @@ INSTANTIATE_TEST_SUITE_P(Fields, ColumnListTest,
                                                           {"ID", "Name", "Visit Date"},
                                                           "[ID],[Name],[Visit Date]",
                                                           "ID,Name,Visit Date"}),
-                         [](const auto& caseInfo) { return std::string(caseInfo.param.name); });
+                         qormin::test::RowName());
 
 } // namespace

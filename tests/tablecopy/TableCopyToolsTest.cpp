@@ -1,3 +1,4 @@
+#include "RowName.h"
 #include "TableCopyToolsFixture.h"
 
 #include <QLabel>
@@ -35,6 +36,9 @@ struct ButtonCase {
     QStringList statements;
     QStringList log;
 };
+std::string_view label(const ButtonCase& row) {
+    return row.press.name;
+}
 
 class ButtonSequenceTest : public TableCopyToolsTest, public ::testing::WithParamInterface<ButtonCase> {};
 
@@ -103,7 +107,7 @@ const ButtonCase buttonCases[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Buttons, ButtonSequenceTest, ::testing::ValuesIn(buttonCases),
-                         [](const auto& testCase) { return std::string(testCase.param.press.name); });
+                         qormin::test::RowName());
 
 TEST_F(TableCopyToolsTest, allTablesWalksEveryRowIncludingTheHeaderAndMovesTheCurrentRow) {
     m_tools->chkAllTables()->setChecked(true);

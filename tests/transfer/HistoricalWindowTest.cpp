@@ -1,6 +1,7 @@
 #include "QStringPrinter.h"
 #include "TransferWindowFixture.h"
 
+#include "RowName.h"
 #include "controls/FlexGrid.h"
 
 #include <QDate>
@@ -8,10 +9,34 @@
 namespace qormin::test {
 namespace {
 
+using qormin::test::PrintTo;
+
 using HistoricalWindowTest = TransferWindowFixture;
 
 QString yearsAgo(int years) {
     return QDate::currentDate().addYears(-years).toString(QStringLiteral("yyyyMMdd"));
+}
+
+// The log and journal tables the window starts with, each with its date column (none: purged whole).
+TEST_F(HistoricalWindowTest, gridsStartWithTheLogAndJournalTables) {
+    run(QStringLiteral("open frmHistorical\n"));
+    const std::pair<const char*, QStringList> grids[] = {
+        {"Grid1",
+         {"Station..tbNurseLogBook\tRequestDate", "Station..tbNurseCommunicationFile\tRequestDate",
+          "Station..tbstationlogs\tTransDate", "inventory..tbInvStockCard\tTransDate",
+          "inventory..tbInvProfile\tTransDate", "billing..tbBillDailyBill\tTransDate",
+          "billing..tbBillOPDailyOut\tTransDate", "billing..tbCashAssessment\tTransDate",
+          "Billing..tbBilling_UserLogin\tLogInDate", "laboratory..tbLABLogBook\tTransDate",
+          "laboratory..tbLABLogBook2\tTransDate", "laboratory..tbLABMaster\tTransDate"}},
+        {"Grid2",
+         {"Station..tbstationlogs\tTransDate", "Billing..tbBilling_UserLogin\tLogInDate",
+          "Medicare..Medic_ORLogBook\t", "Medicare..Medic_LogBook\t", "Medicare..Medic_LabLogBook\t",
+          "Medicare..Medic_XrayLogBook\t", "Medicare..medic_DumpAVGDays\t", "Medicare..Medic_DumpDiscount\t",
+          "Medicare..Medic_DumpTable_Actual\t", "Medicare..Medic_DumpTable_Form3And4\t"}}};
+    for (const auto& [name, rows] : grids) {
+        const auto* grid = subsidiary(QStringLiteral("frmHistorical"))->findChild<controls::FlexGrid*>(name);
+        EXPECT_EQ(grid->toText().split(u'\n').mid(1), rows) << name;
+    }
 }
 
 // Every column goes, "ID" included, into the HISTORY table of the same name; no claims update
@@ -103,7 +128,7 @@ INSTANTIATE_TEST_SUITE_P(
                  "Not known to be written: HISTORY..tbSwallowed, ID = 1, column -: The INSERT did not "
                  "report one row written",
                  "read 1, written 0, deleted 0, failed 1"}),
-    [](const auto& testInfo) { return std::string(testInfo.param.name); });
+    qormin::test::RowName());
 
 TEST_F(HistoricalWindowTest, purgeOfAllTablesSaysWhichAreEmptiedAndTruncatesThem) {
     const BatchResult result =

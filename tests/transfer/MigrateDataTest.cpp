@@ -2,6 +2,7 @@
 #include "QStringPrinter.h"
 #include "SimTestServer.h"
 
+#include "RowName.h"
 #include "app/batch/BatchMessageBoxService.h"
 #include "db/ServerAccess.h"
 #include "db/SideConnection.h"
@@ -20,6 +21,8 @@
 namespace qormin::test {
 
 namespace {
+
+using qormin::test::PrintTo;
 
 // Old..tbPat on the right holds three patients; New..tbPatient on the left already has patient 2.
 const QByteArray scenario = R"json({"rules": [
@@ -154,7 +157,7 @@ TEST_P(MigrateRunTest, simulateCopiesNothingAndTwentyRecordsReadsTheTop) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Settings, MigrateRunTest, ::testing::Values("chkSimulate", "chkTop20"),
-                         [](const auto& caseInfo) { return std::string(caseInfo.param); });
+                         qormin::test::RowName());
 
 // A missing file says where it was looked for; without destination fields (the block ended or
 // not) nothing is sent either.
@@ -200,7 +203,7 @@ INSTANTIATE_TEST_SUITE_P(
                                  {"[PatientID], [LastName] [1,\"Ann\"]", "[PatientID] [3]"}},
                       AnswerCase{
                           "no", platform::MessageBoxAnswer::No, {"[PatientID], [LastName] [1,\"Ann\"]"}}),
-    [](const auto& caseInfo) { return std::string(caseInfo.param.name); });
+    qormin::test::RowName());
 
 // Untrusted files: random bytes, a huge line, NULs; the run ends with every refused line named.
 TEST_F(MigrateDataTest, binaryAndHugeFilesEndWithoutHarm) {

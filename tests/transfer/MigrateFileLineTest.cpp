@@ -1,12 +1,15 @@
 #include "transfer/MigrateFileLine.h"
 
 #include "QStringPrinter.h"
+#include "RowName.h"
 
 #include <QRandomGenerator>
 #include <QStringList>
 #include <gtest/gtest.h>
 
 namespace {
+
+using qormin::test::PrintTo;
 
 using qormin::transfer::MigrateFileLine;
 using Kind = MigrateFileLine::Kind;
@@ -54,7 +57,7 @@ INSTANTIATE_TEST_SUITE_P(
         LineCase{"blankLed", " #Dest|Src", Kind::Refused, "", "", "", ""},
         LineCase{"tabLed", "\t#Dest|Src", Kind::Refused, "", "", "", ""},
         LineCase{"unknownMarker", "Dest|Src", Kind::Refused, "", "", "", ""}),
-    [](const auto& caseInfo) { return std::string(caseInfo.param.name); });
+    qormin::test::RowName());
 
 // The file is untrusted: random bytes, mutated good lines, huge lines and control characters
 // always give one of the kinds, never a crash; a refused line says why.

@@ -1,11 +1,14 @@
 #include "transfer/MigrateStatements.h"
 
 #include "QStringPrinter.h"
+#include "RowName.h"
 
 #include <QDateTime>
 #include <gtest/gtest.h>
 
 namespace {
+
+using qormin::test::PrintTo;
 
 namespace Statements = qormin::transfer::MigrateStatements;
 
@@ -52,7 +55,7 @@ INSTANTIATE_TEST_SUITE_P(
         RemainderCase{"nullStaysNull", QVariant(), "3", QVariant(), true},
         RemainderCase{"zero", QVariant(QStringLiteral("abc")), "0", QStringLiteral("abc"), false},
         RemainderCase{"words", QVariant(QStringLiteral("abc")), "LEFT 2", QStringLiteral("abc"), false}),
-    [](const auto& caseInfo) { return std::string(caseInfo.param.name); });
+    qormin::test::RowName());
 
 // Keys with a quote or nothing are not used; a constant is the text after its first character.
 TEST(MigrateStatementsTest, keysAndConstants) {

@@ -92,11 +92,51 @@ TEST(TransferStatementsTest, statementsMatchTheirTexts) {
 }
 
 TEST(TransferStatementsTest, typeCodesHaveTheirAdoNames) {
-    // The ends of the table, the codes column scripts meet, and the gaps that have no name.
-    const std::pair<int, const char*> named[] = {
-        {0, "adEmpty"},           {3, "adInteger"},    {11, "adBit"},      {72, "adGUID"},
-        {131, "adNumeric"},       {135, "adDateTime"}, {200, "adVarChar"}, {202, "adVarWChar"},
-        {205, "adLongVarBinary"}, {1, "*UNKNOWN*"},    {137, "*UNKNOWN*"}, {-1, "*UNKNOWN*"}};
+    // All 39 names (135 is "adDateTime", not the ADO name) and the gaps that have none.
+    const std::pair<int, const char*> named[] = {{0, "adEmpty"},
+                                                 {2, "adSmallInt"},
+                                                 {3, "adInteger"},
+                                                 {4, "adSingle"},
+                                                 {5, "adFloat"},
+                                                 {6, "adCurrency"},
+                                                 {7, "adDate"},
+                                                 {8, "adBSTR"},
+                                                 {9, "adIDispatch"},
+                                                 {10, "adError"},
+                                                 {11, "adBit"},
+                                                 {12, "adVariant"},
+                                                 {13, "adIUnknown"},
+                                                 {14, "adDecimal"},
+                                                 {16, "adTinyInt"},
+                                                 {17, "adUnsignedTinyInt"},
+                                                 {18, "adUnsignedSmallInt"},
+                                                 {19, "adUnsignedInt"},
+                                                 {20, "adBigInt"},
+                                                 {21, "adUnsignedBigInt"},
+                                                 {64, "adFileTime"},
+                                                 {72, "adGUID"},
+                                                 {128, "adBinary"},
+                                                 {129, "adChar"},
+                                                 {130, "adWChar"},
+                                                 {131, "adNumeric"},
+                                                 {132, "adUserDefined"},
+                                                 {133, "adDBDate"},
+                                                 {134, "adDBTime"},
+                                                 {135, "adDateTime"},
+                                                 {136, "adChapter"},
+                                                 {138, "adPropVariant"},
+                                                 {139, "adVarNumeric"},
+                                                 {200, "adVarChar"},
+                                                 {201, "adLongVarChar"},
+                                                 {202, "adVarWChar"},
+                                                 {203, "adLongVarWChar"},
+                                                 {204, "adVarBinary"},
+                                                 {205, "adLongVarBinary"},
+                                                 {1, "*UNKNOWN*"},
+                                                 {15, "*UNKNOWN*"},
+                                                 {137, "*UNKNOWN*"},
+                                                 {206, "*UNKNOWN*"},
+                                                 {-1, "*UNKNOWN*"}};
     for (const auto& [code, name] : named) {
         EXPECT_EQ(Statements::typeCodeName(code), QString::fromUtf8(name)) << code;
     }

@@ -1,6 +1,7 @@
 #include "QStringPrinter.h"
 #include "TransferWindowFixture.h"
 
+#include "RowName.h"
 #include "controls/FlexGrid.h"
 #include "sim/ValueText.h"
 
@@ -9,6 +10,8 @@
 
 namespace qormin::test {
 namespace {
+
+using qormin::test::PrintTo;
 
 // One edge value of one column type, held by the source row. A destination of another type
 // (as Sync Structure adds some columns) must refuse what it would change, for the reason given.
@@ -20,8 +23,8 @@ struct TypeCase {
     const char* refusal = nullptr;
 };
 
-void PrintTo(const TypeCase& c, std::ostream* out) {
-    *out << c.name;
+std::string_view label(const TypeCase& row) {
+    return row.name;
 }
 
 // The simulator has no smallmoney. Year 1 is the day count's edge, which FreeTDS gets wrong
@@ -156,8 +159,7 @@ TEST_P(TypeMatrixTest, transferToHistoryMovesTheValueExactlyOrRefusesIt) {
                           QStringLiteral("set frmHistorical.txtYears 2\n"));
 }
 
-INSTANTIATE_TEST_SUITE_P(Types, TypeMatrixTest, testing::ValuesIn(typeCases()),
-                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
+INSTANTIATE_TEST_SUITE_P(Types, TypeMatrixTest, testing::ValuesIn(typeCases()), qormin::test::RowName());
 
 } // namespace
 } // namespace qormin::test
