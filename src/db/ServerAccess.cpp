@@ -135,7 +135,8 @@ bool ServerAccess::withhold(const QString& sql, bool logStatement, int side) {
     LogMessage(notRunText);
     // Script only files are read by others the next morning: they carry no password.
     m_state->withheld.push_back({side, m_state->host.serverText(side),
-                                 m_state->sides[static_cast<size_t>(side)]->currentDatabase(), maskSecrets(sql)});
+                                 m_state->sides[static_cast<size_t>(side)]->currentDatabase(),
+                                 maskSecrets(sql)});
     ++m_state->tally.withheld;
     auditUnsent(side, sql, AuditRecord::Outcome::Withheld);
     return true;

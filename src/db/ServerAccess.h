@@ -1,7 +1,7 @@
 #pragma once
 
-#include "db/ConnectionString.h"
 #include "db/AuditSink.h"
+#include "db/ConnectionString.h"
 #include "db/ResultTable.h"
 #include "db/StatementTally.h"
 #include "db/WithheldScript.h"
@@ -26,9 +26,9 @@ struct HandshakeProbes;
 class ServerAccessHost {
 public:
     virtual ~ServerAccessHost() = default;
-    virtual QString serverText(int side) const = 0;                // txtServer(side)
-    virtual QString userText(int side) const = 0;                  // txtUserID(side)
-    virtual QString passwordText(int side) const = 0;              // txtPW(side)
+    virtual QString serverText(int side) const = 0;   // txtServer(side)
+    virtual QString userText(int side) const = 0;     // txtUserID(side)
+    virtual QString passwordText(int side) const = 0; // txtPW(side)
     // Message box, OK only; the title names the side and server.
     virtual void showConnectError(const QString& description, const QString& title) = 0;
     virtual void setBusyCursor(bool busy) = 0;

@@ -1,10 +1,13 @@
 #include "QStringPrinter.h"
+#include "RowName.h"
 
 #include "app/DatabaseHealth.h"
 
 #include <gtest/gtest.h>
 
 namespace {
+
+using qormin::test::PrintTo;
 
 using qormin::app::backupAttention;
 using qormin::app::BackupThresholds;
@@ -37,7 +40,7 @@ const AttentionCase attentionCases[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Cases, BackupAttentionTest, testing::ValuesIn(attentionCases),
-                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
+                         qormin::test::RowName());
 
 TEST(AgeTextTest, keepsTheNumberSmall) {
     const std::pair<qint64, const char*> cases[] = {{-5, "0 min"},  {59, "59 min"}, {60, "1 h"},

@@ -1,4 +1,5 @@
 #include "QStringPrinter.h"
+#include "RowName.h"
 #include "SimTestServer.h"
 #include "WindowHarness.h"
 
@@ -13,6 +14,8 @@
 #include <gtest/gtest.h>
 
 namespace {
+
+using qormin::test::PrintTo;
 
 using qormin::test::SimTestServer;
 using qormin::test::WindowHarness;
@@ -182,8 +185,9 @@ TEST_P(DatabaseHealthTest, fillsTheColumnsMarksOverdueBackupsOrFailsSoft) {
     harness.storeConnection(0, server->address(), QStringLiteral("secret"));
     harness.load();
     harness.window().serverAccess().setScriptOnly(true); // the query is read-only: still sent
-    const auto result = harness.runBatch(QStringLiteral("set chkDatabaseHealth 1\n") + QString::fromUtf8(c.batch) +
-                                         QStringLiteral("click cmdRefreshDB(0)\nprint GridDB(0)\nprint lblDBCount(0)\n"));
+    const auto result =
+        harness.runBatch(QStringLiteral("set chkDatabaseHealth 1\n") + QString::fromUtf8(c.batch) +
+                         QStringLiteral("click cmdRefreshDB(0)\nprint GridDB(0)\nprint lblDBCount(0)\n"));
     EXPECT_EQ(result.exitCode, 0) << result.errors.toStdString();
     EXPECT_EQ(result.output, QString::fromUtf8(c.printed));
     auto& window = harness.window();
@@ -241,7 +245,6 @@ const HealthCase healthCases[] = {
      "No database health columns for the Left server %SERVER%: Invalid object name 'msdb.dbo.backupset'."},
 };
 
-INSTANTIATE_TEST_SUITE_P(Cases, DatabaseHealthTest, testing::ValuesIn(healthCases),
-                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
+INSTANTIATE_TEST_SUITE_P(Cases, DatabaseHealthTest, testing::ValuesIn(healthCases), qormin::test::RowName());
 
 } // namespace

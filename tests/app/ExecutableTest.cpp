@@ -105,8 +105,7 @@ TEST(ExecutableTest, demoConnectsBothSidesToASimulatorProcess) {
     EXPECT_EQ(run.exitCode, 0) << run.errors.toStdString();
     // A batch run lists names alone until asked; the demo's history leaves five databases with
     // overdue backups.
-    EXPECT_TRUE(run.output.contains(QStringLiteral("\n18\n18 (5 overdue)\n")))
-        << run.output.toStdString();
+    EXPECT_TRUE(run.output.contains(QStringLiteral("\n18\n18 (5 overdue)\n"))) << run.output.toStdString();
 }
 
 // SIGTERM ends a batch run the way Cancel and STOP would: the hung statement is cancelled, no

@@ -205,7 +205,11 @@ TEST_P(ChangeThenFetchTest, sendsTheStatementsOfOneChangeAtATime) {
 
 INSTANTIATE_TEST_SUITE_P(BothWays, ChangeThenFetchTest,
                          ::testing::Values(RecordReader::AfterChange::StayOnRow,
-                                           RecordReader::AfterChange::FetchNext));
+                                           RecordReader::AfterChange::FetchNext),
+                         [](const auto& row) {
+                             return row.param == RecordReader::AfterChange::FetchNext ? "fetchNext"
+                                                                                      : "stayOnRow";
+                         });
 
 struct InsertCase {
     const char* column;

@@ -1,10 +1,13 @@
 #include "QStringPrinter.h"
+#include "RowName.h"
 
 #include "db/SecretMask.h"
 
 #include <gtest/gtest.h>
 
 namespace {
+
+using qormin::test::PrintTo;
 
 using qormin::db::maskSecrets;
 
@@ -46,7 +49,6 @@ const MaskCase maskCases[] = {
      "BACKUP DATABASE Billing TO DISK = 'p:\\x.BAK'"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Texts, SecretMaskTest, testing::ValuesIn(maskCases),
-                         [](const auto& test) { return std::string(test.param.name); });
+INSTANTIATE_TEST_SUITE_P(Texts, SecretMaskTest, testing::ValuesIn(maskCases), qormin::test::RowName());
 
 } // namespace

@@ -222,9 +222,10 @@ TEST_P(ExecuteSqlTest, logsRunningTheStatementAndDoneOrTheServersError) {
     // The error text is only in txtLog, never in txtErrs; the status bar names side and statement.
     EXPECT_EQ(errorsUnstamped(), QString());
     EXPECT_EQ(statusLine.isEmpty() ? QString() : statusLine.back().front().toString().section(u' ', 2),
-              GetParam().succeeds ? QString()
-                                  : QStringLiteral("Left server ") + m_host.server[0] + QStringLiteral(": ") +
-                                        QString::fromUtf8(GetParam().lastLine) + QStringLiteral(" -- ") + sql);
+              GetParam().succeeds
+                  ? QString()
+                  : QStringLiteral("Left server ") + m_host.server[0] + QStringLiteral(": ") +
+                        QString::fromUtf8(GetParam().lastLine) + QStringLiteral(" -- ") + sql);
     EXPECT_EQ(m_host.busyChanges, (QList<bool>{true, false}));
     EXPECT_EQ(m_server->statements(), QStringList{sql});
 }

@@ -1,4 +1,5 @@
 #include "QStringPrinter.h"
+#include "RowName.h"
 
 #include "db/WithheldScript.h"
 
@@ -7,6 +8,8 @@
 
 namespace qormin::test {
 namespace {
+
+using qormin::test::PrintTo;
 
 struct ScriptCase {
     const char* name;
@@ -49,7 +52,7 @@ INSTANTIATE_TEST_SUITE_P(
         ScriptCase{"unknownDatabaseGetsNoUseAndBracketsAreDoubled",
                    {"1|SRV2||a", "1|SRV2|odd]name|b"},
                    "-- Right (side 1) server SRV2\na\nGO\nUSE [odd]]name]\nGO\nb\nGO\n"}),
-    [](const auto& test) { return std::string(test.param.name); });
+    qormin::test::RowName());
 
 } // namespace
 } // namespace qormin::test

@@ -1,5 +1,6 @@
 #include "DatabaseFileFixture.h"
 #include "QStringPrinter.h"
+#include "RowName.h"
 
 #include "controls/FileListBox.h"
 #include "window/DestructiveConfirmation.h"
@@ -10,6 +11,8 @@
 
 namespace qormin::test {
 namespace {
+
+using qormin::test::PrintTo;
 
 struct ConfirmCase {
     const char* name;
@@ -171,7 +174,7 @@ INSTANTIATE_TEST_SUITE_P(
                     "Transfer, deleting each source row after its copy on the left server %1: table "
                     "Station..tbstationlogs. Go ahead?",
                     "Transfer, deleting each source row after its copy"}),
-    [](const auto& test) { return std::string(test.param.name); });
+    qormin::test::RowName());
 
 // For many databases the question names the count and the first five; an action that names its
 // target itself gets none.

@@ -1,5 +1,6 @@
 #include "DatabaseFileFixture.h"
 #include "QStringPrinter.h"
+#include "RowName.h"
 
 #include "db/ReadOnlyStatement.h"
 #include "db/SideConnection.h"
@@ -9,6 +10,8 @@
 
 namespace qormin::test {
 namespace {
+
+using qormin::test::PrintTo;
 
 // "<database> | <text>" of every statement a server received that could change it, in order.
 QStringList changes(const SimTestServer& server) {
@@ -90,7 +93,7 @@ INSTANTIATE_TEST_SUITE_P(
         ReplayCase{"restoreOnTheRight", "set txtDB Station\nclick cmdRestore(1)\n"},
         ReplayCase{"bothSidesInTurn", "dblclick GridDB(0) 2\nclick cmdBackup(0)\nset txtDB Billing\n"
                                       "click cmdMakeSimple\nclick Command1\n"}),
-    [](const auto& test) { return std::string(test.param.name); });
+    qormin::test::RowName());
 
 } // namespace
 } // namespace qormin::test
