@@ -1,5 +1,7 @@
 #include "db/ResultTableModel.h"
 
+#include "db/SqlLiteral.h"
+
 #include <QDateTime>
 #include <sql.h>
 #include <sqlext.h>
@@ -81,20 +83,8 @@ QString ResultTableModel::displayText(const QVariant& value) {
 }
 
 bool ResultTableModel::holdsNumbers(const ColumnInfo& column) {
-    switch (column.sqlType) {
-    case SQL_INTEGER:
-    case SQL_SMALLINT:
-    case SQL_TINYINT:
-    case SQL_BIGINT:
-    case SQL_REAL:
-    case SQL_FLOAT:
-    case SQL_DOUBLE:
-    case SQL_DECIMAL:
-    case SQL_NUMERIC:
-        return true;
-    default:
-        return false;
-    }
+    // A bit is a yes or no, not an amount to line up.
+    return column.sqlType != SQL_BIT && isNumericType(column.sqlType);
 }
 
 } // namespace qormin::db

@@ -244,7 +244,7 @@ void ServerAccess::ConnectServer(int side) {
         return;
     }
     LogMessage(refusal);
-    reportFailure(side, refusal, QString(), ErrorLine::ErrorsBoxAndStatusBar);
+    reportLine(refusal, ErrorLine::ErrorsBoxAndStatusBar);
     host.showConnectError(refusal, sideServerName(side));
 }
 
@@ -299,14 +299,20 @@ QString ServerAccess::sideServerName(int side) const {
 // unless the caller reports the failure itself (a query's error goes back to the handler that
 // sent it, and several put their own line there), and in the status bar either way.
 void ServerAccess::reportFailure(int side, const QString& description, const QString& sql, ErrorLine where) {
-    QString line = QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss ")) +
-                   sideServerName(side) + QStringLiteral(": ") + description.simplified();
+    QString line = sideServerName(side) + QStringLiteral(": ") + description.simplified();
     if (!sql.isEmpty()) {
         const QString statement = sql.simplified();
         line += QStringLiteral(" -- ") + (statement.size() > quotedStatementLength
                                               ? statement.left(quotedStatementLength) + QStringLiteral("...")
                                               : statement);
     }
+    reportLine(line, where);
+}
+
+// For a line that names its side and server itself.
+void ServerAccess::reportLine(const QString& named, ErrorLine where) {
+    const QString line =
+        QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss ")) + named;
     m_state->failureShown = true;
     if (where == ErrorLine::ErrorsBoxAndStatusBar)
         LogError(line);

@@ -150,6 +150,7 @@ private:
     void countFinished(bool succeeded);
     enum class ErrorLine { ErrorsBoxAndStatusBar, StatusBarOnly };
     void reportFailure(int side, const QString& description, const QString& sql, ErrorLine where);
+    void reportLine(const QString& named, ErrorLine where);
     void reportSuccess();
     bool failureIsExpected(bool connected) const;
     ConnectOutcome openSide(int side, const QString& providerString);

@@ -7,8 +7,6 @@
 
 namespace qormin::db {
 
-namespace {
-
 bool isNumericType(int sqlType) {
     switch (sqlType) {
     case SQL_INTEGER:
@@ -26,6 +24,8 @@ bool isNumericType(int sqlType) {
         return false;
     }
 }
+
+namespace {
 
 bool isUnicodeType(int sqlType) {
     return sqlType == SQL_WCHAR || sqlType == SQL_WVARCHAR || sqlType == SQL_WLONGVARCHAR || sqlType == 0;

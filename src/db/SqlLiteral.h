@@ -12,6 +12,9 @@ namespace qormin::db {
 // N'text' (quotes doubled), '2024-01-31T10:20:30.123', 0x01AB.
 QString sqlLiteral(const QVariant& value, const ColumnInfo& target);
 
+// The ODBC types whose values are numbers (bit included): written without quotes.
+bool isNumericType(int sqlType);
+
 // "[name]" with any "]" doubled.
 QString quotedName(const QString& name);
 

@@ -22,7 +22,8 @@ TEST(DatabaseHealthEngineTest, fillsTheColumnsOrFailsSoftWithoutMsdbHistory) {
     harness.storeConnection(0, servers->server[0], servers->password);
     harness.settings().saveSetting(QStringLiteral("MAIN"), QStringLiteral("txtUserID0"), servers->user);
     harness.load();
-    const BatchResult run = harness.runBatch(QStringLiteral("click cmdRefreshDB(0)\n"));
+    const BatchResult run =
+        harness.runBatch(QStringLiteral("set chkDatabaseHealth 1\nclick cmdRefreshDB(0)\n"));
     EXPECT_EQ(run.exitCode, 0) << run.log.toStdString();
     db::ServerAccess& access = harness.window().serverAccess();
     EXPECT_EQ(access.errors().text(), QString());
