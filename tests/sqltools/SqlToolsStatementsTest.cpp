@@ -126,8 +126,8 @@ TEST(TableSizeStatementsTest, defaultTextAndBigTablesQueryKeepEveryBlank) {
         "    p.rows AS RowCounts,",
         "    CAST(ROUND(((SUM(a.total_pages) * 8) / 1024.00), 2) AS NUMERIC(36, 2)) AS TotalSpaceMB,",
         "    CAST(ROUND(((SUM(a.used_pages) * 8) / 1024.00), 2) AS NUMERIC(36, 2)) AS UsedSpaceMB, ",
-        "    CAST(ROUND(((SUM(a.total_pages) - SUM(a.used_pages)) * 8) / 1024.00, 2) AS NUMERIC(36, 2)) AS "
-        "UnusedSpaceMB",
+        ("    CAST(ROUND(((SUM(a.total_pages) - SUM(a.used_pages)) * 8) / 1024.00, 2) AS NUMERIC(36, 2)) AS "
+         "UnusedSpaceMB"),
         " FROM ",
         "    sys.tables t",
         " INNER JOIN      ",

@@ -67,8 +67,10 @@ EncryptionOptions::Side EncryptionOptions::makeSide(int side) {
                                          fields.encryption->currentData().toString());
         apply(side);
     });
-    for (auto [edit, key] :
+    for (auto [edit, name] :
          {std::pair{fields.caFile, "txtCAFile"}, std::pair{fields.certificateHost, "txtCertificateHost"}}) {
+        // A lambda cannot capture a structured binding before clang 16.
+        const char* key = name;
         connect(edit, &QLineEdit::textChanged, this, [this, side, key](const QString& text) {
             m_context.settings().saveSetting(section, indexed(key, side), text);
             apply(side);
