@@ -50,11 +50,11 @@ protected:
         return {sent, result.output};
     }
     void showListFiles() {
-        const QString spec = QString::fromUtf8(GetParam().listFiles);
-        auto* list = window().findChild<controls::FileListBox*>(spec.section(u':', 0, 0));
+        const QString listAndFiles = QString::fromUtf8(GetParam().listFiles);
+        auto* list = window().findChild<controls::FileListBox*>(listAndFiles.section(u':', 0, 0));
         ASSERT_NE(list, nullptr);
         const QString folder = harness().folder(QStringLiteral("lists/") + list->objectName());
-        for (const QString& file : spec.section(u':', 1).split(u','))
+        for (const QString& file : listAndFiles.section(u':', 1).split(u','))
             ASSERT_TRUE(QFile(QDir(folder).filePath(file)).open(QIODevice::WriteOnly));
         ASSERT_TRUE(list->setPath(folder + u'/'));
     }
